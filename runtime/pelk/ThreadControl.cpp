@@ -1,0 +1,7 @@
+#include "pelk/ThreadControl.h"
+
+namespace Pelk {
+
+constinit bool ThreadControl::multiThreaded_ = false;
+
+} // namespace Pelk
