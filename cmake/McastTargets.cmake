@@ -3,36 +3,104 @@
 
 add_library(mcast_options INTERFACE)
 target_compile_options(mcast_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor -Werror
-  -fno-omit-frame-pointer)
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor
+  $<$<CONFIG:Release>:-O2 -g1>
+  $<$<CONFIG:Debug>:-O1 -fno-omit-frame-pointer -D_GLIBCXX_ASSERTIONS>)
 if(MCAST_SANITIZE)
+  # -g1: reports need lines and functions, and variables double the link's work.
   target_compile_options(mcast_options INTERFACE
-    -fsanitize=${MCAST_SANITIZE} -fno-sanitize-recover=all)
+    -fsanitize=${MCAST_SANITIZE} -fno-sanitize-recover=all -g1)
   target_link_options(mcast_options INTERFACE -fsanitize=${MCAST_SANITIZE})
 endif()
+if(MCAST_COVERAGE)
+  target_compile_options(mcast_options INTERFACE --coverage)
+  target_link_options(mcast_options INTERFACE --coverage)
+endif()
 
-# mcast_library(<name> EXPORT_MACRO <macro>): a shared library of every .cpp
-# file below the current folder.
+# An installed program or library finds the libraries beside it, wherever the
+# prefix is moved to.
+file(RELATIVE_PATH mcast_bin_to_lib
+  "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/${mcast_bin_to_lib}")
+
+# A header that includes fmt is internal: users of the library need not have fmt.
+function(mcast_select_public_headers result)
+  set(public "")
+  foreach(header IN LISTS ARGN)
+    file(STRINGS "${header}" includes_fmt REGEX "^ *# *include +[<\"]fmt/")
+    if(NOT includes_fmt)
+      list(APPEND public "${header}")
+    endif()
+  endforeach()
+  set(${result} "${public}" PARENT_SCOPE)
+endfunction()
+
+# mcast_library(<name> EXPORT_MACRO <macro> INCLUDE_ROOT <folder>
+#   [INSTALL_FOLDER <folder>]): a shared library of every .cpp file below the
+# current folder, installed with its public headers. INCLUDE_ROOT is what
+# #include names are relative to; they are installed below INSTALL_FOLDER of the
+# include folder, which is then the root.
 function(mcast_library name)
-  cmake_parse_arguments(ARG "" "EXPORT_MACRO" "" ${ARGN})
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS
-    "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp" "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
-  add_library(${name} SHARED ${sources})
+  cmake_parse_arguments(PARSE_ARGV 1 ARG ""
+    "EXPORT_MACRO;INCLUDE_ROOT;INSTALL_FOLDER" "")
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
+  mcast_select_public_headers(public_headers ${headers})
+
+  add_library(${name} SHARED ${sources} ${headers})
   add_library(McastVpnLib::${name} ALIAS ${name})
+  target_sources(${name} PUBLIC FILE_SET HEADERS
+    BASE_DIRS "${ARG_INCLUDE_ROOT}" FILES ${public_headers})
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_compile_definitions(${name} PRIVATE ${ARG_EXPORT_MACRO})
-  target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:mcast_options>)
+  target_link_libraries(${name} PRIVATE mcast_options)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
+  mcast_check_headers(${name} "${ARG_INCLUDE_ROOT}" ${headers})
+
+  install(TARGETS ${name} EXPORT McastVpnLibTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    FILE_SET HEADERS
+      DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${ARG_INSTALL_FOLDER})
+endfunction()
+
+# mcast_program(<name> SOURCES ... [LIBRARIES ...]): an installed program.
+function(mcast_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "LIBRARIES;SOURCES")
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE mcast_options ${ARG_LIBRARIES})
+  install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()
+
+# mcast_check_headers(<target> <root> <header>...): target <target>_headers
+# compiles each header alone, as <target> would.
+function(mcast_check_headers target root)
+  set(units "")
+  foreach(header IN LISTS ARGN)
+    file(RELATIVE_PATH name "${root}" "${header}")
+    set(unit "${CMAKE_CURRENT_BINARY_DIR}/${target}_headers/${name}.cpp")
+    file(CONFIGURE OUTPUT "${unit}" CONTENT "#include \"${name}\"\n")
+    list(APPEND units "${unit}")
+  endforeach()
+  if(units)
+    add_library(${target}_headers OBJECT EXCLUDE_FROM_ALL ${units})
+    target_include_directories(${target}_headers PRIVATE
+      "${root}" $<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>)
+    target_link_libraries(${target}_headers PRIVATE
+      $<TARGET_PROPERTY:${target},LINK_LIBRARIES>)
+    # Whether it compiles is all that is asked.
+    target_compile_options(${target}_headers PRIVATE -O0 -g0)
+    set_property(GLOBAL APPEND PROPERTY MCAST_HEADER_CHECKS ${target}_headers)
+  endif()
 endfunction()
 
 # mcast_test(<name> [LIBRARIES ...]): one test program of every .cpp file in
 # the current folder; each test case runs in a process of its own.
 function(mcast_test name)
-  cmake_parse_arguments(ARG "" "" "LIBRARIES;SOURCES" ${ARGN})
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "LIBRARIES;SOURCES")
   if(NOT ARG_SOURCES)
     file(GLOB ARG_SOURCES CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
   endif()
@@ -45,7 +113,7 @@ endfunction()
 
 # mcast_benchmark(<name> [SOURCES ...] [LIBRARIES ...]): one benchmark program.
 function(mcast_benchmark name)
-  cmake_parse_arguments(ARG "" "" "LIBRARIES;SOURCES" ${ARGN})
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "LIBRARIES;SOURCES")
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE mcast_options ${ARG_LIBRARIES}
     benchmark::benchmark benchmark::benchmark_main)

@@ -1,0 +1,61 @@
+# What people type; `make` alone lists it. Each goal sets up what it needs, and
+# builds in the folder build/<preset>, with a preset of CMakePresets.json.
+
+JOBS ?= $(shell nproc)
+
+help: ## list what can be made
+	@sed -n 's/^\([a-z-]*\):.*## /\1\t/p' Makefile | expand -t 14
+
+demo: setup ## show what a pair of leaf switches would publish
+	$(call build,release,--target mcastvpn-agent)
+	build/release/agent/mcastvpn-agent run examples/leaf-pair.jsonc
+
+test: setup ## run every test
+	$(call build,release)
+	ctest --preset release -j $(JOBS)
+
+asan: setup ## the same under AddressSanitizer and UndefinedBehaviorSanitizer
+	$(call build,asan)
+	ctest --preset asan -j $(JOBS)
+
+tsan: setup ## the same under ThreadSanitizer
+	$(call build,tsan)
+	ctest --preset tsan -j $(JOBS)
+
+clang: setup-checks ## the same built with Clang
+	$(call build,clang)
+	ctest --preset clang -j $(JOBS)
+
+tidy: setup-checks ## look for faults with clang-tidy
+	cmake --preset clang
+	$$(scripts/clang.sh run-clang-tidy) -quiet -j $(JOBS) -p build/clang \
+	   -clang-tidy-binary $$(scripts/clang.sh clang-tidy) '$(LINTED)'
+
+bench: setup-bench ## measure, beside what else there is
+	$(call build,bench)
+
+format: setup-checks ## format the sources
+	git ls-files '*.h' '*.cpp' | xargs $$(scripts/clang.sh clang-format) -i
+
+format-check: setup-checks ## tell whether the sources are formatted
+	git ls-files '*.h' '*.cpp' | xargs $$(scripts/clang.sh clang-format) -n -Werror
+
+clean: ## remove what was built, but not what was set up
+	cmake -E rm -rf $(filter-out build/deps,$(wildcard build/*))
+
+setup:
+	@scripts/setup.sh
+setup-checks:
+	@scripts/setup.sh --checks
+setup-bench:
+	@scripts/setup.sh --bench
+
+define build
+	cmake --preset $(1)
+	cmake --build --preset $(1) -j $(JOBS) $(2)
+endef
+
+LINTED = $(CURDIR)/(runtime|McastVpnLib|agent)/.*\.cpp$$
+
+.PHONY: help demo test asan tsan clang tidy bench format format-check clean
+.PHONY: setup setup-checks setup-bench

@@ -1,0 +1,26 @@
+# How others find the installed libraries: a CMake package and a pkg-config file.
+# Both work out the prefix from where they lie, so that it can be moved.
+
+include(CMakePackageConfigHelpers)
+
+set(mcast_package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/McastVpnLib")
+configure_package_config_file(packaging/McastVpnLibConfig.cmake.in
+  "${PROJECT_BINARY_DIR}/packaging/McastVpnLibConfig.cmake"
+  INSTALL_DESTINATION "${mcast_package_folder}")
+write_basic_package_version_file(
+  "${PROJECT_BINARY_DIR}/packaging/McastVpnLibConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  "${PROJECT_BINARY_DIR}/packaging/McastVpnLibConfig.cmake"
+  "${PROJECT_BINARY_DIR}/packaging/McastVpnLibConfigVersion.cmake"
+  DESTINATION "${mcast_package_folder}")
+install(EXPORT McastVpnLibTargets NAMESPACE McastVpnLib::
+  DESTINATION "${mcast_package_folder}")
+
+set(mcast_pc_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+file(RELATIVE_PATH MCAST_PC_TO_PREFIX
+  "/prefix/${mcast_pc_folder}" "/prefix")
+configure_file(packaging/McastVpnLib.pc.in
+  "${PROJECT_BINARY_DIR}/packaging/McastVpnLib.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/packaging/McastVpnLib.pc"
+  DESTINATION "${mcast_pc_folder}")
