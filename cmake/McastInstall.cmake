@@ -20,6 +20,7 @@ install(EXPORT McastVpnLibTargets NAMESPACE McastVpnLib::
 set(mcast_pc_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH MCAST_PC_TO_PREFIX
   "/prefix/${mcast_pc_folder}" "/prefix")
+string(REGEX REPLACE "/$" "" MCAST_PC_TO_PREFIX "${MCAST_PC_TO_PREFIX}")
 configure_file(packaging/McastVpnLib.pc.in
   "${PROJECT_BINARY_DIR}/packaging/McastVpnLib.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/packaging/McastVpnLib.pc"

@@ -23,29 +23,21 @@ file(RELATIVE_PATH mcast_bin_to_lib
   "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
 set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/${mcast_bin_to_lib}")
 
-# A header that includes fmt is internal: users of the library need not have fmt.
-function(mcast_select_public_headers result)
-  set(public "")
-  foreach(header IN LISTS ARGN)
-    file(STRINGS "${header}" includes_fmt REGEX "^ *# *include +[<\"]fmt/")
-    if(NOT includes_fmt)
-      list(APPEND public "${header}")
-    endif()
-  endforeach()
-  set(${result} "${public}" PARENT_SCOPE)
-endfunction()
-
 # mcast_library(<name> EXPORT_MACRO <macro> INCLUDE_ROOT <folder>
 #   [INSTALL_FOLDER <folder>]): a shared library of every .cpp file below the
 # current folder, installed with its public headers. INCLUDE_ROOT is what
 # #include names are relative to; they are installed below INSTALL_FOLDER of the
 # include folder, which is then the root.
+#
+# A header named Fmt*.h is internal: users of the library need not have fmt. A test
+# sees to it that no other header leads to it.
 function(mcast_library name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG ""
     "EXPORT_MACRO;INCLUDE_ROOT;INSTALL_FOLDER" "")
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.h")
-  mcast_select_public_headers(public_headers ${headers})
+  set(public_headers ${headers})
+  list(FILTER public_headers EXCLUDE REGEX "/Fmt[^/]*$")
 
   add_library(${name} SHARED ${sources} ${headers})
   add_library(McastVpnLib::${name} ALIAS ${name})

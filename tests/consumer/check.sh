@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# Installs a build into an empty prefix and uses it from there, as somebody would
+# who has never seen this tree. One step a call; ctest orders them, and sets:
+#   CMAKE CXX          the programs of the build
+#   BUILD              its folder
+#   BIN LIB INCLUDE    folders below an installation's prefix
+set -euo pipefail
+
+here=$(cd "$(dirname "$0")" && pwd)
+work=$BUILD/consumer
+prefix=$work/prefix
+
+fail() { echo "$*" >&2; exit 1; }
+
+# What the consumer must print: the interface that its input calls for.
+expect_transit_intf() {
+   local printed
+   printed=$("$@") || fail "$* ended with status $?"
+   [ "$printed" = "Vlan10 10.0.0.1" ] || fail "$* printed: $printed"
+}
+
+build_by_pkg_config() { # source program
+   local flags
+   flags=$(pkg-config --cflags --libs McastVpnLib)
+   # shellcheck disable=SC2086 # the flags are words
+   "$CXX" -std=c++20 -Wall -Wextra -Werror "$1" -o "$2" $flags
+}
+
+case $1 in
+   install)
+      rm -rf "$work"
+      "$CMAKE" --install "$BUILD" --prefix "$prefix"
+      "$prefix/$BIN/mcastvpn-agent" --version
+      ;;
+
+   # No installed header includes fmt, and each that one of them names is installed.
+   headers)
+      cd "$prefix/$INCLUDE"
+      if grep -rnE '^ *# *include +[<"]fmt/' .; then
+         fail "only a header named Fmt*.h may include fmt: it is not installed"
+      fi
+      missing=no
+      while IFS=: read -r header name; do
+         [ -e "$name" ] || [ -e "McastVpnRuntime/$name" ] || {
+            echo "${header#./} is installed, and includes $name, which is not"
+            missing=yes
+         }
+      done < <(grep -roE '^ *# *include +"[^"]+"' . | sed 's/#.*"\(.*\)"/\1/; s/: */:/')
+      [ "$missing" = no ]
+      # All at once, so that no two of them contradict each other.
+      find . -name '*.h' -printf '#include "%P"\n' | sort >"$work/all.cpp"
+      [ -s "$work/all.cpp" ]
+      "$CXX" -std=c++20 -Wall -Wextra -Werror -fsyntax-only \
+         -I. -IMcastVpnRuntime "$work/all.cpp"
+      ;;
+
+   find-package)
+      "$CMAKE" -S "$here" -B "$work/find-package" \
+         -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$prefix"
+      "$CMAKE" --build "$work/find-package"
+      expect_transit_intf "$work/find-package/consumer"
+      ;;
+
+   pkg-config)
+      export PKG_CONFIG_PATH=$prefix/$LIB/pkgconfig
+      build_by_pkg_config "$here/consumer.cpp" "$work/by-pkg-config"
+      export LD_LIBRARY_PATH=$prefix/$LIB
+      expect_transit_intf "$work/by-pkg-config"
+      ;;
+
+   # Neither file of the installation, nor a program in it, names the first prefix.
+   move)
+      moved=$work/moved
+      rm -rf "$moved"
+      cp -a "$prefix" "$moved"
+      if grep -rlF "$prefix" "$moved"; then
+         fail "these name the prefix that they were installed into"
+      fi
+      readelf -d "$moved/$BIN/mcastvpn-agent" | grep -q 'RUNPATH.*\$ORIGIN'
+      "$moved/$BIN/mcastvpn-agent" --version
+      export PKG_CONFIG_PATH=$moved/$LIB/pkgconfig
+      build_by_pkg_config "$here/consumer.cpp" "$work/moved-consumer"
+      export LD_LIBRARY_PATH=$moved/$LIB
+      expect_transit_intf "$work/moved-consumer"
+      ;;
+
+   *) fail "no such step: $1" ;;
+esac
