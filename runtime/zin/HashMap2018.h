@@ -1,0 +1,213 @@
+#pragma once
+
+#include "pelk/Assert.h"
+#include "zin/HashBlock.h"
+#include "zin/HashIterator.h"
+#include "zin/HashKey.h"
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <optional>
+#include <type_traits>
+#include <utility>
+
+namespace Zin {
+
+// What names a collection:
+//    struct TransitVrf {
+//       static constexpr char const* name = "transitVrf";
+//       static constexpr uint32_t seed = 0x...;
+//    };
+template <typename Name>
+concept CollectionName = requires {
+   { Name::name } -> std::convertible_to<char const*>;
+   { Name::seed } -> std::convertible_to<uint32_t>;
+};
+
+// The value of a collection that is a set of keys.
+struct NoValue {
+   constexpr bool operator==(NoValue const&) const noexcept = default;
+};
+
+// A keyed collection, whose members stand in one total order: by their seeded hash,
+// then by key. The order depends on nothing else, so that neither growth nor a removal
+// reorders it, and a key stands for a place in it (a bookmark) whether or not it is a
+// member. Walks that are interrupted and resumed at the next member's key therefore
+// lose no member and meet none twice, whatever changed in between.
+//
+// The collection counts its changes, and notifies nobody: whoever owns it does, after
+// the change. Event thread only. An empty map owns no memory.
+//
+// Pointers and references to members last until the next change. If memory is short, or
+// a constructor throws, the map stays as it was. A removed value is destroyed when the
+// map is whole again, so its destructor may use the map.
+template <CollectionName Name, HashableKey Key, typename Value = NoValue>
+class HashMap2018 : private Impl::HashMapBase {
+   using Block = Impl::HashBlock;
+   using SlotHash = Impl::SlotHash;
+
+ public:
+   using key_type = Key;
+   using mapped_type = Value;
+   using Entry = HashEntry<Key, Value>;
+   using value_type = Entry;
+   using GenericIterator = HashMapIterator<HashMap2018>;
+
+   // For a walk during which the map does not change.
+   template <typename E>
+   class BasicIterator;
+   using iterator = BasicIterator<Entry>;
+   using const_iterator = BasicIterator<Entry const>;
+
+   static_assert(std::is_nothrow_move_constructible_v<Value>);
+   static_assert(std::is_nothrow_swappable_v<Value>);
+   static_assert(std::is_nothrow_destructible_v<Entry>);
+   static_assert(alignof(Entry) <= 16);
+
+   HashMap2018() noexcept = default;
+   // Requires that no GenericIterator stands on either map.
+   HashMap2018(HashMap2018&& other) noexcept { swap(other); }
+   HashMap2018& operator=(HashMap2018&& other) noexcept {
+      HashMap2018(std::move(other)).swap(*this);
+      return *this;
+   }
+   ~HashMap2018();
+
+   static constexpr char const* name() noexcept { return Name::name; }
+   // The seed of this collection's hashes, as hashKey() takes it.
+   static HashSeed hashSeed() noexcept {
+      return HashSeed(HashHelper::hashSeed32() ^ Name::seed ^ kHashSingleAttrSalt);
+   }
+
+   size_t size() const noexcept { return size_; }
+   bool empty() const noexcept { return size_ == 0; }
+
+   // A 23-bit number that is another after each change.
+   uint32_t version() const noexcept { return version_; }
+   void bumpVersion() noexcept { version_ = (version_ + 1) & kVersionMask; }
+
+   // The member of the key, or null.
+   Entry const* find(Key const& key) const {
+      return const_cast<HashMap2018*>(this)->find(key);
+   }
+   Entry* find(Key const& key) {
+      uint32_t const slot = findSlot(key);
+      return slot == Block::kNoSlot ? nullptr : entries() + slot;
+   }
+   bool contains(Key const& key) const { return findSlot(key) != Block::kNoSlot; }
+
+   struct Inserted {
+      Entry* entry;
+      bool inserted;
+   };
+   // Adds a member with a value made of the arguments, unless the key is present; then
+   // nothing changes, and the arguments are left alone.
+   template <typename... Args>
+   Inserted insert(Key const& key, Args&&... args) {
+      return insertAt(key, key, std::forward<Args>(args)...);
+   }
+   template <typename... Args>
+   Inserted insert(Key&& key, Args&&... args) {
+      return insertAt(key, std::move(key), std::forward<Args>(args)...);
+   }
+   // Adds a member or gives the present one the new value: a change in either case.
+   template <typename V>
+      requires std::constructible_from<Value, V>
+   Inserted assign(Key const& key, V&& value) {
+      Inserted const result = insert(key, std::forward<V>(value));
+      if (!result.inserted) {
+         Value fresh(std::forward<V>(value));
+         bumpVersion();
+         std::swap(result.entry->value(), fresh);
+      }
+      return result;
+   }
+   // Takes the member out, if there is one. The key may be the member's own.
+   bool erase(Key const& key) {
+      uint32_t const slot = findSlot(key);
+      if (slot == Block::kNoSlot) {
+         return false;
+      }
+      eraseAt(slot);
+      return true;
+   }
+   // Takes out the member that the iterator stands on, which it then keeps. False if it
+   // was removed already.
+   bool erase(GenericIterator& at) {
+      if (at.slot_ == Block::kNoSlot) {
+         return false;
+      }
+      eraseAt(at.slot_);
+      return true;
+   }
+   // Takes the member out and returns its value. An iterator that stands on it keeps
+   // the key and a copy of the value (what it is after a move, if it has no copies).
+   std::optional<Value> extract(Key const& key);
+
+   // Removes all members in one change, if there are any.
+   void clear() noexcept;
+   // Makes room for that many members. Not a change.
+   void reserve(size_t count);
+
+   iterator begin() noexcept { return iterator(*this); }
+   const_iterator begin() const noexcept { return const_iterator(*this); }
+   std::default_sentinel_t end() const noexcept { return {}; }
+
+   // At the first member, or at the first one not below the bookmark.
+   GenericIterator iterate() const noexcept { return GenericIterator(*this); }
+   GenericIterator iterate(Key const& bookmark) const {
+      return GenericIterator(*this, bookmark);
+   }
+
+   // Requires that no GenericIterator stands on either map.
+   void swap(HashMap2018& other) noexcept;
+
+ private:
+   friend GenericIterator;
+
+   static constexpr uint32_t kVersionMask = (1u << 23) - 1;
+
+   struct Place {
+      uint32_t slot;
+      bool found;
+   };
+
+   // A collection that wants its work counted says so in its name; see the tests.
+   static void countWork([[maybe_unused]] uint32_t steps) noexcept {
+      if constexpr (requires { Name::countWork(steps); }) {
+         Name::countWork(steps);
+      }
+   }
+
+   Entry* entries() const noexcept { return static_cast<Entry*>(block_->entries()); }
+   SlotHash slotHashOf(Key const& key) const {
+      return Impl::toSlotHash(hashKey(block_->seed(), key));
+   }
+   uint32_t findSlot(Key const& key) const;
+   uint32_t findSlotFar(Key const& key, SlotHash hash) const;
+   // Where the key stands or, if it does not, belongs.
+   Place locate(Key const& key, SlotHash hash) const;
+   // The first member not below the key; above it.
+   Place lowerBound(Key const& key) const;
+   uint32_t upperBound(Key const& key) const;
+
+   template <typename K, typename... Args>
+   Inserted insertAt(Key const& key, K&& newKey, Args&&... args);
+   uint32_t makeRoom(Key const& key, SlotHash& hash, uint32_t slot);
+   void rehash(Impl::HashShape const& shape);
+   void eraseAt(uint32_t slot);
+   void removeSlot(uint32_t slot) noexcept;
+   bool keepForIterators(uint32_t slot) noexcept;
+   void dropAll() noexcept;
+
+   static void relocate(Entry* to, Entry* from) noexcept;
+   void relocateUp(uint32_t from, uint32_t free) noexcept;
+   void relocateDown(uint32_t slot, uint32_t last) noexcept;
+};
+
+} // namespace Zin
+
+#include "zin/HashMap2018Impl.h"
