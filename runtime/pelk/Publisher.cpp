@@ -26,7 +26,7 @@ Subscriber::~Subscriber() {
 }
 
 void Publisher::subscriberAdd(Subscriber* subscriber,
-                              [[maybe_unused]] uint32_t reserved) {
+                              [[maybe_unused]] uint32_t reserved) const {
    if (subscriberHas(subscriber)) {
       return;
    }
@@ -44,7 +44,7 @@ void Publisher::subscriberAdd(Subscriber* subscriber,
    ++subscriber->subscriptions_;
 }
 
-void Publisher::subscriberRemove(Subscriber* subscriber) noexcept {
+void Publisher::subscriberRemove(Subscriber* subscriber) const noexcept {
    if (!subscriberHas(subscriber)) {
       return;
    }

@@ -17,6 +17,9 @@ namespace Pelk {
 //
 // One word in the object; a single subscriber, the usual case, costs no allocation.
 //
+// Who is subscribed is not part of what a publisher says, so a read-only view of an
+// entity can be subscribed to.
+//
 // Event thread only.
 class PELK_EXPORT Publisher {
  public:
@@ -25,9 +28,9 @@ class PELK_EXPORT Publisher {
 
    // Adds the subscriber at the end; one that is present stays where it is. The second
    // argument is reserved by the contract and is 0.
-   void subscriberAdd(Subscriber* subscriber, uint32_t reserved);
+   void subscriberAdd(Subscriber* subscriber, uint32_t reserved) const;
    // Removes the subscriber if it is present.
-   void subscriberRemove(Subscriber* subscriber) noexcept;
+   void subscriberRemove(Subscriber* subscriber) const noexcept;
    bool subscriberHas(Subscriber const* subscriber) const noexcept;
    uint32_t subscribers() const noexcept;
 
@@ -65,7 +68,7 @@ class PELK_EXPORT Publisher {
    void publishToList(int16_t attributeId, void const* key, void const* value) noexcept;
    void forgetAll() noexcept;
 
-   uintptr_t word_ = 0;
+   mutable uintptr_t word_ = 0;
 };
 
 } // namespace Pelk
