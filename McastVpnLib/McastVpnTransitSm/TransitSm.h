@@ -1,0 +1,217 @@
+#pragma once
+
+#include "McastVpnLib/Export.h"
+#include "McastVpnLib/McastVpnTransitSm/TransitIntfColl.h"
+#include "bridging/VlanId.h"
+#include "gmp/MembershipJoinStatus.h"
+#include "l3/VrfName.h"
+#include "lidra/AddressFamily.h"
+#include "lidra/IpGenAddr.h"
+#include "mlag/Status.h"
+#include "pelk/Entity.h"
+#include "pelk/Ptr.h"
+#include "routing/MulticastEvpnConfig.h"
+#include "vxlan/VtiStatusDir.h"
+#include "zin/HashMap2018.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace Irb::Multicast::Evpn {
+
+// The transit reactor: keeps the transit interfaces of one address family, and the
+// wildcard joins that make the switch forward there, in step with its inputs.
+//
+// It is driven by notifications. Each input attribute has a reactor, which calls a
+// handler below; the handler reads what it needs from the inputs and writes the outputs
+// at once:
+//
+//    VtiStatus.vrfToSBDVlan[vrf]   handleVrfToSBDVlan(vrf) -+
+//    Config.transitVrf[vrf]        handleTransitVrf(vrf) ---+-> handleTransitVlan(vlan)
+//    Status.mlagState              handleMlagState() -------+     -> updateTransitIntf
+//    VtiStatus.*VtepAddr           handleVtepAddr()
+//    VtiStatusDir.vtiStatus[intf]  both groups, for every VRF of the entry
+//
+// The inputs are owned by others and only read; the outputs are owned by the caller and
+// stay as they are when the reactor goes. A reactor for IPv6 follows its inputs and
+// writes nothing.
+//
+// Handlers are public so that the host can ask for a re-evaluation; each may be called
+// at any time and is idempotent. Whoever is notified of an output change may call back
+// into the inputs, and may drop the last use of the reactor: it stays until the running
+// dispatcher ends, which stops between two handler calls.
+//
+// Errors: a mapped VLAN outside 1..4094 raises a Zin::RangeException from the handler
+// that makes a VlanId of it; out of a notification it ends the process.
+//
+// Event thread only.
+class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
+ public:
+   // Attribute ids. Frozen.
+   static constexpr int16_t kAf = 258;
+   static constexpr int16_t kMcastEvpnConfig = 259;
+   static constexpr int16_t kVtiStatusDir = 260;
+   static constexpr int16_t kMlagStatus = 261;
+   static constexpr int16_t kTransitIntfColl = 262;
+   static constexpr int16_t kMembershipJoinStatus = 263;
+   static constexpr int16_t kInitialized = 264;
+   static constexpr int16_t kVrfToSbdVlan = 265;
+   static constexpr int16_t kSbdVlanToVrf = 266;
+
+   // The VRFs last seen on one SBD VLAN.
+   class MCASTVPNLIB_EXPORT SbdVlanToVrf final : public Pelk::Entity {
+    public:
+      // Attribute ids. Frozen.
+      static constexpr int16_t kVlanId = 258;
+      static constexpr int16_t kVrf = 259;
+
+      struct VrfTag {
+         static constexpr char const* name = "vrf";
+         static constexpr uint32_t seed = 0x8f4b6d13;
+      };
+      using VrfSet = Zin::HashMap2018<VrfTag, L3::VrfName, Zin::Unit>;
+
+      explicit SbdVlanToVrf(Bridging::VlanId vlanId) noexcept : vlanId_(vlanId) {}
+
+      Bridging::VlanId vlanId() const noexcept { return vlanId_; }
+      VrfSet const& vrf() const noexcept { return vrf_; }
+      bool vrfHas(L3::VrfName const& vrf) const { return vrf_.contains(vrf); }
+      void vrfIs(L3::VrfName const& vrf);
+      void vrfDel(L3::VrfName const& vrf);
+      void vrfDelAll();
+
+      static Zin::EntityType const& type() noexcept;
+      Zin::EntityType const& entityType() const noexcept override { return type(); }
+
+    private:
+      Bridging::VlanId vlanId_;
+      VrfSet vrf_;
+   };
+
+   struct VrfToSbdVlanTag {
+      static constexpr char const* name = "vrfToSbdVlan";
+      static constexpr uint32_t seed = 0x1ad7f26e;
+   };
+   struct SbdVlanToVrfTag {
+      static constexpr char const* name = "sbdVlanToVrf";
+      static constexpr uint32_t seed = 0xc35e0894;
+   };
+   using VrfToSbdVlanMap =
+      Zin::HashMap2018<VrfToSbdVlanTag, L3::VrfName, Bridging::VlanIdOrNone>;
+   using SbdVlanToVrfMap =
+      Zin::HashMap2018<SbdVlanToVrfTag, Bridging::VlanId, Pelk::Ptr<SbdVlanToVrf>>;
+
+   // Makes the reactor, evaluates the inputs and switches notifications on.
+   // transitSmFactory() (McastVpnLib/McastVpnLib.h) is the same.
+   static Pelk::Ptr<TransitSm>
+   TransitSmIs(Lidra::AddressFamily af,
+               Pelk::Ptr<Routing::Multicast::Evpn::Config const> const& mcastEvpnConfig,
+               Pelk::Ptr<Vxlan::VtiStatusDir const> const& vtiStatusDir,
+               Pelk::Ptr<Mlag::Status const> const& mlagStatus,
+               Pelk::Ptr<TransitIntfColl> const& transitIntfColl,
+               Pelk::Ptr<Gmp::MembershipJoinStatus> const& membershipJoinStatus);
+
+   // Subscribes to the directory and to each status in it and evaluates the inputs, but
+   // leaves the configuration and MLAG subscriptions to hasNotificationActiveIs(true).
+   // Only vtiStatusDir may be null.
+   TransitSm(Lidra::AddressFamily af,
+             Pelk::Ptr<Routing::Multicast::Evpn::Config const> const& mcastEvpnConfig,
+             Pelk::Ptr<Vxlan::VtiStatusDir const> const& vtiStatusDir,
+             Pelk::Ptr<Mlag::Status const> const& mlagStatus,
+             Pelk::Ptr<TransitIntfColl> const& transitIntfColl,
+             Pelk::Ptr<Gmp::MembershipJoinStatus> const& membershipJoinStatus);
+
+   // --- inputs and outputs ---
+   Lidra::AddressFamily af() const noexcept { return af_; }
+   Pelk::Ptr<Routing::Multicast::Evpn::Config const> const& mcastEvpnConfig() const {
+      return mcastEvpnConfig_;
+   }
+   Pelk::Ptr<Vxlan::VtiStatusDir const> const& vtiStatusDir() const {
+      return vtiStatusDir_;
+   }
+   // Follows another directory from now on and re-evaluates every VRF of either.
+   void vtiStatusDirIs(Pelk::Ptr<Vxlan::VtiStatusDir const> const& vtiStatusDir);
+   Pelk::Ptr<Mlag::Status const> const& mlagStatus() const { return mlagStatus_; }
+   Pelk::Ptr<TransitIntfColl> const& transitIntfColl() const {
+      return transitIntfColl_;
+   }
+   Pelk::Ptr<Gmp::MembershipJoinStatus> const& membershipJoinStatus() const {
+      return membershipJoinStatus_;
+   }
+
+   // --- state ---
+   // Set once the start-up evaluation has run, for either family.
+   bool initialized() const noexcept { return initialized_; }
+
+   // The SBD VLAN last seen for each VRF.
+   VrfToSbdVlanMap const& vrfToSbdVlan() const noexcept { return vrfToSbdVlan_; }
+   Bridging::VlanIdOrNone vrfToSbdVlan(L3::VrfName const& vrf) const;
+   void vrfToSbdVlanIs(L3::VrfName const& vrf, Bridging::VlanIdOrNone vlanId);
+   void vrfToSbdVlanDel(L3::VrfName const& vrf);
+   void vrfToSbdVlanDelAll();
+
+   // The reverse: the VRFs last seen on each SBD VLAN.
+   SbdVlanToVrfMap const& sbdVlanToVrf() const noexcept { return sbdVlanToVrf_; }
+   Pelk::Ptr<SbdVlanToVrf> sbdVlanToVrf(Bridging::VlanId vlanId) const;
+   bool sbdVlanToVrfHas(Bridging::VlanId vlanId) const;
+   Pelk::Ptr<SbdVlanToVrf> sbdVlanToVrfIs(Bridging::VlanId vlanId);
+   void sbdVlanToVrfDel(Bridging::VlanId vlanId);
+   void sbdVlanToVrfDelAll();
+
+   // --- lifecycle ---
+   // Subscribes to the configuration and the MLAG status, or unsubscribes. Saying it
+   // twice is the same as once. The VTI status subscriptions follow vtiStatusDir.
+   void hasNotificationActiveIs(bool active);
+   // The host's hook for reactors that outlive their source; there are none here.
+   void zinDoZombieReactors(bool active);
+
+   // --- handlers ---
+   // Fills the tables from the VTI status, then evaluates every transit VRF.
+   void handleInitialized();
+   // The VRF became or ceased to be a transit VRF: evaluates its recorded SBD VLAN.
+   void handleTransitVrf(L3::VrfName const& vrf);
+   void zin_handleMcastEvpnConfig_transitVrf(L3::VrfName const& vrf);
+   // The VRF's SBD VLAN changed: evaluates the old VLAN, then the new one.
+   void handleVrfToSBDVlan(L3::VrfName const& vrf);
+   // Decides whether the SBD VLAN has a transit interface, and writes the decision.
+   void handleTransitVlan(Bridging::VlanId vlanId);
+   // Writes a decision: interface and join are there afterwards, or are not.
+   void updateTransitIntf(Bridging::VlanId vlanId, bool enabled);
+   // Gives every transit interface the VTEP address of now.
+   void handleVtepAddr();
+   // The VTEP address to announce: the pair's shared one while the MLAG peering is
+   // active, else this switch's own; empty without a status of "Vxlan1".
+   Lidra::IpGenAddr vtepAddr() const;
+   // Evaluates every transit VRF's recorded SBD VLAN.
+   void handleMlagState();
+
+   static Zin::EntityType const& type() noexcept;
+   Zin::EntityType const& entityType() const noexcept override { return type(); }
+
+ private:
+   class Guard;
+   struct Reactors;
+
+   ~TransitSm() override;
+
+   // Whether anybody but the reactor's own dispatchers still uses it.
+   bool referenced() const noexcept { return useCount() > guards_; }
+   // The status of the interface that carries EVPN, or null.
+   Pelk::Ptr<Vxlan::VtiStatus> vxlanStatus() const;
+
+   Lidra::AddressFamily const af_;
+   Pelk::Ptr<Routing::Multicast::Evpn::Config const> mcastEvpnConfig_;
+   Pelk::Ptr<Vxlan::VtiStatusDir const> vtiStatusDir_;
+   Pelk::Ptr<Mlag::Status const> mlagStatus_;
+   Pelk::Ptr<TransitIntfColl> transitIntfColl_;
+   Pelk::Ptr<Gmp::MembershipJoinStatus> membershipJoinStatus_;
+
+   bool initialized_ = false;
+   VrfToSbdVlanMap vrfToSbdVlan_;
+   SbdVlanToVrfMap sbdVlanToVrf_;
+
+   uint32_t guards_ = 0; // uses that running dispatchers hold
+   std::unique_ptr<Reactors> reactors_;
+};
+
+} // namespace Irb::Multicast::Evpn

@@ -1,0 +1,56 @@
+#include "McastVpnLib/McastVpnTransitSm/TransitSm.h"
+#include "McastVpnLib/McastVpnTransitSm/TransitTrace.h"
+
+namespace Irb::Multicast::Evpn {
+
+void TransitSm::handleVrfToSBDVlan(L3::VrfName const& vrf) {
+   TRANSIT_TRACE(8, "handleVrfToSBDVlan( %s ), vrf: %s", af_, vrf);
+   auto const mappedVlan = [this](L3::VrfName const& name) {
+      auto const status = vxlanStatus();
+      return status ? status->vrfToSBDVlan(name) : Bridging::VlanIdOrNone();
+   };
+   auto const newVlan = mappedVlan(vrf);
+   auto const oldVlan = vrfToSbdVlan(vrf);
+   if (!oldVlan.isNone()) {
+      if (oldVlan == newVlan) {
+         return;
+      }
+      Bridging::VlanId const oldVlanId(oldVlan.value());
+      // While the VRF still stands in the old VLAN's set: the mapping of now decides
+      // there, so the VLAN keeps its interface only through another VRF.
+      handleTransitVlan(oldVlanId);
+      if (auto const recorded = sbdVlanToVrf(oldVlanId)) {
+         for (auto entry = recorded->vrf().iterate(); entry; ++entry) {
+            auto const member = entry.key();
+            if (mappedVlan(member) != oldVlan) {
+               recorded->vrfDel(member);
+            }
+         }
+         if (recorded->vrf().empty()) {
+            sbdVlanToVrfDel(oldVlanId);
+         }
+      }
+   }
+   if (newVlan.isNone()) {
+      vrfToSbdVlanDel(vrf);
+      return;
+   }
+   vrfToSbdVlanIs(vrf, newVlan);
+   Bridging::VlanId const newVlanId(newVlan.value());
+   sbdVlanToVrfIs(newVlanId)->vrfIs(vrf);
+   handleTransitVlan(newVlanId);
+}
+
+void TransitSm::handleTransitVrf(L3::VrfName const& vrf) {
+   TRANSIT_TRACE(8, "handleTransitVrf( %s ), vrf: %s", af_, vrf);
+   auto const recorded = vrfToSbdVlan(vrf);
+   if (!recorded.isNone()) {
+      handleTransitVlan(Bridging::VlanId(recorded.value()));
+   }
+}
+
+void TransitSm::zin_handleMcastEvpnConfig_transitVrf(L3::VrfName const& vrf) {
+   handleTransitVrf(vrf);
+}
+
+} // namespace Irb::Multicast::Evpn
