@@ -7,7 +7,8 @@
 #   scripts/setup.sh --checks   also Clang with its linter and its formatter
 #
 # Debian 12 or newer, as root or through sudo.
-set -euo pipefail
+set -Eeuo pipefail
+trap 'echo "set-up: failed at line $LINENO of $0" >&2' ERR
 cd "$(dirname "$0")/.."
 
 packages=(g++ cmake make ninja-build ccache pkgconf
@@ -84,8 +85,11 @@ choose_clang() { # reads release numbers
 
 install_clang() {
    local release
-   release=$(dpkg-query -W -f '${Package} ${db:Status-Status}\n' 'clang-tidy-*' \
-      2>/dev/null | sed -n 's/^clang-tidy-\([0-9]*\) installed$/\1/p' | choose_clang)
+   release=$(
+      { dpkg-query -W -f '${Package} ${db:Status-Status}\n' 'clang-tidy-*' || true; } \
+         2>/dev/null |
+         sed -n 's/^clang-tidy-\([0-9]*\) installed$/\1/p' | choose_clang
+   )
    if [ -z "$release" ]; then
       refresh_lists
       release=$(apt-cache search --names-only '^clang-tidy-[0-9]+$' |
