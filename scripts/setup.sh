@@ -21,13 +21,12 @@ fmt_release=trixie # the first Debian release whose fmt is new enough
 say() { printf 'set-up: %s\n' "$*"; }
 fail() { printf 'set-up: %s\n' "$*" >&2; exit 1; }
 
-as_root() {
-   if [ "$(id -u)" -eq 0 ]; then
-      "$@"
-   elif command -v sudo >/dev/null; then
-      sudo "$@"
-   else
-      fail "run it as root, or install sudo, to be able to: $*"
+as_root=()
+become_root() {
+   if [ "$(id -u)" -ne 0 ]; then
+      command -v sudo >/dev/null ||
+         fail "packages are missing: run this as root, or install sudo"
+      as_root=(sudo)
    fi
 }
 
@@ -44,7 +43,7 @@ quietly() {
 }
 
 apt() {
-   as_root env DEBIAN_FRONTEND=noninteractive \
+   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
       apt-get -q -y -o DPkg::Lock::Timeout=300 "$@"
 }
 
@@ -52,6 +51,7 @@ apt() {
 lists_are_fresh=no
 refresh_lists() {
    [ "$lists_are_fresh" = no ] || return 0
+   become_root
    say "fetching the package lists"
    quietly apt update || fail "the package lists cannot be fetched"
    lists_are_fresh=yes

@@ -21,9 +21,8 @@ expect_transit_intf() {
 
 build_by_pkg_config() { # source program
    local flags
-   flags=$(pkg-config --cflags --libs McastVpnLib)
-   # shellcheck disable=SC2086 # the flags are words
-   "$CXX" -std=c++20 -Wall -Wextra -Werror "$1" -o "$2" $flags
+   eval "flags=($(pkg-config --cflags --libs McastVpnLib))" # they are quoted words
+   "$CXX" -std=c++20 -Wall -Wextra -Werror "$1" -o "$2" "${flags[@]}"
 }
 
 case $1 in
