@@ -51,6 +51,10 @@ function(mcast_library name)
     SOVERSION ${PROJECT_VERSION_MAJOR}
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
+  if(NOT MCAST_SANITIZE)
+    # What is missing shows here, not in the programs.
+    target_link_options(${name} PRIVATE LINKER:-z,defs)
+  endif()
   mcast_check_headers(${name} "${ARG_INCLUDE_ROOT}" ${headers})
 
   install(TARGETS ${name} EXPORT McastVpnLibTargets

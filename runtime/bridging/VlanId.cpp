@@ -8,6 +8,9 @@ namespace Bridging {
 
 VlanId::VlanId(std::string_view text) : VlanId(Zin::decimalFromText<uint16_t>(text)) {}
 
+VlanIdOrNone::VlanIdOrNone(std::string_view text)
+   : value_(Zin::decimalFromText<uint16_t>(text)) {}
+
 void VlanId::outOfRange() {
    throw Zin::RangeException("Bridging::VlanId::value < 1 or > 4094 not allowed");
 }
