@@ -2,7 +2,6 @@
 
 #include "pelk/Export.h"
 
-#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -25,9 +24,9 @@ class PELK_EXPORT HashHelper {
 
 __extension__ using HashProduct = unsigned __int128;
 
-// A product of two 64-bit operands, each of which depends on the key and on the seed,
-// folded to the state of a longer hash, or to the hash: the middle of the product,
-// which every bit of the operands reaches.
+// The product of a word that depends on the key and one that depends on the seed, or on
+// both: folded to a state to go on with, or to the hash, which is taken from the middle
+// of the product, where every bit of the operands reaches.
 constexpr uint64_t hashFold64(uint64_t a, uint64_t b) noexcept {
    HashProduct const product = static_cast<HashProduct>(a) * b;
    return static_cast<uint64_t>(product >> 64) ^ static_cast<uint64_t>(product);
@@ -64,10 +63,11 @@ class HashSeed {
    uint32_t seed_;
 };
 
-// Hashes an integer of the given length in bytes (1 to 8).
+// Hashes an integer of the given length in bytes (1 to 8). Two products: after a single
+// one, ascending numbers make steps that some seeds gather in few homes.
 constexpr uint32_t hashInteger(HashSeed const& seed, uint64_t value,
                                size_t length) noexcept {
-   return hashFold32(value ^ seed.s0(), std::rotl(value, 32) ^ (seed.s1() + length));
+   return hashFold32(hashFold64(value ^ seed.s0(), seed.s1() + length), seed.s0());
 }
 
 namespace Impl {
@@ -89,9 +89,13 @@ inline uint64_t hashLoadShort(char const* bytes, size_t length) noexcept {
    if (length >= 4) {
       return hashLoad32(bytes) | (hashLoad32(bytes + length - 4) << (8 * (length - 4)));
    }
-   uint64_t value = 0;
-   std::memcpy(&value, bytes, length);
-   return value;
+   if (length == 0) {
+      return 0;
+   }
+   auto const byteAt = [bytes](size_t i) {
+      return uint64_t{static_cast<unsigned char>(bytes[i])} << (8 * i);
+   };
+   return byteAt(0) | byteAt(length / 2) | byteAt(length - 1);
 }
 
 // Of more than eight bytes.
@@ -129,7 +133,7 @@ inline uint32_t Impl::hashLong(HashSeed const& seed, char const* bytes,
    char const* const end = bytes + left;
    uint64_t const first = left > 8 ? hashLoad64(bytes) : hashLoad64(end - 16);
    state = hashFold64(first ^ seed.s0(), hashLoad64(end - 8) ^ state);
-   return hashFold32(state ^ seed.s0(), seed.s1());
+   return hashFold32(state, seed.s0());
 }
 
 // Mixes the fields of a composite key:
@@ -145,18 +149,18 @@ class HashMixer {
    template <typename Field>
       requires std::integral<Field> || std::is_enum_v<Field>
    constexpr HashMixer& add(Field field) noexcept {
-      state_ = hashFold64(static_cast<uint64_t>(field) ^ seed_.s0(),
-                          std::rotl(static_cast<uint64_t>(field), 32) ^ state_);
+      state_ = hashFold64(static_cast<uint64_t>(field) ^ seed_.s0(), state_ + kStep);
       return *this;
    }
    HashMixer& addBytes(void const* data, size_t length) noexcept {
       return add(hashBytes(seed_, data, length)).add(length);
    }
-   constexpr uint32_t finish() const noexcept {
-      return hashFold32(state_ ^ seed_.s0(), seed_.s1());
-   }
+   constexpr uint32_t finish() const noexcept { return hashFold32(state_, seed_.s0()); }
 
  private:
+   // Keeps a state of 0 from swallowing what follows.
+   static constexpr uint64_t kStep = 0x9e3779b97f4a7c15u;
+
    HashSeed seed_;
    uint64_t state_;
 };

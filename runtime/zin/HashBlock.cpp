@@ -15,7 +15,7 @@ constexpr uint32_t kFirstHomesLog2 = 4;
 constexpr uint32_t kMaxHomesLog2 = 28;
 constexpr uint32_t kMostSpareSlots = 24;
 
-// Longer shifts leave a remnant behind, or speak for a larger table.
+// Longer moves leave a remnant behind, or speak for a larger table.
 constexpr uint32_t kLongestCheapMove = 64;
 
 constexpr uint32_t maxSizeOf(uint32_t homes) {
@@ -145,6 +145,9 @@ uint32_t HashBlock::lowerSlotFar(SlotHash hash, uint32_t from,
    // step until one is found that is not below, then halve the range.
    SlotHash const* const slotHashes = hashes();
    uint32_t low = std::min(from, slots());
+   if (newest_ >= low && newest_ < slots() && slotHashes[newest_] < hash) {
+      low = newest_ + 1; // members come in ascending order
+   }
    uint32_t high = low;
    for (uint32_t step = kWindowSlots; high < slots() && slotHashes[high] < hash;
         step *= 2) {
@@ -171,6 +174,7 @@ void HashBlock::openSlot(uint32_t from, uint32_t free, SlotHash hash) noexcept {
       slotHashes[slot] = slotHashes[slot - 1];
    }
    slotHashes[from] = hash;
+   newest_ = from;
 }
 
 uint32_t HashBlock::closingSlot(uint32_t slot) const noexcept {
@@ -220,7 +224,7 @@ bool HashBlock::movedTooMuch(uint32_t moved, uint32_t size) noexcept {
       return false;
    }
    moved_ += moved;
-   return moved_ / 8 > slots() && size >= shape_.homes() / 4;
+   return moved_ > slots() / 2 && size >= shape_.homes() / 4;
 }
 
 uint32_t HashBlock::overflowWhenLarger() const noexcept {

@@ -150,6 +150,7 @@ class PELK_EXPORT HashBlock {
    uint32_t remnants_ = 0;
    uint32_t firstWord_ = 0;
    uint32_t moved_ = 0;
+   uint32_t newest_ = 0; // where the last member was inserted
 
    static None none_;
 };

@@ -316,7 +316,9 @@ void HashMap2018<Name, Key, Value>::dropAll() noexcept {
 
 template <CollectionName Name, HashableKey Key, typename Value>
 HashMap2018<Name, Key, Value>::~HashMap2018() {
-   dropAll();
+   do {
+      dropAll();
+   } while (size_ != 0); // a value's destructor may have added some
    Impl::HashIteratorBase::forEach(iterators_, [](auto& base) {
       static_cast<GenericIterator&>(base).map_ = nullptr;
    });

@@ -1,0 +1,251 @@
+#include "zin/HashMap2018.h"
+
+#include "bridging/VlanId.h"
+#include "l3/VrfName.h"
+#include "lidra/IntfId.h"
+#include "pelk/Ptr.h"
+#include "pelk/SharedObject.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+// What HashMap2018 promises beyond the contract of collections.
+namespace {
+
+struct TestMap {
+   static constexpr char const* name = "testMap";
+   static constexpr uint32_t seed = 0x77aa0011;
+};
+
+template <typename Key, typename Value = Zin::NoValue>
+using Map = Zin::HashMap2018<TestMap, Key, Value>;
+
+TEST(HashMap2018, TellsItsName) {
+   EXPECT_STREQ(Map<int>::name(), "testMap");
+}
+
+TEST(HashMap2018, ASetsMembersAreAsLargeAsTheirKeys) {
+   EXPECT_EQ(sizeof(Map<uint16_t>::Entry), sizeof(uint16_t));
+   EXPECT_EQ(sizeof(Map<L3::VrfName>::Entry), sizeof(L3::VrfName));
+}
+
+TEST(HashMap2018, AnEmptyMapIsThreeWords) {
+   EXPECT_EQ(sizeof(Map<uint64_t, int>), 24u);
+}
+
+TEST(HashMap2018, KeepsValuesThatCannotBeCopied) {
+   Map<uint16_t, std::unique_ptr<int>> map;
+   for (uint16_t key = 0; key < 1000; ++key) {
+      map.insert(key, std::make_unique<int>(key));
+   }
+   map.assign(5, std::make_unique<int>(-5));
+   EXPECT_EQ(*map.find(5)->value(), -5);
+   EXPECT_EQ(*map.find(999)->value(), 999);
+}
+
+TEST(HashMap2018, LeavesTheArgumentsAloneWhenTheKeyIsPresent) {
+   Map<uint16_t, std::unique_ptr<int>> map;
+   map.insert(1, std::make_unique<int>(1));
+   auto second = std::make_unique<int>(2);
+   auto const result = map.insert(1, std::move(second));
+   EXPECT_FALSE(result.inserted);
+   EXPECT_EQ(*result.entry->value(), 1);
+   ASSERT_NE(second, nullptr);
+   EXPECT_EQ(*second, 2);
+}
+
+TEST(HashMap2018, MakesValuesOfSeveralArguments) {
+   Map<uint16_t, std::string> map;
+   EXPECT_EQ(map.insert(1, 3u, 'x').entry->value(), "xxx");
+   EXPECT_EQ(map.insert(2).entry->value(), "");
+}
+
+TEST(HashMap2018, InsertsAndAssignsValuesThatStandInItself) {
+   Map<uint16_t, std::string> map;
+   map.insert(0, std::string(40, 'a'));
+   for (uint16_t key = 1; key < 300; ++key) {
+      map.insert(key, map.find(static_cast<uint16_t>(key - 1))->value());
+      map.assign(key, map.find(0)->value());
+   }
+   for (auto const& [key, value] : map) {
+      ASSERT_EQ(value, std::string(40, 'a')) << key;
+   }
+}
+
+TEST(HashMap2018, ErasesByAKeyThatStandsInItself) {
+   Map<std::string, int> map;
+   for (int n = 0; n < 100; ++n) {
+      map.insert("a name that is too long for its object " + std::to_string(n), n);
+   }
+   while (!map.empty()) {
+      EXPECT_TRUE(map.erase(map.begin()->key()));
+   }
+}
+
+TEST(HashMap2018, ExtractReturnsTheValue) {
+   Map<uint16_t, std::unique_ptr<int>> map;
+   map.insert(1, std::make_unique<int>(10));
+   auto const version = map.version();
+   EXPECT_EQ(map.extract(2), std::nullopt);
+   EXPECT_EQ(map.version(), version);
+   EXPECT_THAT(map.extract(1), testing::Optional(testing::Pointee(10)));
+   EXPECT_NE(map.version(), version);
+   EXPECT_TRUE(map.empty());
+}
+
+TEST(HashMap2018, ExtractLeavesACopyToTheIteratorThatStandsOnTheMember) {
+   Map<uint16_t, std::string> map;
+   map.insert(1, "one");
+   auto it = map.iterate();
+   EXPECT_EQ(map.extract(1), "one");
+   EXPECT_TRUE(it.stale());
+   EXPECT_EQ(it.value(), "one");
+}
+
+TEST(HashMap2018, MovesWithItsMembersAndItsVersion) {
+   Map<uint16_t, std::string> map;
+   map.insert(1, "one");
+   auto const version = map.version();
+   auto other = std::move(map);
+   EXPECT_EQ(other.version(), version);
+   EXPECT_EQ(other.find(1)->value(), "one");
+   EXPECT_TRUE(map.empty());
+   map.insert(2, "two");
+   map = std::move(other);
+   EXPECT_EQ(map.size(), 1u);
+   EXPECT_TRUE(map.contains(1));
+}
+
+TEST(HashMap2018DeathTest, RefusesToMoveUnderAnIterator) {
+   Map<uint16_t> map;
+   map.insert(1);
+   auto it = map.iterate();
+   EXPECT_DEATH(Map<uint16_t>{std::move(map)}, "an iterator stood on it");
+}
+
+TEST(HashMap2018, ReservedRoomIsNoChangeAndLosesNothing) {
+   Map<uint16_t, int> map;
+   map.insert(1, 1);
+   map.insert(2, 2);
+   auto const version = map.version();
+   auto it = map.iterate(2);
+   map.reserve(5000);
+   EXPECT_EQ(map.version(), version);
+   EXPECT_EQ(it.key(), 2);
+   EXPECT_EQ(map.size(), 2u);
+   EXPECT_EQ(map.find(1)->value(), 1);
+   Map<uint16_t, int>::Entry const* const first = map.find(1);
+   for (uint16_t key = 3; key < 4000; ++key) {
+      map.insert(key, key);
+   }
+   EXPECT_EQ(map.size(), 3999u);
+   EXPECT_EQ(map.find(1)->value(), 1);
+   EXPECT_NE(first, nullptr);
+}
+
+TEST(HashMap2018, VersionNumberHas23Bits) {
+   Map<uint16_t> map;
+   for (uint32_t i = 0; i < (1u << 23) - 1; ++i) {
+      map.bumpVersion();
+   }
+   EXPECT_EQ(map.version(), 0x7fffffu);
+   map.insert(1);
+   EXPECT_EQ(map.version(), 0u);
+}
+
+TEST(HashMap2018, EqualCollectionsHaveOneOrderWhateverTheirHistory) {
+   Map<uint64_t> grown;
+   Map<uint64_t> shrunk;
+   for (uint64_t key = 0; key < 500; ++key) {
+      grown.insert(key);
+   }
+   for (uint64_t key = 5000; key-- > 0;) {
+      shrunk.insert(key);
+   }
+   for (uint64_t key = 500; key < 5000; ++key) {
+      shrunk.erase(key);
+   }
+   std::vector<uint64_t> orders[2];
+   for (auto const& [key, none] : grown) {
+      orders[0].push_back(key);
+   }
+   for (auto const& [key, none] : shrunk) {
+      orders[1].push_back(key);
+   }
+   EXPECT_EQ(orders[0], orders[1]);
+}
+
+TEST(HashMap2018, TakesIdsNamesAndEnumeratorsAsKeys) {
+   enum class Color : uint8_t { red, green };
+   Map<Bridging::VlanId, int> vlans;
+   vlans.insert(Bridging::VlanId(10), 10);
+   EXPECT_TRUE(vlans.contains(Bridging::VlanId(10)));
+   Map<Lidra::IntfId> intfs;
+   intfs.insert(Lidra::IntfId("Vlan10"));
+   EXPECT_TRUE(intfs.contains(Lidra::IntfId("Vlan10")));
+   EXPECT_FALSE(intfs.contains(Lidra::IntfId("Vlan11")));
+   Map<Color> colors;
+   colors.insert(Color::green);
+   EXPECT_FALSE(colors.contains(Color::red));
+   Map<bool> flags;
+   flags.insert(true);
+   EXPECT_FALSE(flags.contains(false));
+   Map<int8_t> small;
+   small.insert(int8_t{-1});
+   EXPECT_TRUE(small.contains(int8_t{-1}));
+}
+
+// A value whose destructor looks at the map that it is removed from.
+struct Looker {
+   explicit Looker(Map<uint16_t, std::unique_ptr<Looker>>& map, uint16_t key)
+      : map_(map), key_(key) {}
+   ~Looker() {
+      EXPECT_FALSE(map_.contains(key_));
+      map_.insert(static_cast<uint16_t>(key_ + 100), nullptr);
+   }
+   Looker(Looker const&) = delete;
+   Looker& operator=(Looker const&) = delete;
+
+   Map<uint16_t, std::unique_ptr<Looker>>& map_;
+   uint16_t key_;
+};
+
+TEST(HashMap2018, IsWholeWhenARemovedValueIsDestroyed) {
+   Map<uint16_t, std::unique_ptr<Looker>> map;
+   for (uint16_t key = 0; key < 50; ++key) {
+      map.insert(key, std::make_unique<Looker>(map, key));
+   }
+   for (uint16_t key = 0; key < 25; ++key) {
+      EXPECT_TRUE(map.erase(key));
+      EXPECT_TRUE(map.contains(static_cast<uint16_t>(key + 100)));
+   }
+   map.clear();
+   EXPECT_EQ(map.size(), 25u);
+   EXPECT_TRUE(map.contains(149));
+}
+
+struct Shared : Pelk::SharedObject {};
+
+TEST(HashMap2018, HoldsOneUseOfEachSharedObject) {
+   Map<uint16_t, Pelk::Ptr<Shared>> map;
+   auto const object = Pelk::makePtr<Shared>();
+   auto const alone = object->useCount();
+   for (uint16_t key = 0; key < 100; ++key) {
+      map.insert(key, object);
+   }
+   EXPECT_EQ(object->useCount(), alone + 100);
+   auto it = map.iterate(7);
+   map.erase(7);
+   map.erase(8);
+   EXPECT_EQ(object->useCount(), alone + 99) << "the iterator keeps one";
+   it.next();
+   EXPECT_EQ(object->useCount(), alone + 98);
+   map.clear();
+   it.next();
+   EXPECT_EQ(object->useCount(), alone);
+}
+
+} // namespace

@@ -1,0 +1,22 @@
+#include "zin/HashMapTraits.h"
+
+// The contract of collections, for maps of ids.
+namespace ContractTest {
+
+namespace {
+
+struct Ids16 : MapTraits<uint16_t, uint32_t> {
+   static uint16_t key(uint32_t n) { return static_cast<uint16_t>(n); }
+};
+
+struct Ids64Owners : MapTraits<uint64_t, std::unique_ptr<uint32_t>> {
+   static uint64_t key(uint32_t n) { return uint64_t{n} << 32; }
+};
+
+using Kinds = testing::Types<Operations<Ids16>, Operations<Ids64Owners>>;
+
+} // namespace
+
+INSTANTIATE_TYPED_TEST_SUITE_P(HashMap2018OfIds, CollectionContract, Kinds);
+
+} // namespace ContractTest

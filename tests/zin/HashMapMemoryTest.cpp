@@ -1,0 +1,203 @@
+#include "zin/HashMap2018.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <random>
+#include <stdexcept>
+#include <vector>
+
+// What a table allocates, what it does without memory, and what becomes of its values.
+namespace {
+
+// Allocations of this thread: how many there were, and how many may still succeed.
+thread_local uint64_t allocations = 0;
+thread_local int64_t allowedAllocations = -1; // any number
+
+void* allocate(std::size_t size) {
+   ++allocations;
+   if (allowedAllocations == 0) {
+      throw std::bad_alloc();
+   }
+   if (allowedAllocations > 0) {
+      --allowedAllocations;
+   }
+   if (void* const memory = std::malloc(size)) {
+      return memory;
+   }
+   throw std::bad_alloc();
+}
+
+class OutOfMemory {
+ public:
+   explicit OutOfMemory(int64_t allowed) { allowedAllocations = allowed; }
+   ~OutOfMemory() { allowedAllocations = -1; }
+   OutOfMemory(OutOfMemory const&) = delete;
+   OutOfMemory& operator=(OutOfMemory const&) = delete;
+};
+
+} // namespace
+
+void* operator new(std::size_t size) {
+   return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+   std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+   std::free(memory);
+}
+
+namespace {
+
+struct TestMap {
+   static constexpr char const* name = "testMap";
+   static constexpr uint32_t seed = 0x0ddba115;
+};
+
+// Counts its living objects, and can be told to fail when one is made.
+class Counted {
+ public:
+   explicit Counted(uint32_t number) : number_(number) {
+      if (failing) {
+         throw std::runtime_error("no value");
+      }
+      ++living;
+   }
+   Counted(Counted const& other) : number_(other.number_) { ++living; }
+   Counted(Counted&& other) noexcept : number_(other.number_) { ++living; }
+   Counted& operator=(Counted const& other) noexcept {
+      number_ = other.number_;
+      return *this;
+   }
+   ~Counted() {
+      EXPECT_EQ(self_, this) << "moved as bytes, or destroyed twice";
+      self_ = nullptr;
+      --living;
+   }
+   uint32_t number() const { return number_; }
+
+   static inline int64_t living = 0;
+   static inline bool failing = false;
+
+ private:
+   Counted* self_ = this;
+   uint32_t number_;
+};
+
+using Map = Zin::HashMap2018<TestMap, uint32_t, Counted>;
+
+TEST(HashMap2018Memory, AnEmptyMapAllocatesNothing) {
+   uint64_t const before = allocations;
+   Map map;
+   EXPECT_EQ(map.find(1), nullptr);
+   EXPECT_FALSE(map.erase(1));
+   map.clear();
+   for (auto it = map.iterate(); it; it.next()) {
+   }
+   EXPECT_FALSE(map.iterate(1));
+   for ([[maybe_unused]] auto const& entry : map) {
+      ADD_FAILURE();
+   }
+   EXPECT_EQ(allocations, before);
+}
+
+TEST(HashMap2018Memory, ATableIsOneAllocation) {
+   Map map;
+   uint64_t const before = allocations;
+   map.insert(1, 1u);
+   EXPECT_EQ(allocations, before + 1);
+   map.insert(2, 2u);
+   auto it = map.iterate(2);
+   map.erase(2);
+   EXPECT_EQ(it.value().number(), 2u);
+   EXPECT_EQ(allocations, before + 1);
+}
+
+TEST(HashMap2018Memory, EachValueIsDestroyedOnce) {
+   std::mt19937 random(3);
+   {
+      Map map;
+      std::unique_ptr<Map::GenericIterator> it;
+      for (uint32_t step = 0; step < 50000; ++step) {
+         auto const key = static_cast<uint32_t>(random() % 700);
+         switch (random() % 7) {
+            case 0:
+               map.insert(key, key);
+               break;
+            case 1:
+            case 2:
+               map.assign(key, key);
+               break;
+            case 3:
+               it = std::make_unique<Map::GenericIterator>(map, key);
+               break;
+            case 4:
+               if (it) {
+                  it->next();
+               }
+               break;
+            default:
+               map.erase(key);
+         }
+         auto const stale = it && it->stale() ? 1u : 0u;
+         ASSERT_EQ(Counted::living, static_cast<int64_t>(map.size() + stale));
+         ASSERT_TRUE(!it || !*it || it->value().number() == it->key());
+      }
+      for (auto const& [key, value] : map) {
+         ASSERT_EQ(value.number(), key);
+      }
+   }
+   EXPECT_EQ(Counted::living, 0);
+}
+
+TEST(HashMap2018Memory, StaysAsItWasWhenMemoryIsShort) {
+   Map map;
+   std::vector<uint32_t> keys;
+   uint32_t failures = 0;
+   for (uint32_t key = 0; key < 3000; ++key) {
+      auto const version = map.version();
+      try {
+         OutOfMemory const limit(0);
+         map.insert(key, key);
+      } catch (std::bad_alloc const&) {
+         ++failures;
+         ASSERT_EQ(map.version(), version);
+         ASSERT_EQ(map.size(), key);
+         ASSERT_FALSE(map.contains(key));
+         ASSERT_EQ(Counted::living, static_cast<int64_t>(key));
+         for (uint32_t present = 0; present < key; ++present) {
+            ASSERT_TRUE(map.contains(present));
+         }
+         map.insert(key, key);
+      }
+   }
+   EXPECT_GE(failures, 9u);
+   EXPECT_EQ(map.size(), 3000u);
+   OutOfMemory const limit(0);
+   for (uint32_t key = 0; key < 3000; ++key) {
+      ASSERT_TRUE(map.erase(key)) << "needs no memory";
+   }
+}
+
+TEST(HashMap2018Memory, StaysAsItWasWhenAValueCannotBeMade) {
+   Map map;
+   for (uint32_t key = 0; key < 200; ++key) {
+      auto const version = map.version();
+      Counted::failing = true;
+      EXPECT_THROW(map.insert(key, key), std::runtime_error);
+      EXPECT_THROW(map.assign(key, key), std::runtime_error);
+      if (key != 0) {
+         EXPECT_THROW(map.assign(key - 1, key), std::runtime_error);
+         EXPECT_EQ(map.find(key - 1)->value().number(), key - 1);
+      }
+      Counted::failing = false;
+      EXPECT_EQ(map.version(), version);
+      EXPECT_EQ(map.size(), key);
+      map.insert(key, key);
+   }
+}
+
+} // namespace

@@ -1,0 +1,28 @@
+#include "zin/HashMapTraits.h"
+
+#include "l3/VrfName.h"
+
+// The contract of collections, for texts as keys.
+namespace ContractTest {
+
+namespace {
+
+struct Texts : MapTraits<std::string, Zin::NoValue> {
+   static std::string key(uint32_t n) {
+      return std::string(n % 40, 'v') + std::to_string(n);
+   }
+};
+
+struct VrfNames : MapTraits<L3::VrfName, std::string> {
+   static L3::VrfName key(uint32_t n) {
+      return L3::VrfName("tenant " + std::to_string(n) + std::string(n % 3 * 8, '-'));
+   }
+};
+
+using Kinds = testing::Types<Operations<Texts>, Operations<VrfNames>>;
+
+} // namespace
+
+INSTANTIATE_TYPED_TEST_SUITE_P(HashMap2018OfTexts, CollectionContract, Kinds);
+
+} // namespace ContractTest
