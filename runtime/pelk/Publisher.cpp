@@ -27,6 +27,7 @@ Subscriber::~Subscriber() {
 
 void Publisher::subscriberAdd(Subscriber* subscriber,
                               [[maybe_unused]] uint32_t reserved) const {
+   PELK_ASSERT(subscriber != nullptr, "A subscriber cannot be null");
    if (subscriberHas(subscriber)) {
       return;
    }

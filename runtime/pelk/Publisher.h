@@ -26,8 +26,8 @@ class PELK_EXPORT Publisher {
    Publisher(Publisher const&) = delete;
    Publisher& operator=(Publisher const&) = delete;
 
-   // Adds the subscriber at the end; one that is present stays where it is. The second
-   // argument is reserved by the contract and is 0.
+   // Adds the subscriber at the end; one that is present stays where it is, and null is
+   // a fatal assertion. The second argument is reserved by the contract and is 0.
    void subscriberAdd(Subscriber* subscriber, uint32_t reserved) const;
    // Removes the subscriber if it is present.
    void subscriberRemove(Subscriber* subscriber) const noexcept;

@@ -21,7 +21,7 @@ class PELK_EXPORT String {
    constexpr String() noexcept = default;
    String(std::string_view text) {
       if (text.size() <= kInlineMax) {
-         std::memcpy(inline_.text, text.data(), text.size());
+         text.copy(inline_.text, text.size()); // which may be nothing, from nowhere
          inline_.size = static_cast<uint8_t>(text.size());
       } else {
          shareNew(text);
