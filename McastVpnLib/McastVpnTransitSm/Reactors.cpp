@@ -48,7 +48,7 @@ void TransitSm::Reactors::on_vtiStatusDir::subscribe(VtiStatusDirPtr const& dir)
       return;
    }
    for (auto const& entry : dir->vtiStatus()) {
-      sm_->reactors_->vtiStatus.subscribe(entry.key(), entry.value());
+      sm_->reactors_->vtiStatus.subscribe(entry.key());
    }
 }
 
@@ -85,8 +85,9 @@ TransitSm::Reactors::on_vtiStatusDir_vtiStatus::status(Lidra::IntfId intfId) con
    return entry != nullptr ? entry->value()->source() : nullptr;
 }
 
-void TransitSm::Reactors::on_vtiStatusDir_vtiStatus::subscribe(
-   Lidra::IntfId intfId, VtiStatusPtr const& status) {
+void TransitSm::Reactors::on_vtiStatusDir_vtiStatus::subscribe(Lidra::IntfId intfId) {
+   auto const& dir = sm_->vtiStatusDir_;
+   VtiStatusPtr const status = dir ? dir->vtiStatus(intfId) : nullptr;
    if (!status) {
       entries_.erase(intfId);
       return;
@@ -118,7 +119,9 @@ void TransitSm::Reactors::on_vtiStatusDir_vtiStatus::on_self0(
    TransitSm& sm = *sm_;
    VtiStatusPtr const before = oldStatus;
    VtiStatusPtr const after = newStatus;
-   subscribe(intfId, after);
+   // Not simply to the new one: a handler of an earlier entry may have been the reason
+   // why the directory was replaced again.
+   subscribe(intfId);
 
    auto const handleEach = [&](VtiStatusPtr const& status, auto&& concerns) {
       if (!status) {

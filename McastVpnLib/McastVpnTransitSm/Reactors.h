@@ -92,8 +92,9 @@ struct TransitSm::Reactors {
 
       // The entry that is followed under the interface, or null.
       VtiStatusPtr status(Lidra::IntfId intfId) const;
-      // Follows the entry in the place of the one under the interface; null for none.
-      void subscribe(Lidra::IntfId intfId, VtiStatusPtr const& status);
+      // Follows the directory's entry under the interface in the place of the one that
+      // is followed; either may be none.
+      void subscribe(Lidra::IntfId intfId);
       // The entry under the interface changed from one object (or none) to another.
       void on_self0(Lidra::IntfId intfId, VtiStatusPtr const& oldStatus,
                     VtiStatusPtr const& newStatus);

@@ -6,7 +6,7 @@
 #include "pelk/Assert.h"
 #include "zin/EntityOps.h"
 
-#include <string>
+#include <utility>
 
 namespace Irb::Multicast::Evpn {
 

@@ -37,9 +37,12 @@ namespace Irb::Multicast::Evpn {
 // writes nothing.
 //
 // Handlers are public so that the host can ask for a re-evaluation; each may be called
-// at any time and is idempotent. Whoever is notified of an output change may call back
-// into the inputs, and may drop the last use of the reactor: it stays until the running
-// dispatcher ends, which stops between two handler calls.
+// at any time by who holds a use of the reactor meanwhile, and is idempotent.
+//
+// Whoever is notified of an output change may change the inputs from there, which is
+// handled at once; the handler that was overtaken decides anew where it goes on. It may
+// also drop the last use of the reactor, which then stays until the running dispatcher
+// ends; that one stops between two handler calls.
 //
 // Errors: a mapped VLAN outside 1..4094 raises a Zin::RangeException from the handler
 // that makes a VlanId of it; out of a notification it ends the process.
@@ -210,7 +213,8 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    VrfToSbdVlanMap vrfToSbdVlan_;
    SbdVlanToVrfMap sbdVlanToVrf_;
 
-   uint32_t guards_ = 0; // uses that running dispatchers hold
+   uint32_t guards_ = 0;      // uses that running dispatchers hold
+   uint32_t evaluations_ = 0; // begun so far: tells a handler that it was overtaken
    std::unique_ptr<Reactors> reactors_;
 };
 

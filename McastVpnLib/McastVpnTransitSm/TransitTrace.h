@@ -1,5 +1,6 @@
 #pragma once
 
+#include "McastVpnLib/Export.h"
 #include "dualo/Dualo.h"
 #include "fennlog/TraceHandle.h"
 #include "pelk/Ptr.h"
@@ -13,9 +14,9 @@ inline constexpr char const* kFacility = "McastVpn::Transit";
 inline constexpr char const* kFile = "McastVpnLib/McastVpnTransitSm";
 
 // The facility's text trace.
-Pelk::TraceHandler& text();
+MCASTVPNLIB_EXPORT Pelk::TraceHandler& text();
 // The facility's ring, which all reactors of the process share.
-Pelk::Ptr<Fennlog::TraceHandle> const& ring();
+MCASTVPNLIB_EXPORT Pelk::Ptr<Fennlog::TraceHandle> const& ring();
 
 } // namespace Irb::Multicast::Evpn::TransitTrace
 

@@ -24,6 +24,7 @@ Lidra::IntfId nullIntf() {
 } // namespace
 
 void TransitSm::handleTransitVlan(Bridging::VlanId vlanId) {
+   uint32_t const evaluation = ++evaluations_;
    TRANSIT_TRACE(8, "handleTransitVlan( %s ), vlanId: %s", af_, vlanId);
    auto const status = vxlanStatus();
    auto const recorded = status ? sbdVlanToVrf(vlanId) : nullptr;
@@ -40,6 +41,11 @@ void TransitSm::handleTransitVlan(Bridging::VlanId vlanId) {
       }
    }
    updateTransitIntf(vlanId, enabled);
+   if (evaluations_ != evaluation) {
+      // Who was notified changed an input: what this call wrote last may be the older
+      // decision, half of it over the younger one.
+      handleTransitVlan(vlanId);
+   }
 }
 
 void TransitSm::updateTransitIntf(Bridging::VlanId vlanId, bool enabled) {

@@ -9,7 +9,7 @@ void TransitSm::handleVrfToSBDVlan(L3::VrfName const& vrf) {
       auto const status = vxlanStatus();
       return status ? status->vrfToSBDVlan(name) : Bridging::VlanIdOrNone();
    };
-   auto const newVlan = mappedVlan(vrf);
+   auto newVlan = mappedVlan(vrf);
    auto const oldVlan = vrfToSbdVlan(vrf);
    if (!oldVlan.isNone()) {
       if (oldVlan == newVlan) {
@@ -30,6 +30,8 @@ void TransitSm::handleVrfToSBDVlan(L3::VrfName const& vrf) {
             sbdVlanToVrfDel(oldVlanId);
          }
       }
+      // Who was notified of the old VLAN's end may have mapped the VRF elsewhere.
+      newVlan = mappedVlan(vrf);
    }
    if (newVlan.isNone()) {
       vrfToSbdVlanDel(vrf);

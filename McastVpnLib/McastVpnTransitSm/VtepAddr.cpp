@@ -19,10 +19,16 @@ void TransitSm::handleVtepAddr() {
    if (af_ != Lidra::AddressFamily::ipv4) {
       return;
    }
-   auto const addr = vtepAddr();
+   uint32_t evaluation = ++evaluations_;
+   auto addr = vtepAddr();
    for (auto entry = transitIntfColl_->intf().iterate(); entry; ++entry) {
       auto const intf = entry.value();
       intf->ipAddrIs(addr);
+      if (evaluations_ != evaluation) {
+         // Who was notified changed an input, and the choice may be another by now.
+         evaluation = evaluations_;
+         addr = vtepAddr();
+      }
    }
 }
 
