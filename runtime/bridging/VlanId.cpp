@@ -6,7 +6,11 @@
 
 namespace Bridging {
 
-VlanId::VlanId(std::string_view text) : VlanId(Zin::decimalFromText<uint16_t>(text)) {}
+VlanId::VlanId(std::string_view text) try
+   : VlanId(Zin::decimalFromText<uint16_t>(text)) {
+} catch (Zin::RangeException const&) {
+   outOfRange(); // the same text, however far outside the number is
+}
 
 VlanIdOrNone::VlanIdOrNone(std::string_view text)
    : value_(Zin::decimalFromText<uint16_t>(text)) {}

@@ -41,7 +41,7 @@ class PELK_EXPORT VlanIdOrNone {
  public:
    constexpr VlanIdOrNone() noexcept = default;
    constexpr VlanIdOrNone(uint16_t value) noexcept : value_(value) {}
-   // From decimal text; TextException if it is none.
+   // From decimal text; TextException if it is none, RangeException above 16 bits.
    explicit VlanIdOrNone(std::string_view text);
    constexpr VlanIdOrNone(VlanId vlanId) noexcept : value_(vlanId.value()) {}
 

@@ -81,7 +81,7 @@ struct Attribute {
    }
 };
 
-struct EntityType {
+struct PELK_EXPORT EntityType {
    std::string_view name;
    std::span<Attribute const> attributes;
 
@@ -96,6 +96,8 @@ class PELK_EXPORT TypeRegistry {
 
    void add(EntityType const& type);
    void add(ValueType const& type);
+   void remove(EntityType const& type) noexcept;
+   void remove(ValueType const& type) noexcept;
    EntityType const* entityType(std::string_view name) const noexcept;
    ValueType const* valueType(std::string_view name) const noexcept;
    std::vector<EntityType const*> const& entityTypes() const noexcept {
@@ -110,10 +112,20 @@ class PELK_EXPORT TypeRegistry {
    std::vector<ValueType const*> valueTypes_;
 };
 
-// Registers a type while the library that holds it is loaded.
-struct PELK_EXPORT TypeRegistration {
-   explicit TypeRegistration(EntityType const& type);
-   explicit TypeRegistration(ValueType const& type);
+// Registers a type while the library that holds it is loaded. Type is EntityType or
+// ValueType.
+template <typename Type>
+class TypeRegistration {
+ public:
+   explicit TypeRegistration(Type const& type) : type_(type) {
+      TypeRegistry::instance().add(type_);
+   }
+   ~TypeRegistration() { TypeRegistry::instance().remove(type_); }
+   TypeRegistration(TypeRegistration const&) = delete;
+   TypeRegistration& operator=(TypeRegistration const&) = delete;
+
+ private:
+   Type const& type_;
 };
 
 // Prints the entity with everything below it: "Type{ a: 1, b: { k: v }, c: { k } }".

@@ -38,12 +38,14 @@ struct ValueType {
    std::string_view name;
    ValueForm form;
    std::string_view allowed;
+   // The text form of a default value.
+   std::string (*defaultText)();
    std::string (*toText)(void const* value);
    // Throws like fromText(). With plausible set, also refuses what is not plausible.
    std::string (*canonicalText)(std::string_view text, bool plausible);
 };
 
-// The name of a type in a message when a value does not fit.
+// Raises the RangeException of a text whose value is not plausible.
 [[noreturn]] PELK_EXPORT void throwImplausible(std::string_view text);
 
 template <typename T>
@@ -51,6 +53,7 @@ inline constexpr ValueType valueTypeOf{
    ValueTraits<T>::name,
    ValueTraits<T>::form,
    ValueTraits<T>::allowed,
+   [] { return ValueTraits<T>::toText(T()); },
    [](void const* value) {
       return ValueTraits<T>::toText(*static_cast<T const*>(value));
    },

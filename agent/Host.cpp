@@ -1,0 +1,83 @@
+#include "agent/Host.h"
+
+#include "McastVpnLib/McastVpnLib.h"
+#include "McastVpnLib/McastVpnTransitSm/TransitSm.h"
+#include "agent/BadInput.h"
+#include "agent/JsonText.h"
+#include "pelk/Trace.h"
+#include "zin/Hash.h"
+#include "zin/Toggle.h"
+
+namespace Agent {
+
+class Host::RunningMachine {
+ public:
+   RunningMachine(Options const& options, State const& state)
+      : reactor_(Irb::Multicast::Evpn::transitSmFactory(
+           options.af, state.mcastEvpnConfig, state.vtiStatusDir, state.mlagStatus,
+           state.transitIntfColl, state.membershipJoinStatus)) {}
+
+ private:
+   Pelk::Ptr<Irb::Multicast::Evpn::TransitSm> reactor_;
+};
+
+Host::Host(Options const& options)
+   : options_(options), scheduler_(Kolm::TaskSchedulerRoot::findOrCreateScheduler()) {
+   if (options.seed) {
+      Zin::HashHelper::hashSeed32Is(*options.seed);
+   }
+   if (!options.toggleFile.empty()) {
+      try {
+         Zin::ToggleSource::fileIs(options.toggleFile);
+      } catch (Zin::ToggleFileError const& error) {
+         throw InputError(error.what());
+      }
+   }
+   for (auto const& toggle : options.toggles) {
+      auto const equals = toggle.find('=');
+      Zin::ToggleSource::overrideIs(toggle.substr(0, equals),
+                                    toggle.substr(equals + 1) == "on");
+   }
+   Pelk::Trace::levelsIs(options.trace);
+}
+
+Host::~Host() = default;
+
+void Host::loadState() {
+   if (!options_.state.empty()) {
+      state_.assign(loadDocument(state_, options_.state, options_.checks));
+   }
+}
+
+void Host::start() {
+   machine_ = std::make_unique<RunningMachine>(options_, state_);
+}
+
+void Host::stop() {
+   machine_.reset();
+}
+
+uint64_t Host::drain() {
+   return scheduler_->runUntilIdle();
+}
+
+uint64_t Host::slice(uint64_t count) {
+   uint64_t slices = 0;
+   while (slices < count && scheduler_->runSlice()) {
+      ++slices;
+   }
+   return slices;
+}
+
+nlohmann::json loadDocument(State const& state, std::string const& file,
+                            Checks checks) {
+   auto const text = readFile(file);
+   auto const document = parseJson(text, file);
+   try {
+      return state.canonical(document, checks);
+   } catch (BadInput const& error) {
+      throw InputError(location(file, lineOf(text, error.pointer())) + error.what());
+   }
+}
+
+} // namespace Agent

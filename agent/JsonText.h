@@ -1,0 +1,24 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <string_view>
+
+// Reading JSON as people write it: comments are allowed, a repeated key is not.
+namespace Agent {
+
+// The whole file; "-" is standard input. InputError if it cannot be read.
+std::string readFile(std::string const& file);
+
+// The value that the text holds. InputError, with file and line, if it is not JSON, if
+// an object has a key twice, or if it is nested deeper than 64 levels. firstLine is the
+// number of the text's first line in its file.
+nlohmann::json parseJson(std::string_view text, std::string const& file,
+                         size_t firstLine = 1);
+
+// The line of the text on which the element of the pointer begins, or that of its
+// nearest present parent; the first line for the document itself.
+size_t lineOf(std::string_view text, nlohmann::json::json_pointer const& pointer);
+
+} // namespace Agent

@@ -1,0 +1,53 @@
+#include "agent/BadInput.h"
+#include "agent/Options.h"
+#include "agent/Replay.h"
+#include "agent/Run.h"
+#include "agent/Terminal.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+
+namespace {
+
+constexpr int kBadInput = 2;
+
+// What was printed until then stands before the message of an exception that escaped.
+std::terminate_handler previousHandler = nullptr;
+
+[[noreturn]] void flushAndTerminate() {
+   std::fflush(stdout);
+   previousHandler();
+   std::abort();
+}
+
+int command(Agent::Options const& options) {
+   return options.command == Agent::Options::Command::run ? Agent::run(options)
+                                                          : Agent::replay(options);
+}
+
+void complain(char const* message) {
+   std::fflush(stdout);
+   std::fprintf(stderr, "mcastvpn-agent: %s\n", message);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+   previousHandler = std::set_terminate(flushAndTerminate);
+   auto const parsed = Agent::parseOptions(argc, argv);
+   if (parsed.status) {
+      return *parsed.status;
+   }
+   try {
+      int const status = command(parsed.options);
+      if (!Agent::flushed(stdout)) {
+         complain("standard output: the results cannot be written");
+         return kBadInput;
+      }
+      return status;
+   } catch (std::exception const& error) {
+      complain(error.what());
+      return kBadInput;
+   }
+}

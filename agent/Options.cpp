@@ -1,0 +1,273 @@
+#include "agent/Options.h"
+
+#include "agent/Version.h"
+
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <iostream>
+#include <limits>
+#include <map>
+#include <stdexcept>
+
+namespace Agent {
+
+namespace {
+
+constexpr int kBadUsage = 2;
+constexpr std::string_view kTogglePrefix = "McastVpnTransitMlag=";
+
+constexpr char const* kDescription =
+   "Computes the transit interfaces of EVPN multicast over VXLAN: for each SBD VLAN "
+   "of\n"
+   "a transit VRF the routed VLAN interface, the VTEP address that multicast is "
+   "sourced\n"
+   "from, and the wildcard join that makes the switch forward there.";
+
+constexpr char const* kExamples =
+   "Examples:\n"
+   "  mcastvpn-agent run examples/leaf-pair.jsonc          what this leaf would "
+   "publish\n"
+   "  mcastvpn-agent run --json examples/leaf-pair.jsonc   the same for a program\n"
+   "  mcastvpn-agent replay --state examples/leaf-pair.jsonc examples/story.jsonl\n"
+   "                                                       each change, and what it "
+   "does\n"
+   "  mcastvpn-agent help replay                           everything about a command\n"
+   "\n"
+   "Results go to standard output, everything else to standard error.\n"
+   "Exit status: 0 fine; 1 a test did not hold; 2 bad usage or bad input.";
+
+constexpr char const* kRunFooter =
+   "STATE is one JSON document (comments are allowed; what is left out stands with "
+   "its\n"
+   "default):\n"
+   "\n"
+   "  { \"mcastEvpnConfig\": { \"transitVrf\": [\"red\"] },\n"
+   "    \"vtiStatusDir\": { \"vtiStatus\": { \"Vxlan1\": {\n"
+   "      \"localVtepAddr\": \"10.0.0.1\", \"mlagVtepAddr\": \"10.0.0.100\",\n"
+   "      \"vrfToSBDVlan\": { \"red\": 10 } } } },\n"
+   "    \"mlagStatus\": { \"mlagState\": \"active\" } }\n"
+   "\n"
+   "Outputs that STATE holds are what an earlier run left behind.";
+
+constexpr char const* kReplayFooter =
+   "EVENTS holds one JSON value a line; blank lines and lines that start with # are\n"
+   "skipped:\n"
+   "\n"
+   "  {\"op\":\"add\",\"path\":\"/mcastEvpnConfig/transitVrf/red\",\"value\":{}}\n"
+   "  {\"op\":\"test\",\"path\":\"/transitIntfColl/intf/Vlan10/ipAddr\","
+   "\"value\":\"10.0.0.1\"}\n"
+   "  {\"host\":\"restart\"}\n"
+   "\n"
+   "Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain,\n"
+   "slice (with \"count\"), stop, start, restart, flag (with \"want\" and \"value\").\n"
+   "Each change of the outputs is printed as one JSON Patch operation, in the order "
+   "in\n"
+   "which things happen.";
+
+// A command that is part of the interface and comes with a later version.
+struct Later {
+   char const* name;
+   char const* description;
+};
+constexpr std::array kLater = {
+   Later{"explain",
+         "each condition of the rule for every SBD VLAN (not in this build)"},
+   Later{"plan", "what a start would do to the outputs (not in this build)"},
+   Later{"compare", "where the two machines differ (not in this build)"},
+   Later{"graph", "the pipeline of the dataflow machine (not in this build)"},
+};
+
+[[noreturn]] void notInThisBuild(std::string const& what) {
+   throw CLI::ValidationError(what, "not in this build");
+}
+
+std::string checkToggle(std::string const& text) {
+   bool const known = text.starts_with(kTogglePrefix);
+   auto const state = known ? text.substr(kTogglePrefix.size()) : std::string();
+   if (state != "on" && state != "off") {
+      return "\"" + text + "\" stands here; allowed is McastVpnTransitMlag=on or " +
+             "McastVpnTransitMlag=off";
+   }
+   return {};
+}
+
+std::string checkTrace(std::string const& text) {
+   try {
+      Pelk::TraceLevels::fromText(text);
+      return {};
+   } catch (std::invalid_argument const& error) {
+      return error.what();
+   }
+}
+
+class Parser {
+ public:
+   Parser() : app_(kDescription, "mcastvpn-agent") {
+      app_.set_version_flag("--version", std::string("mcastvpn-agent ") + kVersion);
+      app_.footer(kExamples);
+      app_.require_subcommand(0, 1);
+      addRun();
+      addReplay();
+      for (auto const& later : kLater) {
+         auto* const command = app_.add_subcommand(later.name, later.description);
+         command->allow_extras();
+         command->callback([name = later.name] { notInThisBuild(name); });
+      }
+      auto* const help = app_.add_subcommand("help", "help on a command");
+      help->add_option("COMMAND", helpTopic_, "the command");
+      help->callback([this] { printHelp(); });
+   }
+
+   ParsedOptions parse(int argc, char const* const* argv) {
+      try {
+         app_.parse(argc, argv);
+         if (!app_.get_subcommands().empty()) {
+            finish();
+            return {options_, status_};
+         }
+         std::cerr << app_.help();
+         return {options_, kBadUsage};
+      } catch (CLI::ParseError const& error) {
+         if (error.get_exit_code() == 0) {
+            return {options_, app_.exit(error)};
+         }
+         std::cerr << "mcastvpn-agent: " << error.what()
+                   << "\nTry \"mcastvpn-agent --help\".\n";
+         return {options_, kBadUsage};
+      }
+   }
+
+ private:
+   void addRun() {
+      auto* const run = app_.add_subcommand(
+         "run", "publish a state, run the machine until it is idle, print its outputs");
+      run->callback([this] { options_.command = Options::Command::run; });
+      run->add_option("STATE", options_.state,
+                      "the state document; - for standard input")
+         ->required();
+      run->add_flag("--watch", watch_, "stay and follow the file (not in this build)");
+      addCommon(*run);
+      run->add_flag("--json", options_.json, "the outputs as a JSON document");
+      run->footer(kRunFooter);
+   }
+
+   void addReplay() {
+      auto* const replay = app_.add_subcommand(
+         "replay", "apply a file of changes line by line, print what each one does");
+      replay->callback([this] { options_.command = Options::Command::replay; });
+      replay
+         ->add_option("EVENTS", options_.events, "the event file; - for standard input")
+         ->required();
+      replay->add_option("--state", options_.state, "the state document to start from");
+      addCommon(*replay);
+      replay->add_flag("--manual", manual_,
+                       "tasks run only when a host line says so (dataflow)");
+      replay->footer(kReplayFooter);
+   }
+
+   void addCommon(CLI::App& command) {
+      std::map<std::string, Machine> const machines = {{"reactor", Machine::reactor},
+                                                       {"dataflow", Machine::dataflow},
+                                                       {"both", Machine::both}};
+      std::map<std::string, Lidra::AddressFamily> const families = {
+         {"ipv4", Lidra::AddressFamily::ipv4}, {"ipv6", Lidra::AddressFamily::ipv6}};
+      command
+         .add_option("--sm", options_.machine,
+                     "the machine: reactor (the default; dataflow and both are not in "
+                     "this build)")
+         ->transform(CLI::Transformer(machines).description(""))
+         ->check(CLI::IsMember(machines).description(""))
+         ->type_name("NAME");
+      command
+         .add_option("--af", options_.af,
+                     "the address family: ipv4 (the default) or "
+                     "ipv6")
+         ->transform(CLI::Transformer(families).description(""))
+         ->check(CLI::IsMember(families).description(""))
+         ->type_name("FAMILY");
+      command.add_option("--mode", mode_, "sync or async (dataflow)")
+         ->check(CLI::IsMember({"sync", "async"}).description(""))
+         ->type_name("MODE");
+      command
+         .add_option("--slice-items", sliceItems_,
+                     "a task yields at every Nth item (dataflow)")
+         ->check(CLI::Range(1u, std::numeric_limits<uint32_t>::max()).description(""))
+         ->type_name("N");
+      command
+         .add_option("--seed", options_.seed,
+                     "the hash seed, which fixes the order of iteration (random)")
+         ->type_name("N");
+      command
+         .add_option("--trace", trace_,
+                     "print the text trace of these levels: 7, 6-9, 4,8 or all")
+         ->check(CLI::Validator(checkTrace, ""))
+         ->type_name("LEVELS");
+      command
+         .add_option("--toggle", options_.toggles,
+                     "override a feature toggle: McastVpnTransitMlag=on or =off")
+         ->check(CLI::Validator(checkToggle, ""))
+         ->type_name("NAME=STATE");
+      command
+         .add_option("--toggle-file", options_.toggleFile,
+                     "read the feature toggles from this JSON file")
+         ->type_name("FILE");
+      command.add_flag("--unchecked", unchecked_,
+                       "let through every value that the C++ types can hold");
+      command.add_flag("--verify", verify_,
+                       "compare with the plain rule (not in this build)");
+   }
+
+   // What the options say together.
+   void finish() {
+      if (options_.machine != Machine::reactor) {
+         notInThisBuild(options_.machine == Machine::both ? "--sm both"
+                                                          : "--sm dataflow");
+      }
+      if (watch_) {
+         notInThisBuild("--watch");
+      }
+      if (verify_) {
+         notInThisBuild("--verify");
+      }
+      if (!trace_.empty()) {
+         options_.trace = Pelk::TraceLevels::fromText(trace_);
+      }
+      options_.checks = unchecked_ ? Checks::unchecked : Checks::plausible;
+   }
+
+   void printHelp() {
+      status_ = 0;
+      if (helpTopic_.empty()) {
+         std::cout << app_.help();
+         return;
+      }
+      auto const commands = app_.get_subcommands(
+         [this](CLI::App const* each) { return each->get_name() == helpTopic_; });
+      if (commands.empty()) {
+         throw CLI::ValidationError(
+            "help", "\"" + helpTopic_ + "\" stands here; allowed is run or replay");
+      }
+      std::cout << commands.front()->help("mcastvpn-agent");
+   }
+
+   CLI::App app_;
+   Options options_;
+   std::optional<int> status_;
+   std::string helpTopic_;
+   std::string mode_;
+   std::string trace_;
+   uint32_t sliceItems_ = 0;
+   bool watch_ = false;
+   bool manual_ = false;
+   bool verify_ = false;
+   bool unchecked_ = false;
+};
+
+} // namespace
+
+ParsedOptions parseOptions(int argc, char const* const* argv) {
+   return Parser().parse(argc, argv);
+}
+
+} // namespace Agent

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "agent/Document.h"
+#include "lidra/AddressFamily.h"
+#include "pelk/TraceLevels.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Agent {
+
+enum class Machine { reactor, dataflow, both };
+
+// What the command line says.
+struct Options {
+   enum class Command { none, run, replay };
+
+   Command command = Command::none;
+   std::string state;  // the state document; empty for none
+   std::string events; // of replay; "-" is standard input
+
+   Machine machine = Machine::reactor;
+   Lidra::AddressFamily af = Lidra::AddressFamily::ipv4;
+   std::optional<uint32_t> seed;
+   Pelk::TraceLevels trace;
+   std::vector<std::string> toggles; // NAME=on or NAME=off, checked
+   std::string toggleFile;
+   bool json = false;
+   Checks checks = Checks::plausible;
+};
+
+// The options, or the status to end with at once, when what the command line asks for
+// (help, the version, a message about bad usage) was printed.
+struct ParsedOptions {
+   Options options;
+   std::optional<int> status;
+};
+ParsedOptions parseOptions(int argc, char const* const* argv);
+
+} // namespace Agent

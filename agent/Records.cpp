@@ -1,0 +1,39 @@
+#include "agent/Records.h"
+
+#include <string>
+
+namespace Agent {
+
+using nlohmann::ordered_json;
+
+Records::Records(State const& state, std::FILE* out)
+   : out_(out), sinkBefore_(Pelk::Trace::sinkIs(this)) {
+   for (auto const& member : state.members()) {
+      if (member.isOutput) {
+         recorders_.push_back(std::make_unique<OutputRecorder>(
+            member.name, member.entity,
+            [this](ordered_json operation) { write(operation); }));
+      }
+   }
+}
+
+Records::~Records() {
+   Pelk::Trace::sinkIs(sinkBefore_);
+}
+
+void Records::write(ordered_json const& record) {
+   auto line = record.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+   line += '\n';
+   std::fwrite(line.data(), 1, line.size(), out_);
+}
+
+void Records::trace(Pelk::TraceRecord const& record) {
+   write({{"trace",
+           {{"name", record.name},
+            {"file", record.file},
+            {"function", record.function},
+            {"level", record.level},
+            {"text", record.text}}}});
+}
+
+} // namespace Agent
