@@ -61,6 +61,8 @@ std::optional<uint16_t> vlanNumber(std::string_view name) {
       return Zin::decimalFromText<uint16_t>(name.substr(kVlanPrefix.size()));
    } catch (Zin::TextException const&) {
       return std::nullopt;
+   } catch (Zin::RangeException const&) {
+      return std::nullopt;
    }
 }
 

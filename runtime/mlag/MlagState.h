@@ -19,7 +19,8 @@ enum class MlagState : uint32_t {
    withheld = 4, // transit interfaces are withdrawn
 };
 
-// From a name above or a decimal number; TextException if it is neither.
+// From a name above or a decimal number; TextException if it is neither, RangeException
+// above 32 bits.
 PELK_EXPORT MlagState mlagStateFromText(std::string_view text);
 
 // Prints the name, or the number of a value that is not listed.

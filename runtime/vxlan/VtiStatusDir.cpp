@@ -1,5 +1,6 @@
 #include "vxlan/VtiStatusDir.h"
 
+#include "pelk/Assert.h"
 #include "zin/AttributeMakers.h"
 #include "zin/EntityOps.h"
 
@@ -22,10 +23,12 @@ Zin::TypeRegistration const registration(kType);
 } // namespace
 
 void VtiStatusDir::vtiStatusIs(Pelk::Ptr<VtiStatus> const& status) {
+   PELK_ASSERT(status, "A VtiStatus cannot be null");
    auto const intfId = status->intfId();
+   // A callback may drop the caller's use, and the others are shown the status too.
+   Pelk::Ptr<Pelk::Entity const> const announced = status;
    vtiStatus_.assign(intfId, status);
-   Pelk::Entity const* const announced = status.get();
-   publishChangeRecursive(kVtiStatus, &intfId, announced);
+   publishChangeRecursive(kVtiStatus, &intfId, announced.get());
 }
 
 void VtiStatusDir::vtiStatusDel(Lidra::IntfId intfId) {

@@ -29,7 +29,7 @@ class PELK_EXPORT VtiStatusDir final : public Pelk::Entity {
       return entry != nullptr ? entry->value() : nullptr;
    }
    // Puts the status under its interface, in the place of another if there is one, and
-   // announces kVtiStatus with the interface as key.
+   // announces kVtiStatus with the interface as key. Null is a fatal assertion.
    void vtiStatusIs(Pelk::Ptr<VtiStatus> const& status);
    // Announces kVtiStatus with the interface as key if there was a status.
    void vtiStatusDel(Lidra::IntfId intfId);

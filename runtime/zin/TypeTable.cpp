@@ -71,20 +71,20 @@ void TypeRegistry::add(ValueType const& type) {
    valueTypes_.push_back(&type);
 }
 
+void TypeRegistry::remove(EntityType const& type) noexcept {
+   std::erase(entityTypes_, &type);
+}
+
+void TypeRegistry::remove(ValueType const& type) noexcept {
+   std::erase(valueTypes_, &type);
+}
+
 EntityType const* TypeRegistry::entityType(std::string_view name) const noexcept {
    return named(entityTypes_, name);
 }
 
 ValueType const* TypeRegistry::valueType(std::string_view name) const noexcept {
    return named(valueTypes_, name);
-}
-
-TypeRegistration::TypeRegistration(EntityType const& type) {
-   TypeRegistry::instance().add(type);
-}
-
-TypeRegistration::TypeRegistration(ValueType const& type) {
-   TypeRegistry::instance().add(type);
 }
 
 void print(std::ostream& out, Pelk::Entity const& entity) {

@@ -13,7 +13,8 @@ namespace {
 
 template <typename... T>
 struct Registrations {
-   TypeRegistration all[sizeof...(T)] = {TypeRegistration(valueTypeOf<T>)...};
+   TypeRegistration<ValueType> all[sizeof...(T)] = {
+      TypeRegistration(valueTypeOf<T>)...};
 };
 
 Registrations<bool, Unit, Bridging::VlanId, Bridging::VlanIdOrNone, L3::VrfName,
