@@ -1,5 +1,8 @@
-# How others find the installed libraries: a CMake package and a pkg-config file.
-# Both work out the prefix from where they lie, so that it can be moved.
+# The program, and how others find the installed libraries: a CMake package and a
+# pkg-config file. Both work out the prefix from where they lie, so that it can be
+# moved.
+
+install(TARGETS mcastvpn-agent RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 include(CMakePackageConfigHelpers)
 

@@ -1,21 +1,28 @@
 # One function a kind of target: what every target of that kind has in common
 # stands here, and a CMakeLists.txt says only what is its own.
 
-add_library(mcast_options INTERFACE)
-target_compile_options(mcast_options INTERFACE
+# Every target: warnings, and how the build is instrumented.
+add_library(mcast_base INTERFACE)
+target_compile_options(mcast_base INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor
   $<$<CONFIG:Release>:-O2 -g1>
-  $<$<CONFIG:Debug>:-O1 -fno-omit-frame-pointer -D_GLIBCXX_ASSERTIONS>)
+  $<$<CONFIG:Debug>:-fno-omit-frame-pointer -D_GLIBCXX_ASSERTIONS>)
 if(MCAST_SANITIZE)
   # -g1: reports need lines and functions, and variables double the link's work.
-  target_compile_options(mcast_options INTERFACE
+  target_compile_options(mcast_base INTERFACE
     -fsanitize=${MCAST_SANITIZE} -fno-sanitize-recover=all -g1)
-  target_link_options(mcast_options INTERFACE -fsanitize=${MCAST_SANITIZE})
+  target_link_options(mcast_base INTERFACE -fsanitize=${MCAST_SANITIZE})
 endif()
 if(MCAST_COVERAGE)
-  target_compile_options(mcast_options INTERFACE --coverage)
-  target_link_options(mcast_options INTERFACE --coverage)
+  target_compile_options(mcast_base INTERFACE --coverage)
+  target_link_options(mcast_base INTERFACE --coverage)
 endif()
+
+# What the tests run is optimized a little even for the debugger. The tests are not:
+# with sanitizers, that would double the time that they take to compile.
+add_library(mcast_options INTERFACE)
+target_link_libraries(mcast_options INTERFACE mcast_base)
+target_compile_options(mcast_options INTERFACE $<$<CONFIG:Debug>:-O1>)
 
 # An installed program or library finds the libraries beside it, wherever the
 # prefix is moved to.
@@ -63,14 +70,6 @@ function(mcast_library name)
       DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${ARG_INSTALL_FOLDER})
 endfunction()
 
-# mcast_program(<name> SOURCES ... [LIBRARIES ...]): an installed program.
-function(mcast_program name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "LIBRARIES;SOURCES")
-  add_executable(${name} ${ARG_SOURCES})
-  target_link_libraries(${name} PRIVATE mcast_options ${ARG_LIBRARIES})
-  install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-endfunction()
-
 # mcast_check_headers(<target> <root> <header>...): target <target>_headers
 # compiles each header alone, as <target> would.
 function(mcast_check_headers target root)
@@ -87,8 +86,6 @@ function(mcast_check_headers target root)
       "${root}" $<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>)
     target_link_libraries(${target}_headers PRIVATE
       $<TARGET_PROPERTY:${target},LINK_LIBRARIES>)
-    # Whether it compiles is all that is asked.
-    target_compile_options(${target}_headers PRIVATE -O0 -g0)
     set_property(GLOBAL APPEND PROPERTY MCAST_HEADER_CHECKS ${target}_headers)
   endif()
 endfunction()
@@ -102,7 +99,7 @@ function(mcast_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
-  target_link_libraries(${name} PRIVATE mcast_options ${ARG_LIBRARIES}
+  target_link_libraries(${name} PRIVATE mcast_base ${ARG_LIBRARIES}
     GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${name} PROPERTIES TIMEOUT 120 DISCOVERY_TIMEOUT 60)
 endfunction()
