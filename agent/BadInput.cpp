@@ -40,7 +40,7 @@ std::string quote(std::string_view text) {
 }
 
 std::string location(std::string_view file, size_t line) {
-   std::string place(file);
+   std::string place(file == "-" ? "standard input" : file);
    if (line != 0) {
       place += ':' + std::to_string(line);
    }

@@ -116,8 +116,8 @@ std::string canonicalKey(Attribute const& attribute, std::string_view key,
    try {
       return attribute.keyType->canonicalText(key, checks == Checks::plausible);
    } catch (std::logic_error const&) {
-      throw BadInput(at, quote(key),
-                     "for a key " + std::string(attribute.keyType->allowed));
+      throw BadInput(at, "the key " + quote(key),
+                     std::string(attribute.keyType->allowed));
    }
 }
 

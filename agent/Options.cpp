@@ -29,7 +29,7 @@ constexpr char const* kExamples =
    "  mcastvpn-agent run examples/leaf-pair.jsonc          what this leaf would "
    "publish\n"
    "  mcastvpn-agent run --json examples/leaf-pair.jsonc   the same for a program\n"
-   "  mcastvpn-agent replay --state examples/leaf-pair.jsonc examples/story.jsonl\n"
+   "  mcastvpn-agent replay --state examples/minimal.jsonc examples/story.jsonl\n"
    "                                                       each change, and what it "
    "does\n"
    "  mcastvpn-agent help replay                           everything about a command\n"
@@ -145,7 +145,8 @@ class Parser {
       run->callback([this] { options_.command = Options::Command::run; });
       run->add_option("STATE", options_.state,
                       "the state document; - for standard input")
-         ->required();
+         ->required()
+         ->type_name("FILE");
       run->add_flag("--watch", watch_, "stay and follow the file (not in this build)");
       addCommon(*run);
       run->add_flag("--json", options_.json, "the outputs as a JSON document");
@@ -158,8 +159,10 @@ class Parser {
       replay->callback([this] { options_.command = Options::Command::replay; });
       replay
          ->add_option("EVENTS", options_.events, "the event file; - for standard input")
-         ->required();
-      replay->add_option("--state", options_.state, "the state document to start from");
+         ->required()
+         ->type_name("FILE");
+      replay->add_option("--state", options_.state, "the state document to start from")
+         ->type_name("FILE");
       addCommon(*replay);
       replay->add_flag("--manual", manual_,
                        "tasks run only when a host line says so (dataflow)");
@@ -207,7 +210,8 @@ class Parser {
          .add_option("--toggle", options_.toggles,
                      "override a feature toggle: McastVpnTransitMlag=on or =off")
          ->check(CLI::Validator(checkToggle, ""))
-         ->type_name("NAME=STATE");
+         ->type_name("NAME=STATE")
+         ->allow_extra_args(false);
       command
          .add_option("--toggle-file", options_.toggleFile,
                      "read the feature toggles from this JSON file")

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// The agent as people run it: a process with files, standard streams and a status.
+// AGENT_PROGRAM and SOURCE_FOLDER come from the build.
+namespace TestSupport {
+
+// A folder of its own for each test, gone afterwards.
+class TemporaryFolder {
+ public:
+   TemporaryFolder() {
+      auto pattern =
+         (std::filesystem::temp_directory_path() / "mcastvpn-XXXXXX").string();
+      path_ = mkdtemp(pattern.data());
+   }
+   TemporaryFolder(TemporaryFolder const&) = delete;
+   TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+   ~TemporaryFolder() {
+      std::error_code ignored;
+      std::filesystem::remove_all(path_, ignored);
+   }
+
+   std::string file(std::string const& name) const { return (path_ / name).string(); }
+   std::string write(std::string const& name, std::string const& text) const {
+      std::ofstream(file(name), std::ios::binary) << text;
+      return file(name);
+   }
+
+ private:
+   std::filesystem::path path_;
+};
+
+inline std::string readText(std::string const& file) {
+   std::ostringstream text;
+   text << std::ifstream(file, std::ios::binary).rdbuf();
+   return text.str();
+}
+
+struct Outcome {
+   int status; // the exit status, or -N when signal N ended the process
+   std::string out;
+   std::string err;
+};
+
+// Runs a shell command in the source folder.
+inline Outcome runShell(TemporaryFolder const& folder, std::string const& command) {
+   auto const out = folder.file("out");
+   auto const err = folder.file("err");
+   auto const whole =
+      "cd '" SOURCE_FOLDER "' && (" + command + ") >" + out + " 2>" + err;
+   int const status = std::system(whole.c_str());
+   return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), readText(out),
+           readText(err)};
+}
+
+inline std::string shellQuoted(std::string const& text) {
+   std::string quoted = "'";
+   for (char const c : text) {
+      quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+   }
+   return quoted + "'";
+}
+
+inline Outcome runAgent(TemporaryFolder const& folder,
+                        std::vector<std::string> const& args,
+                        std::string const& input = "") {
+   std::string command = shellQuoted(AGENT_PROGRAM);
+   for (auto const& arg : args) {
+      command += ' ' + shellQuoted(arg);
+   }
+   return runShell(folder, command + " <" + folder.write("in", input));
+}
+
+} // namespace TestSupport
