@@ -41,17 +41,11 @@ struct Origin {
    uint32_t line;
 };
 
-// Does the work of the macros: a record if there is a ring, a line if there is a
-// handler. Tests no level.
+// The text line. Never inlined, so that a site is its tests, the ring record and a
+// call.
 template <typename Make, typename... Args>
-void write(Make make, Fennlog::TraceHandle* ring, Pelk::TraceHandler const* handler,
-           Origin const& origin, Args const&... args) {
-   if (ring != nullptr) {
-      Fennlog::write(make, *ring, args...);
-   }
-   if (handler == nullptr) {
-      return;
-   }
+[[gnu::noinline]] void writeText(Make, Pelk::TraceHandler const& handler,
+                                 Origin const& origin, Args const&... args) {
    constexpr Fennlog::MessageFormat kFormat = Make{}();
    [[maybe_unused]] size_t place = 0;
    [[maybe_unused]] auto const printed = [&](auto const& arg) {
@@ -63,8 +57,21 @@ void write(Make make, Fennlog::TraceHandle* ring, Pelk::TraceHandler const* hand
       return std::move(out).str();
    };
    std::array<std::string, sizeof...(args)> const arguments{printed(args)...};
-   handler->deliver(kFormat.level, origin.file, origin.function, origin.line,
-                    Pelk::replacePlaceholders(kFormat.text, arguments));
+   handler.deliver(kFormat.level, origin.file, origin.function, origin.line,
+                   Pelk::replacePlaceholders(kFormat.text, arguments));
+}
+
+// Does the work of the macros: a record if there is a ring, a line if there is a
+// handler. Tests no level.
+template <typename Make, typename... Args>
+void write(Make make, Fennlog::TraceHandle* ring, Pelk::TraceHandler const* handler,
+           Origin const& origin, Args const&... args) {
+   if (ring != nullptr) {
+      Fennlog::write(make, *ring, args...);
+   }
+   if (handler != nullptr) [[unlikely]] {
+      writeText(make, *handler, origin, args...);
+   }
 }
 
 } // namespace Dualo
@@ -106,15 +113,17 @@ struct Fennlog::RingForm<Dualo::Differing<Ring, Text>> {
    DUALO_IMPL(true, ring, handler, level, file, __func__,                              \
               format __VA_OPT__(, ) __VA_ARGS__)
 
+// The tests come again where one of them held: a site that is off then makes each
+// once, from memory, and keeps no result.
 #define DUALO_IMPL(ringTest, ring, handler, textLevel, file, function, format, ...)    \
    do {                                                                                \
       auto* const dualoTo = ::Fennlog::ringOf(ring);                                   \
-      bool const dualoToRing = dualoTo != nullptr && (ringTest);                       \
-      bool const dualoToText = (handler).enabled(textLevel);                           \
-      if (dualoToRing || dualoToText) [[unlikely]] {                                   \
-         ::Dualo::write(                                                               \
-            [] { return ::Fennlog::MessageFormat{format, textLevel}; },                \
-            dualoToRing ? dualoTo : nullptr, dualoToText ? &(handler) : nullptr,       \
-            ::Dualo::Origin{file, function, __LINE__} __VA_OPT__(, ) __VA_ARGS__);     \
+      if ((handler).enabled(textLevel) || (dualoTo != nullptr && (ringTest)))          \
+         [[unlikely]] {                                                                \
+         ::Dualo::write([] { return ::Fennlog::MessageFormat{format, textLevel}; },    \
+                        dualoTo != nullptr && (ringTest) ? dualoTo : nullptr,          \
+                        (handler).enabled(textLevel) ? &(handler) : nullptr,           \
+                        ::Dualo::Origin{file, function, __LINE__} __VA_OPT__(, )       \
+                           __VA_ARGS__);                                               \
       }                                                                                \
    } while (false)

@@ -9,9 +9,10 @@
 namespace Dualo {
 
 template <typename Make, typename... Args>
-void fmtWrite(Make make, Fennlog::TraceHandle* ring, Pelk::TraceHandler const* handler,
-              Origin const& origin, fmt::format_string<Args const&...> format,
-              Args const&... args) {
+[[gnu::noinline]] void fmtWrite(Make make, Fennlog::TraceHandle* ring,
+                                Pelk::TraceHandler const* handler, Origin const& origin,
+                                fmt::format_string<Args const&...> format,
+                                Args const&... args) {
    if (ring != nullptr) {
       Fennlog::write(make, *ring, args...);
    }

@@ -124,6 +124,32 @@ concept RingArgument = HasTextForm<T> || HasRawForm<T>;
 
 namespace Impl {
 
+// memcpy without the call, which would cost more than the copy of a name does: two
+// moves of a fixed size, which overlap in the middle.
+inline void copyShort(std::byte* to, char const* from, size_t size) noexcept {
+   auto const twice = [&]<size_t kMove>() {
+      std::array<std::byte, kMove> head;
+      std::array<std::byte, kMove> tail;
+      std::memcpy(head.data(), from, kMove);
+      std::memcpy(tail.data(), from + size - kMove, kMove);
+      std::memcpy(to, head.data(), kMove);
+      std::memcpy(to + size - kMove, tail.data(), kMove);
+   };
+   if (size > 32) {
+      std::memcpy(to, from, size);
+   } else if (size >= 16) {
+      twice.template operator()<16>();
+   } else if (size >= 8) {
+      twice.template operator()<8>();
+   } else if (size >= 4) {
+      twice.template operator()<4>();
+   } else {
+      for (size_t i = 0; i < size; ++i) {
+         to[i] = static_cast<std::byte>(from[i]);
+      }
+   }
+}
+
 // One argument's bytes in a record. A text is its kept length, with the top bit set if
 // it was cut, and its bytes.
 template <RingArgument T>
@@ -151,9 +177,7 @@ struct Argument {
          auto const text = RingForm<T>::text(value);
          size_t const kept = std::min(text.size(), kMaxText);
          *to++ = static_cast<std::byte>(kept | (text.size() > kMaxText ? kCut : 0));
-         if (kept != 0) {
-            std::memcpy(to, text.data(), kept);
-         }
+         copyShort(to, text.data(), kept);
          return to + kept;
       } else {
          auto const raw = RingForm<T>::raw(value);
