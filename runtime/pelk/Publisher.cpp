@@ -13,6 +13,7 @@ namespace Pelk {
 struct Publisher::List {
    std::vector<Subscriber*> slots; // null: removed while a publish was under way
    uint32_t publishing = 0;        // how many publishes walk the slots
+   bool holes = false;             // some slot is null
    bool orphan = false;            // the publisher is gone
 
    auto find(Subscriber const* subscriber) {
@@ -55,6 +56,7 @@ void Publisher::subscriberRemove(Subscriber* subscriber) const noexcept {
       auto slot = list()->find(subscriber);
       if (list()->publishing != 0) {
          *slot = nullptr;
+         list()->holes = true;
       } else {
          list()->slots.erase(slot);
       }
@@ -101,7 +103,10 @@ void Publisher::publishToList(int16_t attributeId, void const* key,
       delete subscribers;
       return;
    }
-   std::erase(subscribers->slots, nullptr);
+   if (subscribers->holes) {
+      std::erase(subscribers->slots, nullptr);
+      subscribers->holes = false;
+   }
 }
 
 void Publisher::forgetAll() noexcept {

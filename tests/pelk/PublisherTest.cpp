@@ -31,8 +31,8 @@ class Listener : public Pelk::Subscriber {
                       void const*, void const*) noexcept {
       auto* const self = static_cast<Listener*>(subscriber);
       self->log_->push_back(self->name_);
-      if (self->action) {
-         self->action();
+      if (auto const acting = self->action) { // a copy, which the action may replace
+         acting();
       }
    }
 

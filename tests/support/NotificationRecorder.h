@@ -66,7 +66,7 @@ class NotificationRecorder final : public Pelk::Subscriber {
    // The texts since the last call of this.
    std::vector<std::string> take() { return std::exchange(texts_, {}); }
 
-   // Called inside each notification, after it was recorded.
+   // Called inside each notification, after it was recorded. May set another.
    void actionIs(std::function<void()> action) { action_ = std::move(action); }
 
  private:
@@ -76,8 +76,8 @@ class NotificationRecorder final : public Pelk::Subscriber {
       auto* const self = static_cast<NotificationRecorder*>(subscriber);
       auto const& entity = *static_cast<Pelk::Entity const*>(publisher);
       self->texts_.push_back(notificationText(entity, attributeId, key, value));
-      if (self->action_) {
-         self->action_();
+      if (auto const action = self->action_) { // a copy, which the action may replace
+         action();
       }
    }
 
