@@ -55,7 +55,8 @@ void TransitSm::Reactors::on_vtiStatusDir::subscribe(VtiStatusDirPtr const& dir)
 void TransitSm::Reactors::on_vtiStatusDir::on_self0(VtiStatusDirPtr const& oldDir,
                                                     VtiStatusDirPtr const& newDir) {
    TransitSm& sm = *sm_;
-   reactor_.sourceIs(newDir);
+   // All of it before the first handler, which may be the reason for a further change.
+   subscribe(newDir);
    auto const entryOf = [](VtiStatusDirPtr const& dir, Lidra::IntfId intfId) {
       return dir ? VtiStatusPtr(dir->vtiStatus(intfId)) : VtiStatusPtr();
    };

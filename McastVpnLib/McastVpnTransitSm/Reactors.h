@@ -16,7 +16,10 @@ namespace Irb::Multicast::Evpn {
 // Keeps the machine while a dispatcher runs.
 class TransitSm::Guard {
  public:
-   explicit Guard(TransitSm& sm) noexcept : sm_(&sm) { ++sm.guards_; }
+   explicit Guard(TransitSm& sm) noexcept : sm_(&sm) {
+      ++sm.guards_;
+      ++sm.dispatches_;
+   }
    Guard(Guard const&) = delete;
    Guard& operator=(Guard const&) = delete;
    ~Guard() { --sm_->guards_; }

@@ -213,8 +213,8 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    VrfToSbdVlanMap vrfToSbdVlan_;
    SbdVlanToVrfMap sbdVlanToVrf_;
 
-   uint32_t guards_ = 0;      // uses that running dispatchers hold
-   uint32_t evaluations_ = 0; // begun so far: tells a handler that it was overtaken
+   uint32_t guards_ = 0;     // uses that running dispatchers hold
+   uint32_t dispatches_ = 0; // begun so far: tells a handler that it was overtaken
    std::unique_ptr<Reactors> reactors_;
 };
 

@@ -24,7 +24,7 @@ Lidra::IntfId nullIntf() {
 } // namespace
 
 void TransitSm::handleTransitVlan(Bridging::VlanId vlanId) {
-   uint32_t const evaluation = ++evaluations_;
+   uint32_t const dispatches = dispatches_;
    TRANSIT_TRACE(8, "handleTransitVlan( %s ), vlanId: %s", af_, vlanId);
    auto const status = vxlanStatus();
    auto const recorded = status ? sbdVlanToVrf(vlanId) : nullptr;
@@ -41,7 +41,7 @@ void TransitSm::handleTransitVlan(Bridging::VlanId vlanId) {
       }
    }
    updateTransitIntf(vlanId, enabled);
-   if (evaluations_ != evaluation) {
+   if (dispatches_ != dispatches) {
       // Who was notified changed an input: what this call wrote last may be the older
       // decision, half of it over the younger one.
       handleTransitVlan(vlanId);

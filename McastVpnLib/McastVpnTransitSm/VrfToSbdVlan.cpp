@@ -12,7 +12,16 @@ void TransitSm::handleVrfToSBDVlan(L3::VrfName const& vrf) {
    auto newVlan = mappedVlan(vrf);
    auto const oldVlan = vrfToSbdVlan(vrf);
    if (!oldVlan.isNone()) {
-      if (oldVlan == newVlan) {
+      // A dispatcher further out may have met the VRF while it was mapped elsewhere,
+      // and pruned it, before who was notified mapped it back.
+      auto const wasPruned = [&] {
+         if (guards_ <= 1) {
+            return false;
+         }
+         auto const recorded = sbdVlanToVrf(oldVlan.value());
+         return !recorded || !recorded->vrfHas(vrf);
+      };
+      if (oldVlan == newVlan && !wasPruned()) {
          return;
       }
       Bridging::VlanId const oldVlanId(oldVlan.value());

@@ -19,14 +19,14 @@ void TransitSm::handleVtepAddr() {
    if (af_ != Lidra::AddressFamily::ipv4) {
       return;
    }
-   uint32_t evaluation = ++evaluations_;
+   uint32_t dispatches = dispatches_;
    auto addr = vtepAddr();
    for (auto entry = transitIntfColl_->intf().iterate(); entry; ++entry) {
       auto const intf = entry.value();
       intf->ipAddrIs(addr);
-      if (evaluations_ != evaluation) {
+      if (dispatches_ != dispatches) {
          // Who was notified changed an input, and the choice may be another by now.
-         evaluation = evaluations_;
+         dispatches = dispatches_;
          addr = vtepAddr();
       }
    }
