@@ -33,7 +33,8 @@ constexpr uint64_t hashFold64(uint64_t a, uint64_t b) noexcept {
 }
 constexpr uint32_t hashFold32(uint64_t a, uint64_t b) noexcept {
    HashProduct const product = static_cast<HashProduct>(a) * b;
-   return static_cast<uint32_t>(product >> 64) ^ static_cast<uint32_t>(product >> 32);
+   return static_cast<uint32_t>(product >> 64) ^
+          static_cast<uint32_t>(static_cast<uint64_t>(product) >> 32);
 }
 
 // A 32-bit seed, expanded to the 128 bits that enter the mixing. Similar seeds make

@@ -1,6 +1,5 @@
 #include "zin/HashBlock.h"
 
-#include <cstring>
 #include <new>
 #include <stdexcept>
 
@@ -14,20 +13,17 @@ constexpr uint32_t kOneHomeSlots = kWindowSlots;
 constexpr uint32_t kFirstHomesLog2 = 4;
 constexpr uint32_t kMaxHomesLog2 = 28;
 constexpr uint32_t kMostSpareSlots = 24;
-
-// Longer moves leave a remnant behind, or speak for a larger table.
-constexpr uint32_t kLongestCheapMove = 64;
+// What is read and written back behind the last member, at most: a ByteMove's span and
+// one member.
+constexpr size_t kSpareBytes = 2 * 96;
 
 constexpr uint32_t maxSizeOf(uint32_t homes) {
    return homes - homes / 8;
 }
 
-// What a search may read behind the last slot it looks at.
+// Windows are read, and written back, behind the last slot too.
 constexpr uint32_t paddedSlots(HashShape const& shape) {
-   uint32_t const needed = shape.homesLog2 == 0
-                              ? std::max(kWindowSlots, shape.slots + 1)
-                              : shape.slots + kWindowSlots;
-   return (needed + 1) & ~1u;
+   return (shape.slots + kWindowSlots + 1) & ~1u;
 }
 
 } // namespace
@@ -75,8 +71,9 @@ HashBlock* HashBlock::allocate(HashSeed const& seed, HashShape const& shape,
    if (entriesOffset > std::numeric_limits<uint32_t>::max()) {
       throw std::bad_alloc();
    }
-   auto* const block = new (::operator new(entriesOffset + shape.slots * entrySize))
-      HashBlock(seed, shape);
+   size_t const bytes = entriesOffset + shape.slots * entrySize +
+                        (shape.homesLog2 == 0 ? 0 : kSpareBytes);
+   auto* const block = new (::operator new(bytes)) HashBlock(seed, shape);
    block->wordsOffset_ = static_cast<uint32_t>(wordsOffset);
    block->entriesOffset_ = static_cast<uint32_t>(entriesOffset);
    std::fill_n(block->hashes(), paddedSlots(shape), kEmptySlot);
@@ -99,19 +96,13 @@ uint32_t HashBlock::nextHeld(uint32_t slot) const noexcept {
    return word * 64 + static_cast<uint32_t>(std::countr_zero(bits));
 }
 
-uint32_t HashBlock::nextFree(uint32_t slot) const noexcept {
-   uint32_t word = slot / 64;
-   if (slot >= slots()) {
-      return slots();
+uint32_t HashBlock::nextFreeFar(uint32_t word) const noexcept {
+   while (word < wordCount() && ~words()[word] == 0) {
+      ++word;
    }
-   uint64_t bits = ~words()[word] & (~uint64_t{0} << (slot % 64));
-   while (bits == 0) {
-      if (++word == wordCount()) {
-         return slots();
-      }
-      bits = ~words()[word];
-   }
-   return std::min(slots(), word * 64 + static_cast<uint32_t>(std::countr_zero(bits)));
+   return word == wordCount()
+             ? slots()
+             : word * 64 + static_cast<uint32_t>(std::countr_one(words()[word]));
 }
 
 uint32_t HashBlock::rankOf(uint32_t slot) const noexcept {
@@ -139,8 +130,8 @@ uint32_t HashBlock::slotAt(uint32_t rank) const noexcept {
    return word * 64 + static_cast<uint32_t>(std::countr_zero(bits));
 }
 
-uint32_t HashBlock::lowerSlotFar(SlotHash hash, uint32_t from,
-                                 uint32_t& probes) const noexcept {
+uint32_t HashBlock::lowerSlot(SlotHash hash, uint32_t from,
+                              uint32_t& probes) const noexcept {
    // From the home on, the slots below the hash stand before all others: double the
    // step until one is found that is not below, then halve the range.
    SlotHash const* const slotHashes = hashes();
@@ -167,23 +158,16 @@ uint32_t HashBlock::lowerSlotFar(SlotHash hash, uint32_t from,
    return low;
 }
 
-void HashBlock::openSlot(uint32_t from, uint32_t free, SlotHash hash) noexcept {
-   hold(free, hash);
-   SlotHash* const slotHashes = hashes();
-   for (uint32_t slot = free; slot > from; --slot) {
-      slotHashes[slot] = slotHashes[slot - 1];
-   }
-   slotHashes[from] = hash;
-   newest_ = from;
-}
-
-uint32_t HashBlock::closingSlot(uint32_t slot) const noexcept {
+uint32_t HashBlock::closingSlotFar(uint32_t slot) const noexcept {
    SlotHash const* const slotHashes = hashes();
-   uint32_t const limit = std::min(slots(), slot + 1 + kLongestCheapMove);
+   // The remnant of the greatest hash would look empty; but it is the last one anyhow.
+   bool const isGreatest = (slotHashes[slot] | kRemnantBit) == kEmptySlot;
+   uint32_t const limit =
+      isGreatest ? slots() : std::min(slots(), slot + 1 + kLongestCheapMove);
    uint32_t next = slot + 1;
    while (next < limit && slotHashes[next] != kEmptySlot &&
           homeOf(slotHashes[next]) != next) {
-      if (isRemnant(next)) {
+      if ((slotHashes[next] & kRemnantBit) != 0) {
          return kNoSlot;
       }
       ++next;
@@ -191,45 +175,42 @@ uint32_t HashBlock::closingSlot(uint32_t slot) const noexcept {
    return next < limit || next == slots() ? next - 1 : kNoSlot;
 }
 
-void HashBlock::clearBit(uint32_t slot) noexcept {
-   uint64_t* const bitmap = words();
-   bitmap[slot / 64] &= ~(uint64_t{1} << (slot % 64));
-   while (firstWord_ < wordCount() && bitmap[firstWord_] == 0) {
+uint32_t HashBlock::remnantSlot(uint32_t slot) const noexcept {
+   SlotHash const hash = hashes()[slot];
+   while (hashes()[slot + 1] == hash) {
+      ++slot;
+   }
+   return slot;
+}
+
+void HashBlock::findFirstWord() noexcept {
+   while (firstWord_ < wordCount() && words()[firstWord_] == 0) {
       ++firstWord_;
    }
 }
 
-void HashBlock::makeRemnant(uint32_t slot) noexcept {
-   clearBit(slot);
-   ++remnants_;
-}
-
-void HashBlock::closeSlot(uint32_t slot, uint32_t last) noexcept {
+// What is left of a run whose end is gone keeps no order any more: the remnants before
+// an emptied slot.
+void HashBlock::dropRemnants(uint32_t slot) noexcept {
    SlotHash* const slotHashes = hashes();
-   for (uint32_t to = slot; to < last; ++to) {
-      slotHashes[to] = slotHashes[to + 1];
-   }
-   slotHashes[last] = kEmptySlot;
-   clearBit(last);
-   // What is left of a run whose end is gone keeps no order any more.
-   while (remnants_ != 0 && last != 0 && slotHashes[last - 1] != kEmptySlot &&
-          !holds(last - 1)) {
-      slotHashes[--last] = kEmptySlot;
+   while (slot != 0 && slotHashes[slot - 1] != kEmptySlot &&
+          (slotHashes[slot - 1] & kRemnantBit) != 0) {
+      slotHashes[--slot] = kEmptySlot;
       --remnants_;
    }
 }
 
-bool HashBlock::movedTooMuch(uint32_t moved, uint32_t size) noexcept {
-   if (moved <= kLongestCheapMove) {
-      return false;
-   }
+bool HashBlock::movedTooMuchFar(uint32_t moved, uint32_t size) noexcept {
    moved_ += moved;
    return moved_ > slots() / 2 && size >= shape_.homes() / 4;
 }
 
 uint32_t HashBlock::overflowWhenLarger() const noexcept {
-   if (shape_.homesLog2 == 0 || slots() - shape_.homes() <= kMostSpareSlots) {
+   if (isSmall()) {
       return 0;
+   }
+   if (uint32_t const spare = slots() - shape_.homes(); spare <= kMostSpareSlots) {
+      return spare; // it is not more, and not worth a closer look
    }
    uint64_t const homes = uint64_t{shape_.homes()} * 2;
    uint64_t end = 0;

@@ -81,53 +81,100 @@ class PELK_EXPORT HashBlock {
    bool holds(uint32_t slot) const noexcept {
       return (words()[slot / 64] >> (slot % 64) & 1) != 0;
    }
-   bool isRemnant(uint32_t slot) const noexcept {
-      return remnants_ != 0 && !holds(slot);
-   }
-   uint32_t remnants() const noexcept { return remnants_; }
    // A word before which no bit is set.
    uint32_t firstWord() const noexcept { return firstWord_; }
 
    // The first slot at or after the given one that holds a member, or kNoSlot.
    uint32_t nextHeld(uint32_t slot) const noexcept;
-   // The first slot at or after the given one that holds no member, or slots().
-   uint32_t nextFree(uint32_t slot) const noexcept;
+   // The first slot at or after the given one that holds no member, or one not below
+   // slots().
+   uint32_t nextFree(uint32_t slot) const noexcept {
+      if (uint64_t const bits = ~words()[slot / 64] >> (slot % 64); bits != 0) {
+         return slot + static_cast<uint32_t>(std::countr_zero(bits));
+      }
+      return nextFreeFar(slot / 64 + 1);
+   }
+   uint32_t nextFreeFar(uint32_t word) const noexcept;
    // How many members stand before the slot; and the slot of the member before which
    // that many stand.
    uint32_t rankOf(uint32_t slot) const noexcept;
    uint32_t slotAt(uint32_t rank) const noexcept;
 
-   // The first slot from the hash's home on whose hash is not below it: a search that
-   // takes logarithmic time in a long run. `probes` is raised by the steps taken.
-   uint32_t lowerSlot(SlotHash hash, uint32_t& probes) const noexcept {
+   // The first slot from the hash's home on whose hash is not below it, if it is in the
+   // home's window; else the slot behind the window, whose hash may be below.
+   uint32_t lowerSlotNear(SlotHash hash) const noexcept {
       uint32_t const home = homeOf(hash);
-      uint32_t const below = HashWindow::below(hashes() + home, hash).leading();
-      ++probes;
-      return below < kWindowSlots ? home + below
-                                  : lowerSlotFar(hash, home + kWindowSlots, probes);
+      return home + HashWindow::below(hashes() + home, hash).leading();
    }
-   uint32_t lowerSlotFar(SlotHash hash, uint32_t from, uint32_t& probes) const noexcept;
+   // The same, from a slot before which all from the home on are below: a search that
+   // takes logarithmic time in a long run. `probes` is raised by the steps taken.
+   uint32_t lowerSlot(SlotHash hash, uint32_t from, uint32_t& probes) const noexcept;
 
-   // Marks a free slot as holding a member of the given hash.
-   void hold(uint32_t slot, SlotHash hash) noexcept {
-      remnants_ -= hashes()[slot] == kEmptySlot ? 0 : 1;
+   // Has one home only, and no room to read and write behind its members.
+   bool isSmall() const noexcept { return shift_ == 32; }
+
+   // Fills an empty table, in ascending order.
+   void append(uint32_t slot, SlotHash hash) noexcept {
       hashes()[slot] = hash;
       words()[slot / 64] |= uint64_t{1} << (slot % 64);
       firstWord_ = std::min(firstWord_, slot / 64);
    }
-   // Moves the hashes of [from, free) up by one slot and holds `hash` at `from`.
-   void openSlot(uint32_t from, uint32_t free, SlotHash hash) noexcept;
+   // Moves the hashes of [from, free) up by one slot, for a member of the given hash at
+   // `from`.
+   void openSlot(uint32_t from, uint32_t free, SlotHash hash) noexcept {
+      SlotHash* const start = hashes() + from;
+      remnants_ -= hashes()[free] == kEmptySlot ? 0 : 1;
+      words()[free / 64] |= uint64_t{1} << (free % 64);
+      firstWord_ = std::min(firstWord_, free / 64);
+      if (free != from) {
+         if (free - from <= kWindowSlots) [[likely]] {
+            HashWindow::moveUp(start, free - from);
+         } else {
+            std::copy_backward(start, start + (free - from), start + (free - from) + 1);
+         }
+      }
+      *start = hash;
+      newest_ = from;
+   }
 
    // Which slot is left over when the member at `slot` goes: the members of
-   // (slot, result] move down by one. kNoSlot if it shall become a remnant.
-   uint32_t closingSlot(uint32_t slot) const noexcept;
-   void makeRemnant(uint32_t slot) noexcept;
+   // (slot, result] move down by one. kNoSlot if a remnant shall stay.
+   uint32_t closingSlot(uint32_t slot) const noexcept {
+      SlotMask const settled =
+         HashWindow::settled(hashes() + slot + 1, slot + 1, shift_);
+      return settled && remnants_ == 0 ? slot + settled.first() : closingSlotFar(slot);
+   }
+   uint32_t closingSlotFar(uint32_t slot) const noexcept;
+   // Where a remnant of the member at `slot` may stay: behind all of its hash.
+   uint32_t remnantSlot(uint32_t slot) const noexcept;
+   void makeRemnant(uint32_t slot) noexcept {
+      hashes()[slot] |= kRemnantBit;
+      ++remnants_;
+      clearBit(slot);
+   }
    // Moves the hashes of (slot, last] down by one and empties `last`.
-   void closeSlot(uint32_t slot, uint32_t last) noexcept;
+   void closeSlot(uint32_t slot, uint32_t last) noexcept {
+      SlotHash* const start = hashes() + slot;
+      if (last != slot) {
+         if (last - slot <= kWindowSlots) [[likely]] {
+            HashWindow::moveDown(start, last - slot);
+         } else {
+            std::copy(start + 1, start + 1 + (last - slot), start);
+         }
+      }
+      start[last - slot] = kEmptySlot;
+      clearBit(last);
+      if (remnants_ != 0) [[unlikely]] {
+         dropRemnants(last);
+      }
+   }
 
    // Accounts for a member's insertion that moved others. True if so much was moved
    // that a larger table, in which runs are shorter, pays.
-   bool movedTooMuch(uint32_t moved, uint32_t size) noexcept;
+   bool movedTooMuch(uint32_t moved, uint32_t size) noexcept {
+      return moved > kLongestCheapMove && movedTooMuchFar(moved, size);
+   }
+   bool movedTooMuchFar(uint32_t moved, uint32_t size) noexcept;
 
    // By how many slots the last run would reach beyond the homes of a table with
    // twice as many.
@@ -140,7 +187,18 @@ class PELK_EXPORT HashBlock {
    // The table of no slots.
    constexpr HashBlock() noexcept : seed_(0), shape_{0, 0, 0} {}
 
-   void clearBit(uint32_t slot) noexcept;
+   // Longer moves leave a remnant behind, or speak for a larger table.
+   static constexpr uint32_t kLongestCheapMove = 64;
+
+   void clearBit(uint32_t slot) noexcept {
+      uint64_t& word = words()[slot / 64];
+      word &= ~(uint64_t{1} << (slot % 64));
+      if (word == 0 && slot / 64 == firstWord_) {
+         findFirstWord();
+      }
+   }
+   void findFirstWord() noexcept;
+   void dropRemnants(uint32_t slot) noexcept;
 
    alignas(16) HashSeed seed_;
    HashShape shape_;

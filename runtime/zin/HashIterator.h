@@ -2,8 +2,12 @@
 
 #include "zin/HashBlock.h"
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 // The iterators of HashMap2018. Event thread only.
@@ -77,6 +81,61 @@ class HashIteratorBase {
 };
 
 } // namespace Impl
+
+// Walks a map that does not change meanwhile: its bitmap, a word at a time. Counting
+// the members saves looking for the end.
+template <typename E>
+class HashForwardIterator {
+ public:
+   using iterator_category = std::forward_iterator_tag;
+   using value_type = std::remove_const_t<E>;
+   using difference_type = std::ptrdiff_t;
+   using pointer = E*;
+   using reference = E&;
+
+   HashForwardIterator() noexcept = default;
+   // For the map: at its first member.
+   HashForwardIterator(E* entries, Impl::HashBlock const& block, uint32_t size) noexcept
+      : left_(size) {
+      if (left_ != 0) {
+         base_ = entries + size_t{block.firstWord()} * 64;
+         word_ = block.words() + block.firstWord();
+         bits_ = *word_;
+      }
+   }
+
+   reference operator*() const noexcept { return base_[std::countr_zero(bits_)]; }
+   pointer operator->() const noexcept { return &**this; }
+   HashForwardIterator& operator++() noexcept {
+      bits_ &= bits_ - 1;
+      if (--left_ != 0) {
+         findWord();
+      }
+      return *this;
+   }
+   HashForwardIterator operator++(int) noexcept {
+      HashForwardIterator const before = *this;
+      ++*this;
+      return before;
+   }
+   bool operator==(HashForwardIterator const& other) const noexcept {
+      return left_ == other.left_;
+   }
+   bool operator==(std::default_sentinel_t) const noexcept { return left_ == 0; }
+
+ private:
+   void findWord() noexcept {
+      while (bits_ == 0) {
+         bits_ = *++word_;
+         base_ += 64;
+      }
+   }
+
+   E* base_ = nullptr; // of the word's first slot
+   uint64_t const* word_ = nullptr;
+   uint64_t bits_ = 0; // of the word: those not passed yet
+   uint32_t left_ = 0;
+};
 
 // Walks a map while the map changes: members inserted ahead are met, members removed
 // ahead are not, and no other is lost or met twice. The member that the iterator

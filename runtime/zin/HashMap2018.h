@@ -5,6 +5,7 @@
 #include "zin/HashIterator.h"
 #include "zin/HashKey.h"
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -32,11 +33,12 @@ struct NoValue {
    constexpr bool operator==(NoValue const&) const noexcept = default;
 };
 
-// A keyed collection, whose members stand in one total order: by their seeded hash,
-// then by key. The order depends on nothing else, so that neither growth nor a removal
-// reorders it, and a key stands for a place in it (a bookmark) whether or not it is a
-// member. Walks that are interrupted and resumed at the next member's key therefore
-// lose no member and meet none twice, whatever changed in between.
+// A keyed collection, whose members stand in one total order: by the upper 31 bits of
+// their seeded hash, then by key. The order depends on nothing else, so that neither
+// growth nor a removal reorders it, and a key stands for a place in it (a bookmark)
+// whether or not it is a member. Walks that are interrupted and resumed at the next
+// member's key therefore lose no member and meet none twice, whatever changed in
+// between.
 //
 // The collection counts its changes, and notifies nobody: whoever owns it does, after
 // the change. Event thread only. An empty map owns no memory.
@@ -57,10 +59,8 @@ class HashMap2018 : private Impl::HashMapBase {
    using GenericIterator = HashMapIterator<HashMap2018>;
 
    // For a walk during which the map does not change.
-   template <typename E>
-   class BasicIterator;
-   using iterator = BasicIterator<Entry>;
-   using const_iterator = BasicIterator<Entry const>;
+   using iterator = HashForwardIterator<Entry>;
+   using const_iterator = HashForwardIterator<Entry const>;
 
    static_assert(std::is_nothrow_move_constructible_v<Value>);
    static_assert(std::is_nothrow_swappable_v<Value>);
@@ -90,14 +90,9 @@ class HashMap2018 : private Impl::HashMapBase {
    void bumpVersion() noexcept { version_ = (version_ + 1) & kVersionMask; }
 
    // The member of the key, or null.
-   Entry const* find(Key const& key) const {
-      return const_cast<HashMap2018*>(this)->find(key);
-   }
-   Entry* find(Key const& key) {
-      uint32_t const slot = findSlot(key);
-      return slot == Block::kNoSlot ? nullptr : entries() + slot;
-   }
-   bool contains(Key const& key) const { return findSlot(key) != Block::kNoSlot; }
+   Entry const* find(Key const& key) const { return findEntry(key); }
+   Entry* find(Key const& key) { return findEntry(key); }
+   bool contains(Key const& key) const { return findEntry(key) != nullptr; }
 
    struct Inserted {
       Entry* entry;
@@ -127,11 +122,11 @@ class HashMap2018 : private Impl::HashMapBase {
    }
    // Takes the member out, if there is one. The key may be the member's own.
    bool erase(Key const& key) {
-      uint32_t const slot = findSlot(key);
-      if (slot == Block::kNoSlot) {
+      Entry const* const entry = findEntry(key);
+      if (entry == nullptr) {
          return false;
       }
-      eraseAt(slot);
+      eraseAt(slotOf(entry));
       return true;
    }
    // Takes out the member that the iterator stands on, which it then keeps. False if it
@@ -152,8 +147,8 @@ class HashMap2018 : private Impl::HashMapBase {
    // Makes room for that many members. Not a change.
    void reserve(size_t count);
 
-   iterator begin() noexcept { return iterator(*this); }
-   const_iterator begin() const noexcept { return const_iterator(*this); }
+   iterator begin() noexcept { return {entries(), *block_, size_}; }
+   const_iterator begin() const noexcept { return {entries(), *block_, size_}; }
    std::default_sentinel_t end() const noexcept { return {}; }
 
    // At the first member, or at the first one not below the bookmark.
@@ -186,8 +181,11 @@ class HashMap2018 : private Impl::HashMapBase {
    SlotHash slotHashOf(Key const& key) const {
       return Impl::toSlotHash(hashKey(block_->seed(), key));
    }
-   uint32_t findSlot(Key const& key) const;
-   uint32_t findSlotFar(Key const& key, SlotHash hash) const;
+   uint32_t slotOf(Entry const* entry) const noexcept {
+      return static_cast<uint32_t>(entry - entries());
+   }
+   Entry* findEntry(Key const& key) const;
+   Entry* findFar(Key const& key, SlotHash hash) const;
    // Where the key stands or, if it does not, belongs.
    Place locate(Key const& key, SlotHash hash) const;
    // The first member not below the key; above it.
@@ -202,6 +200,11 @@ class HashMap2018 : private Impl::HashMapBase {
    void removeSlot(uint32_t slot) noexcept;
    bool keepForIterators(uint32_t slot) noexcept;
    void dropAll() noexcept;
+
+   // Members up to this size move in spans of about four.
+   static constexpr size_t kMostMovedBytes = 32;
+   using Move =
+      Impl::ByteMove<std::min<size_t>(96, (4 * sizeof(Entry) + 15) / 16 * 16)>;
 
    static void relocate(Entry* to, Entry* from) noexcept;
    void relocateUp(uint32_t from, uint32_t free) noexcept;

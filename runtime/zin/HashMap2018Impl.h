@@ -5,99 +5,44 @@
 // How HashMap2018 works. Included by HashMap2018.h only.
 namespace Zin {
 
-// Walks the bitmap a word at a time; counting the members saves looking for the end.
 template <CollectionName Name, HashableKey Key, typename Value>
-template <typename E>
-class HashMap2018<Name, Key, Value>::BasicIterator {
- public:
-   using iterator_category = std::forward_iterator_tag;
-   using value_type = Entry;
-   using difference_type = std::ptrdiff_t;
-   using pointer = E*;
-   using reference = E&;
-
-   BasicIterator() noexcept = default;
-
-   reference operator*() const noexcept { return base_[std::countr_zero(bits_)]; }
-   pointer operator->() const noexcept { return &**this; }
-   BasicIterator& operator++() noexcept {
-      bits_ &= bits_ - 1;
-      if (--left_ != 0) {
-         findWord();
-      }
-      return *this;
-   }
-   BasicIterator operator++(int) noexcept {
-      BasicIterator const before = *this;
-      ++*this;
-      return before;
-   }
-   bool operator==(BasicIterator const& other) const noexcept {
-      return left_ == other.left_;
-   }
-   bool operator==(std::default_sentinel_t) const noexcept { return left_ == 0; }
-
- private:
-   friend HashMap2018;
-
-   explicit BasicIterator(HashMap2018 const& map) noexcept : left_(map.size_) {
-      if (left_ != 0) {
-         uint32_t const first = map.block_->firstWord();
-         base_ = map.entries() + size_t{first} * 64;
-         word_ = map.block_->words() + first;
-         bits_ = *word_;
-      }
-   }
-
-   void findWord() noexcept {
-      while (bits_ == 0) {
-         bits_ = *++word_;
-         base_ += 64;
-      }
-   }
-
-   E* base_ = nullptr; // of the word's first slot
-   uint64_t const* word_ = nullptr;
-   uint64_t bits_ = 0; // of the word: those not passed yet
-   uint32_t left_ = 0;
-};
-
-template <CollectionName Name, HashableKey Key, typename Value>
-uint32_t HashMap2018<Name, Key, Value>::findSlot(Key const& key) const {
+[[gnu::always_inline]] inline auto
+HashMap2018<Name, Key, Value>::findEntry(Key const& key) const -> Entry* {
    SlotHash const hash = slotHashOf(key);
    uint32_t const home = block_->homeOf(hash);
    SlotHash const* const window = block_->hashes() + home;
-   for (Impl::SlotMask equal = Impl::HashWindow::equal(window, hash); equal;
-        equal.removeFirst()) {
-      uint32_t const slot = home + equal.first();
-      if (!block_->isRemnant(slot) && entries()[slot].key() == key) [[likely]] {
-         return slot;
+   Impl::SlotMask const equal = Impl::HashWindow::equal(window, hash);
+   if (equal) {
+      Entry* const entry = entries() + home + equal.first();
+      if (entry->key() == key) [[likely]] {
+         return entry;
       }
+   } else if (window[Impl::kWindowSlots - 1] > hash) [[likely]] {
+      return nullptr;
    }
-   if (window[Impl::kWindowSlots - 1] > hash) [[likely]] {
-      return Block::kNoSlot;
-   }
-   return findSlotFar(key, hash);
+   return findFar(key, hash);
 }
 
+// Among equal hashes, or far from home.
 template <CollectionName Name, HashableKey Key, typename Value>
-[[gnu::noinline]] uint32_t
-HashMap2018<Name, Key, Value>::findSlotFar(Key const& key, SlotHash hash) const {
+[[gnu::noinline]] auto HashMap2018<Name, Key, Value>::findFar(Key const& key,
+                                                              SlotHash hash) const
+   -> Entry* {
    Place const place = locate(key, hash);
-   return place.found ? place.slot : Block::kNoSlot;
+   return place.found ? entries() + place.slot : nullptr;
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
 auto HashMap2018<Name, Key, Value>::locate(Key const& key, SlotHash hash) const
    -> Place {
-   uint32_t steps = 0;
-   uint32_t slot = block_->lowerSlot(hash, steps);
+   uint32_t steps = 1;
+   uint32_t slot = block_->lowerSlotNear(hash);
    SlotHash const* const hashes = block_->hashes();
+   if (hashes[slot] < hash) {
+      slot = block_->lowerSlot(hash, slot, steps);
+   }
    bool found = false;
-   for (; slot < block_->slots() && hashes[slot] == hash; ++slot) {
-      if (block_->isRemnant(slot)) {
-         continue;
-      }
+   for (; hashes[slot] == hash; ++slot) {
       Key const& present = entries()[slot].key();
       ++steps;
       if (present == key) {
@@ -130,27 +75,28 @@ template <typename K, typename... Args>
 auto HashMap2018<Name, Key, Value>::insertAt(Key const& key, K&& newKey, Args&&... args)
    -> Inserted {
    SlotHash hash = slotHashOf(key);
-   Place const place = locate(key, hash);
-   if (place.found) {
-      return {entries() + place.slot, false};
+   uint32_t slot = block_->lowerSlotNear(hash);
+   if (block_->hashes()[slot] <= hash) [[unlikely]] {
+      Place const place = locate(key, hash);
+      if (place.found) {
+         return {entries() + place.slot, false};
+      }
+      slot = place.slot;
+   } else {
+      countWork(1);
    }
    // What may throw comes before the first change; the arguments may stand in the map.
    Entry fresh(std::in_place, std::forward<K>(newKey), std::forward<Args>(args)...);
-   uint32_t slot = place.slot;
    uint32_t free = block_->nextFree(slot);
    if (size_ >= block_->shape().maxSize || free >= block_->slots() ||
        block_->movedTooMuch(free - slot, size_)) [[unlikely]] {
       slot = makeRoom(fresh.key(), hash, slot);
       free = block_->nextFree(slot);
    }
-   Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
-      auto& it = static_cast<GenericIterator&>(base);
-      if (it.slot_ >= slot && it.slot_ < free) {
-         ++it.slot_;
-      }
-   });
    block_->openSlot(slot, free, hash);
-   relocateUp(slot, free);
+   if (free != slot) {
+      relocateUp(slot, free);
+   }
    Entry* const entry = ::new (entries() + slot) Entry(std::move(fresh));
    ++size_;
    bumpVersion();
@@ -178,13 +124,16 @@ void HashMap2018<Name, Key, Value>::rehash(Impl::HashShape const& shape) {
    auto* const to = static_cast<Entry*>(larger->entries());
    // The order stays: each member moves to its home, or behind the one before it.
    uint32_t next = 0;
-   for (uint32_t slot = old->nextHeld(old->firstWord() * 64); slot != Block::kNoSlot;
-        slot = old->nextHeld(slot + 1)) {
-      SlotHash const hash = old->hashes()[slot];
-      next = std::max(next, larger->homeOf(hash));
-      larger->hold(next, hash);
-      relocate(to + next, from + slot);
-      ++next;
+   for (uint32_t word = old->firstWord(); word < old->wordCount(); ++word) {
+      for (uint64_t bits = old->words()[word]; bits != 0; bits &= bits - 1) {
+         uint32_t const slot =
+            word * 64 + static_cast<uint32_t>(std::countr_zero(bits));
+         SlotHash const hash = old->hashes()[slot];
+         next = std::max(next, larger->homeOf(hash));
+         larger->append(next, hash);
+         relocate(to + next, from + slot);
+         ++next;
+      }
    }
    countWork(size_);
    Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
@@ -244,18 +193,15 @@ bool HashMap2018<Name, Key, Value>::keepForIterators(uint32_t slot) noexcept {
 // Takes a slot whose member is destroyed out of its run.
 template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::removeSlot(uint32_t slot) noexcept {
-   uint32_t const last = block_->closingSlot(slot);
-   if (last == Block::kNoSlot) {
-      block_->makeRemnant(slot);
-   } else {
-      relocateDown(slot, last);
+   uint32_t last = block_->closingSlot(slot);
+   if (last != Block::kNoSlot) [[likely]] {
       block_->closeSlot(slot, last);
-      Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
-         auto& it = static_cast<GenericIterator&>(base);
-         if (it.slot_ > slot && it.slot_ <= last) {
-            --it.slot_;
-         }
-      });
+   } else {
+      last = block_->remnantSlot(slot);
+      block_->makeRemnant(last);
+   }
+   if (last != slot) {
+      relocateDown(slot, last);
    }
    --size_;
    bumpVersion();
@@ -263,11 +209,12 @@ void HashMap2018<Name, Key, Value>::removeSlot(uint32_t slot) noexcept {
 
 template <CollectionName Name, HashableKey Key, typename Value>
 std::optional<Value> HashMap2018<Name, Key, Value>::extract(Key const& key) {
-   uint32_t const slot = findSlot(key);
-   if (slot == Block::kNoSlot) {
+   Entry* const entry = findEntry(key);
+   if (entry == nullptr) {
       return std::nullopt;
    }
-   Value& value = entries()[slot].value();
+   uint32_t const slot = slotOf(entry);
+   Value& value = entry->value();
    std::optional<Value> result;
    if constexpr (std::copy_constructible<Value>) {
       bool shared = false;
@@ -344,24 +291,56 @@ void HashMap2018<Name, Key, Value>::relocate(Entry* to, Entry* from) noexcept {
    }
 }
 
-// [from, free) moves up by one slot.
+// [from, free) moves up by one slot, and the iterators that stand there.
 template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::relocateUp(uint32_t from, uint32_t free) noexcept {
    countWork(free - from);
+   Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
+      auto& it = static_cast<GenericIterator&>(base);
+      if (it.slot_ >= from && it.slot_ < free) {
+         ++it.slot_;
+      }
+   });
    Entry* const members = entries();
-   for (uint32_t slot = free; slot > from; --slot) {
-      relocate(members + slot, members + slot - 1);
+   if constexpr (triviallyRelocatable<Entry> && sizeof(Entry) <= kMostMovedBytes) {
+      size_t const bytes = (free - from) * sizeof(Entry);
+      auto* const start = reinterpret_cast<std::byte*>(members + from);
+      if (bytes <= Move::span && !block_->isSmall()) [[likely]] {
+         Move::up(start, bytes, sizeof(Entry));
+      } else {
+         std::memmove(start + sizeof(Entry), start, bytes);
+      }
+   } else {
+      for (uint32_t slot = free; slot > from; --slot) {
+         relocate(members + slot, members + slot - 1);
+      }
    }
 }
 
-// (slot, last] moves down by one slot; some of it may be remnants no more.
+// (slot, last] moves down by one slot, and the iterators that stand there.
 template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::relocateDown(uint32_t slot,
                                                  uint32_t last) noexcept {
    countWork(last - slot);
+   Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
+      auto& it = static_cast<GenericIterator&>(base);
+      if (it.slot_ > slot && it.slot_ <= last) {
+         --it.slot_;
+      }
+   });
    Entry* const members = entries();
-   for (; slot < last; ++slot) {
-      relocate(members + slot, members + slot + 1);
+   if constexpr (triviallyRelocatable<Entry> && sizeof(Entry) <= kMostMovedBytes) {
+      size_t const bytes = (last - slot) * sizeof(Entry);
+      auto* const start = reinterpret_cast<std::byte*>(members + slot);
+      if (bytes <= Move::span && !block_->isSmall()) [[likely]] {
+         Move::down(start, bytes, sizeof(Entry));
+      } else {
+         std::memmove(start, start + sizeof(Entry), bytes);
+      }
+   } else {
+      for (; slot < last; ++slot) {
+         relocate(members + slot, members + slot + 1);
+      }
    }
 }
 

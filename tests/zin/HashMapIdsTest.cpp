@@ -1,11 +1,11 @@
 #include "zin/HashMapTraits.h"
 
-// The contract of collections, for maps of ids.
+// The contract of collections, for a set of short ids and a map of long ones.
 namespace ContractTest {
 
 namespace {
 
-struct Ids16 : MapTraits<uint16_t, uint32_t> {
+struct Ids16 : MapTraits<uint16_t, Zin::NoValue> {
    static uint16_t key(uint32_t n) { return static_cast<uint16_t>(n); }
 };
 

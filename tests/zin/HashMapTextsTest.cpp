@@ -7,19 +7,13 @@ namespace ContractTest {
 
 namespace {
 
-struct Texts : MapTraits<std::string, Zin::NoValue> {
-   static std::string key(uint32_t n) {
-      return std::string(n % 40, 'v') + std::to_string(n);
-   }
-};
-
 struct VrfNames : MapTraits<L3::VrfName, std::string> {
    static L3::VrfName key(uint32_t n) {
       return L3::VrfName("tenant " + std::to_string(n) + std::string(n % 3 * 8, '-'));
    }
 };
 
-using Kinds = testing::Types<Operations<Texts>, Operations<VrfNames>>;
+using Kinds = testing::Types<Operations<VrfNames>>;
 
 } // namespace
 

@@ -181,23 +181,59 @@ TEST(HashHelper, SeedStaysWhatItWasAtFirst) {
    EXPECT_EQ(Zin::HashHelper::hashSeed32(), Zin::HashHelper::hashSeed32());
 }
 
+using Zin::Impl::HashWindow;
+using Zin::Impl::PortableWindow;
+using Zin::Impl::SlotHash;
+
 TEST(HashWindow, ComparesAsThePortableOneDoes) {
    std::mt19937 random(1);
    for (int round = 0; round < 2000; ++round) {
-      Zin::Impl::SlotHash slots[Zin::Impl::kWindowSlots];
+      SlotHash slots[Zin::Impl::kWindowSlots];
       for (auto& slot : slots) {
          slot = random() % 4 == 0 ? Zin::Impl::kEmptySlot
-                                  : static_cast<Zin::Impl::SlotHash>(random() % 5) - 2;
+                                  : static_cast<SlotHash>(random() % 5) - 2;
       }
-      auto const hash = static_cast<Zin::Impl::SlotHash>(random() % 5) - 2;
-      using Zin::Impl::HashWindow;
-      using Zin::Impl::PortableWindow;
+      auto const hash = static_cast<SlotHash>(random() % 5) - 2;
       ASSERT_TRUE(HashWindow::equal(slots, hash) == PortableWindow::equal(slots, hash));
       ASSERT_TRUE(HashWindow::below(slots, hash) == PortableWindow::below(slots, hash));
       auto const below = PortableWindow::below(slots, hash).leading();
       ASSERT_EQ(below, std::find_if(slots, std::end(slots),
                                     [&](auto slot) { return slot >= hash; }) -
                           slots);
+   }
+}
+
+TEST(HashWindow, KnowsSettledSlotsAsThePortableOneDoes) {
+   std::mt19937 random(2);
+   for (uint32_t log2 = 0; log2 <= 28; ++log2) {
+      uint32_t const shift = 32 - log2;
+      for (int round = 0; round < 200; ++round) {
+         auto const home = static_cast<uint32_t>(uint64_t{random()} >> shift);
+         SlotHash slots[Zin::Impl::kWindowSlots];
+         for (auto& slot : slots) {
+            uint64_t const near = (uint64_t{home} + random() % 10) << shift;
+            slot = random() % 4 == 0
+                      ? Zin::Impl::kEmptySlot
+                      : Zin::Impl::toSlotHash(static_cast<uint32_t>(near));
+         }
+         ASSERT_TRUE(HashWindow::settled(slots, home, shift) ==
+                     PortableWindow::settled(slots, home, shift));
+      }
+   }
+}
+
+TEST(HashWindow, MovesAsThePortableOneDoes) {
+   for (uint32_t count = 0; count <= Zin::Impl::kWindowSlots; ++count) {
+      std::vector<SlotHash> slots(12);
+      std::iota(slots.begin(), slots.end(), 1);
+      auto expected = slots;
+      HashWindow::moveUp(slots.data() + 1, count);
+      PortableWindow::moveUp(expected.data() + 1, count);
+      // The slot that a move leaves is the caller's to write.
+      EXPECT_EQ(slots, expected) << count;
+      HashWindow::moveDown(slots.data() + 1, count);
+      PortableWindow::moveDown(expected.data() + 1, count);
+      EXPECT_EQ(slots, expected) << count;
    }
 }
 
