@@ -11,6 +11,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -139,9 +140,13 @@ TEST(Hash, SeldomCollides) {
    for (auto const& keys : keyFamilies()) {
       uint32_t collisions = 0;
       for (uint32_t seed = 0; seed < 40; ++seed) {
-         std::set<uint32_t> hashes;
-         for (uint32_t n = 0; n < 8192; ++n) {
-            collisions += hashes.insert(keys.hash(HashSeed(seed), n)).second ? 0 : 1;
+         std::vector<uint32_t> hashes(8192);
+         for (uint32_t n = 0; n < hashes.size(); ++n) {
+            hashes[n] = keys.hash(HashSeed(seed), n);
+         }
+         std::sort(hashes.begin(), hashes.end());
+         for (size_t i = 1; i < hashes.size(); ++i) {
+            collisions += hashes[i - 1] == hashes[i] ? 1 : 0;
          }
       }
       EXPECT_LE(collisions, 5u) << keys.name;
@@ -151,21 +156,25 @@ TEST(Hash, SeldomCollides) {
 // The orders of two tables are told apart by the share of neighbours in the one that
 // ascend in the other: about a half when the orders are unrelated.
 TEST(Hash, SimilarSeedsMakeUnrelatedOrders) {
-   constexpr uint32_t kKeys = 8192;
+   constexpr uint32_t kKeys = 2048;
    for (auto const& keys : keyFamilies()) {
+      HashSeed const one(0x5eed);
+      std::vector<std::pair<uint32_t, uint32_t>> order; // hash and number of a key
+      for (uint32_t n = 0; n < kKeys; ++n) {
+         order.emplace_back(keys.hash(one, n), n);
+      }
+      std::sort(order.begin(), order.end());
       for (uint32_t bit = 0; bit < 32; ++bit) {
-         HashSeed const one(0x5eed);
          HashSeed const other(0x5eedu ^ (1u << bit));
-         std::vector<uint32_t> order(kKeys);
-         std::iota(order.begin(), order.end(), 0u);
-         std::sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
-            return keys.hash(one, a) < keys.hash(one, b);
-         });
          uint32_t ascending = 0;
-         for (uint32_t i = 1; i < kKeys; ++i) {
-            ascending += keys.hash(other, order[i - 1]) < keys.hash(other, order[i]);
+         uint32_t previous = 0;
+         for (auto const& [hash, n] : order) {
+            uint32_t const here = keys.hash(other, n);
+            ascending += previous < here ? 1 : 0;
+            previous = here;
          }
-         EXPECT_NEAR(ascending, kKeys / 2.0, 250) << keys.name << ", bit " << bit;
+         // A permutation's ascents have a standard deviation of 13.
+         EXPECT_NEAR(ascending, kKeys / 2.0, 80) << keys.name << ", bit " << bit;
       }
    }
 }
