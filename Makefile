@@ -31,8 +31,12 @@ tidy: setup-checks ## look for faults with clang-tidy
 	$$(scripts/clang.sh run-clang-tidy) -quiet -j $(JOBS) -p build/clang \
 	   -clang-tidy-binary $$(scripts/clang.sh clang-tidy) '$(LINTED)'
 
-bench: setup-bench ## measure, beside what else there is
+bench: setup-bench ## measure, beside what others offer
 	$(call build,bench)
+	for program in build/bench/benchmarks/*_bench; do \
+	   $$program --benchmark_repetitions=9 --benchmark_report_aggregates_only=true \
+	      || exit; \
+	done
 
 format: setup-checks ## format the sources
 	git ls-files '*.h' '*.cpp' | xargs $$(scripts/clang.sh clang-format) -i
