@@ -179,15 +179,13 @@ class Parser {
          .add_option("--sm", options_.machine,
                      "the machine: reactor (the default; dataflow and both are not in "
                      "this build)")
-         ->transform(CLI::Transformer(machines).description(""))
-         ->check(CLI::IsMember(machines).description(""))
+         ->transform(CLI::CheckedTransformer(machines).description(""))
          ->type_name("NAME");
       command
          .add_option("--af", options_.af,
                      "the address family: ipv4 (the default) or "
                      "ipv6")
-         ->transform(CLI::Transformer(families).description(""))
-         ->check(CLI::IsMember(families).description(""))
+         ->transform(CLI::CheckedTransformer(families).description(""))
          ->type_name("FAMILY");
       command.add_option("--mode", mode_, "sync or async (dataflow)")
          ->check(CLI::IsMember({"sync", "async"}).description(""))
@@ -243,7 +241,9 @@ class Parser {
    void printHelp() {
       status_ = 0;
       if (helpTopic_.empty()) {
-         std::cout << app_.help();
+         // App::help() would be that of the command that runs, which is this one.
+         std::cout << app_.get_formatter()->make_help(&app_, "",
+                                                      CLI::AppFormatMode::Normal);
          return;
       }
       auto const commands = app_.get_subcommands(

@@ -101,7 +101,7 @@ function(mcast_test name)
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE mcast_base ${ARG_LIBRARIES}
     GTest::gmock GTest::gtest_main)
-  gtest_discover_tests(${name} PROPERTIES TIMEOUT 120 DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(${name} NO_PRETTY_VALUES PROPERTIES TIMEOUT 120 DISCOVERY_TIMEOUT 60)
 endfunction()
 
 # mcast_benchmark(<name> [SOURCES ...] [LIBRARIES ...]): one benchmark program.

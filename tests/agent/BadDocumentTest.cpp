@@ -216,7 +216,7 @@ TEST(Document, UncheckedVlanOutOfRangeInANotificationEndsTheProcessWithItsMessag
       "{\"op\":\"add\",\"path\":\"/vtiStatusDir/vtiStatus/Vxlan1/vrfToSBDVlan/red\","
       "\"value\":5000}\n");
    auto const outcome = runAgent(folder, {"replay", "--unchecked", events});
-   EXPECT_EQ(outcome.status, -SIGABRT);
+   EXPECT_EQ(outcome.status, 128 + SIGABRT);
    EXPECT_EQ(outcome.out, "{\"line\":0}\n{\"line\":1}\n{\"line\":2}\n");
    EXPECT_THAT(outcome.err,
                HasSubstr("Bridging::VlanId::value < 1 or > 4094 not allowed"));

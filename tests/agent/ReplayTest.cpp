@@ -99,7 +99,7 @@ TEST_F(Replay, RestartOverRightOutputsChangesNothing) {
 
 TEST_F(Replay, StopLeavesTheOutputsAndFollowsNoInputAnyMore) {
    auto const outcome =
-      playOverRed("{\"host\":\"stop\"}\n"
+      playOverRed("{\"host\":\"drain\"}\n{\"host\":\"stop\"}\n"
                   "{\"op\":\"remove\",\"path\":\"/mcastEvpnConfig/transitVrf/red\"}\n"
                   "{\"op\":\"test\",\"path\":\"/transitIntfColl/intf/Vlan10/ipAddr\","
                   "\"value\":\"10.0.0.1\"}\n");
