@@ -24,8 +24,8 @@ State::State()
                {"membershipJoinStatus", membershipJoinStatus, true}}} {}
 
 State::Member const* State::member(std::string_view name) const noexcept {
-   auto const found = std::find_if(members_.begin(), members_.end(),
-                                   [&](auto const& m) { return m.name == name; });
+   auto const found =
+      std::ranges::find_if(members_, [&](auto const& m) { return m.name == name; });
    return found == members_.end() ? nullptr : &*found;
 }
 

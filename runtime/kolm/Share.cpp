@@ -39,7 +39,10 @@ bool PollShare::shouldYield(Task const&, Slice& slice) {
 }
 
 bool ScriptedShare::shouldYield(Task const&, Slice&) {
-   return used_ < answers_.size() && answers_[used_++];
+   if (used_ == answers_.size()) {
+      return false;
+   }
+   return answers_[used_++];
 }
 
 RandomShare::RandomShare(uint64_t seed, uint64_t oneIn) : random_(seed), oneIn_(oneIn) {

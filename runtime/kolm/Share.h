@@ -20,8 +20,8 @@ struct Slice {
    uint64_t polls = 0; // answered in this slice
 
    // For shares that read a clock.
-   Clock::time_point deadline{};
-   Clock::time_point lastRead{};
+   Clock::time_point deadline;
+   Clock::time_point lastRead;
    uint64_t lastReadPoll = 0;
    uint64_t nextReadPoll = 0;
 };

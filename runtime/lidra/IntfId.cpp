@@ -103,8 +103,8 @@ std::string IntfId::stringValue() const {
 
 std::string IntfId::shortName() const {
    std::string name = stringValue();
-   auto const letters = std::find_if_not(
-      name.begin(), name.end(), [](unsigned char c) { return std::isalpha(c) != 0; });
+   auto const letters = std::ranges::find_if_not(
+      name, [](unsigned char c) { return std::isalpha(c) != 0; });
    if (letters - name.begin() > 2) {
       name.erase(name.begin() + 2, letters);
    }

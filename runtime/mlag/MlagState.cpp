@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, 5> kNames = {"disabled", "inactive",
 } // namespace
 
 MlagState mlagStateFromText(std::string_view text) {
-   auto const name = std::find(kNames.begin(), kNames.end(), text);
+   auto const name = std::ranges::find(kNames, text);
    if (name != kNames.end()) {
       return static_cast<MlagState>(name - kNames.begin());
    }

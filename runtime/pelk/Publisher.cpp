@@ -17,7 +17,7 @@ struct Publisher::List {
    bool orphan = false;            // the publisher is gone
 
    auto find(Subscriber const* subscriber) {
-      return std::find(slots.begin(), slots.end(), subscriber);
+      return std::ranges::find(slots, subscriber);
    }
 };
 
