@@ -19,15 +19,16 @@ void TransitSm::handleVtepAddr() {
    if (af_ != Lidra::AddressFamily::ipv4) {
       return;
    }
-   uint32_t dispatches = dispatches_;
-   auto addr = vtepAddr();
+   uint32_t const dispatches = dispatches_;
+   auto const addr = vtepAddr();
    for (auto entry = transitIntfColl_->intf().iterate(); entry; ++entry) {
       auto const intf = entry.value();
       intf->ipAddrIs(addr);
       if (dispatches_ != dispatches) {
-         // Who was notified changed an input, and the choice may be another by now.
-         dispatches = dispatches_;
-         addr = vtepAddr();
+         // Who was notified changed an input, so the choice may be another by now, and
+         // some interfaces have it already: choose anew, for all of them.
+         handleVtepAddr();
+         return;
       }
    }
 }
