@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -58,9 +59,9 @@ class CountingReader {
 // Parses; lines is the number of line ends before what the callback is told of.
 json parse(std::string_view text, size_t& lines,
            json::parser_callback_t const& callback) {
-   return json::parse(CountingReader(text.data(), &lines),
-                      CountingReader(text.data() + text.size(), &lines), callback, true,
-                      true);
+   return json::parse(CountingReader(std::to_address(text.begin()), &lines),
+                      CountingReader(std::to_address(text.end()), &lines), callback,
+                      true, true);
 }
 
 using Event = json::parse_event_t;
@@ -228,6 +229,7 @@ size_t lineOf(std::string_view text, json::json_pointer const& pointer) {
          return true;
       });
    } catch (Found const&) {
+      return line;
    }
    return line;
 }

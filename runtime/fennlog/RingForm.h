@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <ios>
+#include <memory>
 #include <ostream>
 #include <string_view>
 #include <type_traits>
@@ -177,7 +178,7 @@ struct Argument {
          auto const text = RingForm<T>::text(value);
          size_t const kept = std::min(text.size(), kMaxText);
          *to++ = static_cast<std::byte>(kept | (text.size() > kMaxText ? kCut : 0));
-         copyShort(to, text.data(), kept);
+         copyShort(to, std::to_address(text.begin()), kept);
          return to + kept;
       } else {
          auto const raw = RingForm<T>::raw(value);
