@@ -1,5 +1,7 @@
 #include "agent/BadInput.h"
 
+#include "pelk/Printable.h"
+
 namespace Agent {
 
 namespace {
@@ -8,9 +10,23 @@ constexpr size_t kExcerptMax = 60;
 
 std::string messageOf(nlohmann::json::json_pointer const& pointer,
                       std::string const& found, std::string const& allowed) {
-   auto const place = pointer.to_string();
-   return (place.empty() ? "the document" : place) + ": " + found + " stands here; " +
-          "allowed is " + allowed;
+   auto const place = Pelk::printable(pointer.to_string());
+   return (place.empty() ? "the document" : place) + ": " + found +
+          " stands here; allowed is " + allowed;
+}
+
+// Cuts a text that is too long, between two characters.
+void shorten(std::string& text) {
+   if (text.size() <= kExcerptMax) {
+      return;
+   }
+   bool const isQuoted = text.back() == '"';
+   size_t end = kExcerptMax;
+   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) {
+      --end;
+   }
+   text.resize(end);
+   text += isQuoted ? "...\"" : "...";
 }
 
 } // namespace
@@ -27,11 +43,9 @@ std::string excerpt(nlohmann::json const& value) {
                 ? "an object with " + std::to_string(value.size()) + " members"
                 : "an array of " + std::to_string(value.size());
    }
-   auto text = value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-   if (text.size() > kExcerptMax) {
-      text.resize(kExcerptMax);
-      text += "...";
-   }
+   auto text = Pelk::printable(
+      value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+   shorten(text);
    return text;
 }
 
@@ -41,6 +55,9 @@ std::string quote(std::string_view text) {
 
 std::string location(std::string_view file, size_t line) {
    std::string place(file == "-" ? "standard input" : file);
+   if (file.empty()) {
+      place = "the file \"\"";
+   }
    if (line != 0) {
       place += ':' + std::to_string(line);
    }

@@ -15,6 +15,10 @@ class BadInput : public std::runtime_error {
    BadInput(nlohmann::json::json_pointer pointer, std::string const& found,
             std::string const& allowed);
 
+   // The same of a part of the input, which is named before it.
+   BadInput(BadInput const& error, std::string const& part)
+      : std::runtime_error(part + ": " + error.what()), pointer_(error.pointer_) {}
+
    nlohmann::json::json_pointer const& pointer() const noexcept { return pointer_; }
 
  private:

@@ -67,21 +67,25 @@ json membersOfSet(Attribute const& attribute, json const& keys, Pointer const& a
    return members;
 }
 
-json canonicalCollection(Attribute const& attribute, json const& value,
+json canonicalCollection(Attribute const& attribute, json const& given,
                          Pointer const& at, Checks checks) {
    bool const isSet = attribute.kind == AttributeKind::set;
-   if (isSet && value.is_array()) {
-      return membersOfSet(attribute, value, at, checks);
+   if (isSet && given.is_array()) {
+      return membersOfSet(attribute, given, at, checks);
    }
-   if (!value.is_object()) {
-      throw BadInput(at, excerpt(value),
+   if (!given.is_object()) {
+      throw BadInput(at, excerpt(given),
                      isSet ? "an object or an array of keys" : "an object");
    }
    json members = json::object();
-   for (auto const& [key, member] : value.items()) {
+   for (auto const& [key, member] : given.items()) {
       auto const place = at / key;
       auto const canonical = canonicalKey(attribute, key, place, checks);
-      members.emplace(canonical, canonicalMember(attribute, member, place, checks));
+      auto const value = canonicalMember(attribute, member, place, checks);
+      if (!members.emplace(canonical, value).second) {
+         throw BadInput(place, "the key " + quote(canonical) + " for the second time",
+                        "one of each");
+      }
    }
    return members;
 }

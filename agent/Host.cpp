@@ -8,6 +8,9 @@
 #include "zin/Hash.h"
 #include "zin/Toggle.h"
 
+#include <stdexcept>
+#include <string>
+
 namespace Agent {
 
 class Host::RunningMachine {
@@ -50,7 +53,12 @@ void Host::loadState() {
 }
 
 void Host::start() {
-   machine_ = std::make_unique<RunningMachine>(options_, state_);
+   try {
+      machine_ = std::make_unique<RunningMachine>(options_, state_);
+   } catch (std::out_of_range const& error) {
+      throw InputError(std::string("the machine cannot be constructed: ") +
+                       error.what());
+   }
 }
 
 void Host::stop() {

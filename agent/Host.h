@@ -13,7 +13,7 @@
 namespace Agent {
 
 // The process in which a machine runs: sets what is one for the process (seed, toggles,
-// trace), and makes and destroys the machine over a state.
+// trace), and makes and destroys the machine over a state. One in a process.
 class Host {
  public:
    // Sets seed, toggles and trace levels. InputError if the toggle file is bad.

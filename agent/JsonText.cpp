@@ -4,13 +4,15 @@
 
 #include <cerrno>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <iterator>
 #include <memory>
 #include <sstream>
-#include <stdexcept>
+#include <string>
 #include <system_error>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace Agent {
@@ -56,58 +58,45 @@ class CountingReader {
    bool afterLineEnd_ = false;
 };
 
-// Parses; lines is the number of line ends before what the callback is told of.
-json parse(std::string_view text, size_t& lines,
-           json::parser_callback_t const& callback) {
-   return json::parse(CountingReader(std::to_address(text.begin()), &lines),
-                      CountingReader(std::to_address(text.end()), &lines), callback,
-                      true, true);
+// What is wrong, out of the parser's message, which begins with a code in brackets and
+// tells the place in its own way.
+std::string reasonOf(std::string const& message) {
+   auto const code = message.find("] ");
+   auto const place = message.find("column ");
+   auto const detail = message.find(": ", place == std::string::npos ? 0 : place);
+   if (place != std::string::npos && detail != std::string::npos) {
+      return message.substr(detail + 2);
+   }
+   return code == std::string::npos ? message : message.substr(code + 2);
 }
 
-using Event = json::parse_event_t;
-
-// Follows a parse and knows which element it is at.
-class Position {
+// Reads a text without making values of it: checks what the parser does not, and knows
+// which element it is at, and in which line.
+class Scanner : public json::json_sax_t {
  public:
-   // True if an element begins here, whose place is pointer() until the next event. A
-   // member of an object begins with its key.
-   bool step(Event event, json const& parsed) {
-      bool const inArray = !levels_.empty() && levels_.back().isArray;
-      switch (event) {
-         case Event::key:
-            levels_.back().key = parsed.get<std::string>();
-            return true;
-         case Event::value:
-            if (inArray) {
-               ++levels_.back().next;
-            }
-            return inArray;
-         case Event::object_start:
-         case Event::array_start:
-            if (inArray) {
-               ++levels_.back().next;
-            }
-            entered_ = Level{event == Event::array_start, 0, {}};
-            return inArray;
-         case Event::object_end:
-         case Event::array_end:
-            levels_.pop_back();
-            return false;
-      }
-      return false;
-   }
-   // To be called after step(), once pointer() was looked at.
-   void settle(Event event) {
-      if (event == Event::object_start || event == Event::array_start) {
-         levels_.push_back(entered_);
-      }
+   // Told of each element as it begins; a member of an object begins with its key.
+   // Returning false ends the scan.
+   using Element = std::function<bool(Scanner const& at)>;
+
+   explicit Scanner(Element element) : element_(std::move(element)) {}
+
+   // Whether the text was read to its end.
+   bool scan(std::string_view text) {
+      return json::sax_parse(CountingReader(std::to_address(text.begin()), &lines_),
+                             CountingReader(std::to_address(text.end()), &lines_), this,
+                             json::input_format_t::json, true, true);
    }
 
+   // What was wrong, if anything was.
+   std::string const& error() const noexcept { return error_; }
+   // How many line ends stand before the present place.
+   size_t lines() const noexcept { return lines_; }
+   // The present element.
    json::json_pointer pointer() const {
       json::json_pointer pointer;
       for (auto const& level : levels_) {
          if (level.isArray) {
-            pointer /= level.next - 1;
+            pointer /= level.begun - 1;
          } else {
             pointer /= level.key;
          }
@@ -115,58 +104,75 @@ class Position {
       return pointer;
    }
 
- private:
-   struct Level {
-      bool isArray;
-      size_t next; // of an array: how many elements have begun
-      std::string key;
-   };
-   std::vector<Level> levels_;
-   Level entered_{};
-};
-
-// The keys that each open object has had.
-class KeyCheck {
- public:
-   void step(Event event, json const& parsed) {
-      switch (event) {
-         case Event::object_start:
-         case Event::array_start:
-            if (keys_.size() == kMaxDepth) {
-               throw std::length_error("nested deeper than " +
-                                       std::to_string(kMaxDepth) + " levels");
-            }
-            keys_.emplace_back();
-            break;
-         case Event::object_end:
-         case Event::array_end:
-            keys_.pop_back();
-            break;
-         case Event::key: {
-            auto const& key = parsed.get_ref<std::string const&>();
-            if (!keys_.back().insert(key).second) {
-               throw std::length_error(
-                  "the key " + quote(key) +
-                  " stands here for the second time in its object; "
-                  "allowed is one of each");
-            }
-            break;
-         }
-         case Event::value:
-            break;
+   bool null() override { return begin(); }
+   bool boolean(bool) override { return begin(); }
+   bool number_integer(number_integer_t) override { return begin(); }
+   bool number_unsigned(number_unsigned_t) override { return begin(); }
+   bool number_float(number_float_t, string_t const&) override { return begin(); }
+   bool string(string_t&) override { return begin(); }
+   bool binary(binary_t&) override { return begin(); }
+   bool start_object(std::size_t) override { return begin() && enter(false); }
+   bool start_array(std::size_t) override { return begin() && enter(true); }
+   bool end_object() override { return leave(); }
+   bool end_array() override { return leave(); }
+   bool key(string_t& name) override {
+      auto& level = levels_.back();
+      level.key = name;
+      if (!level.keys.insert(name).second) {
+         error_ =
+            "the key " + quote(name) +
+            " stands here for the second time in its object; allowed is one of each";
+         return false;
       }
+      return !element_ || element_(*this);
+   }
+   bool parse_error(std::size_t, std::string const&,
+                    json::exception const& error) override {
+      error_ = "not JSON: " + reasonOf(error.what());
+      return false;
    }
 
  private:
-   std::vector<std::unordered_set<std::string>> keys_;
+   struct Level {
+      bool isArray;
+      size_t begun; // of an array: how many elements have begun
+      std::string key;
+      std::unordered_set<std::string> keys;
+   };
+
+   bool begin() {
+      if (levels_.empty() || !levels_.back().isArray) {
+         return true;
+      }
+      ++levels_.back().begun;
+      return !element_ || element_(*this);
+   }
+   bool enter(bool isArray) {
+      if (levels_.size() == kMaxDepth) {
+         error_ = "nested deeper than " + std::to_string(kMaxDepth) + " levels";
+         return false;
+      }
+      levels_.push_back({isArray, 0, {}, {}});
+      return true;
+   }
+   bool leave() {
+      levels_.pop_back();
+      return true;
+   }
+
+   Element element_;
+   size_t lines_ = 0;
+   std::string error_;
+   std::vector<Level> levels_;
 };
 
-// What is wrong, out of the parser's message, which also tells the place in its own
-// way.
-std::string reasonOf(json::parse_error const& error) {
-   std::string const message = error.what();
-   auto const detail = message.find(": ");
-   return detail == std::string::npos ? message : message.substr(detail + 2);
+// Some editors begin a file with a byte order mark.
+std::string withoutMark(std::string text) {
+   constexpr std::string_view kMark = "\xef\xbb\xbf";
+   if (text.starts_with(kMark)) {
+      text.erase(0, kMark.size());
+   }
+   return text;
 }
 
 } // namespace
@@ -175,7 +181,7 @@ std::string readFile(std::string const& file) {
    std::ostringstream text;
    if (file == "-") {
       text << std::cin.rdbuf();
-      return std::move(text).str();
+      return withoutMark(std::move(text).str());
    }
    std::ifstream in(file, std::ios::binary);
    // A folder opens, and fails when it is read.
@@ -184,53 +190,32 @@ std::string readFile(std::string const& file) {
                        "cannot be read: " + std::generic_category().message(errno));
    }
    text << in.rdbuf();
-   return std::move(text).str();
+   return withoutMark(std::move(text).str());
 }
 
 json parseJson(std::string_view text, std::string const& file, size_t firstLine) {
-   size_t lines = 0;
-   KeyCheck keys;
-   try {
-      return parse(text, lines, [&](int, Event event, json& parsed) {
-         keys.step(event, parsed);
-         return true;
-      });
-   } catch (json::parse_error const& error) {
-      throw InputError(location(file, firstLine + lines) +
-                       "not JSON: " + reasonOf(error));
-   } catch (std::length_error const& error) {
-      throw InputError(location(file, firstLine + lines) + error.what());
+   Scanner scanner({});
+   if (!scanner.scan(text)) {
+      throw InputError(location(file, firstLine + scanner.lines()) + scanner.error());
    }
+   return json::parse(text, nullptr, true, true);
 }
 
 size_t lineOf(std::string_view text, json::json_pointer const& pointer) {
-   struct Found {};
    auto const wanted = pointer.to_string();
-   size_t lines = 0;
    size_t line = 1;
    size_t longest = 0;
-   Position position;
-   try {
-      parse(text, lines, [&](int, Event event, json& parsed) {
-         if (position.step(event, parsed)) {
-            auto const here = position.pointer().to_string();
-            bool const isParent = wanted.size() > here.size() &&
-                                  wanted.starts_with(here) &&
-                                  wanted[here.size()] == '/';
-            if (here == wanted || (isParent && here.size() > longest)) {
-               longest = here.size();
-               line = lines + 1;
-            }
-            if (here == wanted) {
-               throw Found();
-            }
-         }
-         position.settle(event);
-         return true;
-      });
-   } catch (Found const&) {
-      return line;
-   }
+   Scanner scanner([&](Scanner const& at) {
+      auto const here = at.pointer().to_string();
+      bool const isParent = wanted.size() > here.size() && wanted.starts_with(here) &&
+                            wanted[here.size()] == '/';
+      if (here == wanted || (isParent && here.size() > longest)) {
+         longest = here.size();
+         line = at.lines() + 1;
+      }
+      return here != wanted;
+   });
+   scanner.scan(text);
    return line;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <iostream>
 
 namespace {
 
@@ -31,21 +32,26 @@ void complain(char const* message) {
    std::fprintf(stderr, "mcastvpn-agent: %s\n", message);
 }
 
+// The status, unless what was printed cannot be written.
+int finished(int status) {
+   std::cout.flush();
+   if (Agent::flushed(stdout) && std::cout.good()) {
+      return status;
+   }
+   complain("standard output: the results cannot be written");
+   return kBadInput;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
    previousHandler = std::set_terminate(flushAndTerminate);
    auto const parsed = Agent::parseOptions(argc, argv);
    if (parsed.status) {
-      return *parsed.status;
+      return finished(*parsed.status);
    }
    try {
-      int const status = command(parsed.options);
-      if (!Agent::flushed(stdout)) {
-         complain("standard output: the results cannot be written");
-         return kBadInput;
-      }
-      return status;
+      return finished(command(parsed.options));
    } catch (std::exception const& error) {
       complain(error.what());
       return kBadInput;

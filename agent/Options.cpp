@@ -1,14 +1,19 @@
 #include "agent/Options.h"
 
+#include "agent/BadInput.h"
 #include "agent/Version.h"
+#include "pelk/Printable.h"
+#include "zin/Decimal.h"
 
 #include <CLI/CLI.hpp>
 
 #include <array>
 #include <iostream>
 #include <limits>
-#include <map>
+#include <optional>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace Agent {
 
@@ -82,12 +87,56 @@ constexpr std::array kLater = {
    throw CLI::ValidationError(what, "not in this build");
 }
 
+// What stands there and what is allowed, as all messages say it.
+std::string refusal(std::string const& text, std::string const& allowed) {
+   return quote(text) + " stands here; allowed is " + allowed;
+}
+
+CLI::Validator oneOf(std::vector<std::string> choices) {
+   return CLI::Validator(
+      [choices = std::move(choices)](std::string const& text) {
+         std::string allowed;
+         for (auto const& choice : choices) {
+            if (choice == text) {
+               return std::string();
+            }
+            allowed += (allowed.empty() ? "" : ", ") + choice;
+         }
+         return refusal(text, "one of " + allowed);
+      },
+      "");
+}
+
+std::optional<uint32_t> numberOf(std::string const& text) {
+   try {
+      return Zin::decimalFromText<uint32_t>(text);
+   } catch (std::logic_error const&) {
+      return std::nullopt;
+   }
+}
+
+CLI::Validator numberFrom(uint32_t least) {
+   return CLI::Validator(
+      [least](std::string const& text) {
+         return numberOf(text).value_or(0) >= least && numberOf(text)
+                   ? std::string()
+                   : refusal(text,
+                             "a number from " + std::to_string(least) + " to " +
+                                std::to_string(std::numeric_limits<uint32_t>::max()));
+      },
+      "");
+}
+
+std::string checkFile(std::string const& text) {
+   return text.empty() ? refusal(text, "the name of a file, or - for standard input")
+                       : std::string();
+}
+
 std::string checkToggle(std::string const& text) {
    bool const known = text.starts_with(kTogglePrefix);
    auto const state = known ? text.substr(kTogglePrefix.size()) : std::string();
    if (state != "on" && state != "off") {
-      return "\"" + text + "\" stands here; allowed is McastVpnTransitMlag=on or " +
-             "McastVpnTransitMlag=off";
+      return refusal(text, "McastVpnTransitMlag=on or McastVpnTransitMlag=off");
    }
    return {};
 }
@@ -132,13 +181,33 @@ class Parser {
          if (error.get_exit_code() == 0) {
             return {options_, app_.exit(error)};
          }
-         std::cerr << "mcastvpn-agent: " << error.what()
-                   << "\nTry \"mcastvpn-agent --help\".\n";
+         std::cerr << "mcastvpn-agent: " << Pelk::printable(messageOf(error)) << "\n"
+                   << "Try \"mcastvpn-agent " << helpOnCommand() << "\".\n";
          return {options_, kBadUsage};
       }
    }
 
  private:
+   CLI::App const* command() const {
+      auto const commands = app_.get_subcommands();
+      return commands.empty() ? nullptr : commands.front();
+   }
+   std::string helpOnCommand() const {
+      return command() == nullptr ? "--help" : "help " + command()->get_name();
+   }
+   std::string messageOf(CLI::ParseError const& error) const {
+      if (dynamic_cast<CLI::ExtrasError const*>(&error) == nullptr) {
+         return error.what();
+      }
+      auto const extras = app_.remaining(true);
+      auto const first = extras.empty() ? std::string() : extras.front();
+      if (command() != nullptr) {
+         return command()->get_name() + ": " +
+                refusal(first, "what \"mcastvpn-agent " + helpOnCommand() + "\" lists");
+      }
+      return refusal(first, "a command: run, replay or help");
+   }
+
    void addRun() {
       auto* const run = app_.add_subcommand(
          "run", "publish a state, run the machine until it is idle, print its outputs");
@@ -146,7 +215,8 @@ class Parser {
       run->add_option("STATE", options_.state,
                       "the state document; - for standard input")
          ->required()
-         ->type_name("FILE");
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkFile, ""));
       run->add_flag("--watch", watch_, "stay and follow the file (not in this build)");
       addCommon(*run);
       run->add_flag("--json", options_.json, "the outputs as a JSON document");
@@ -160,9 +230,11 @@ class Parser {
       replay
          ->add_option("EVENTS", options_.events, "the event file; - for standard input")
          ->required()
-         ->type_name("FILE");
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkFile, ""));
       replay->add_option("--state", options_.state, "the state document to start from")
-         ->type_name("FILE");
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkFile, ""));
       addCommon(*replay);
       replay->add_flag("--manual", manual_,
                        "tasks run only when a host line says so (dataflow)");
@@ -170,34 +242,28 @@ class Parser {
    }
 
    void addCommon(CLI::App& command) {
-      std::map<std::string, Machine> const machines = {{"reactor", Machine::reactor},
-                                                       {"dataflow", Machine::dataflow},
-                                                       {"both", Machine::both}};
-      std::map<std::string, Lidra::AddressFamily> const families = {
-         {"ipv4", Lidra::AddressFamily::ipv4}, {"ipv6", Lidra::AddressFamily::ipv6}};
       command
-         .add_option("--sm", options_.machine,
+         .add_option("--sm", machine_,
                      "the machine: reactor (the default; dataflow and both are not in "
                      "this build)")
-         ->transform(CLI::CheckedTransformer(machines).description(""))
+         ->check(oneOf({"reactor", "dataflow", "both"}))
          ->type_name("NAME");
       command
-         .add_option("--af", options_.af,
-                     "the address family: ipv4 (the default) or "
-                     "ipv6")
-         ->transform(CLI::CheckedTransformer(families).description(""))
+         .add_option("--af", family_, "the address family: ipv4 (the default) or ipv6")
+         ->check(oneOf({"ipv4", "ipv6"}))
          ->type_name("FAMILY");
       command.add_option("--mode", mode_, "sync or async (dataflow)")
-         ->check(CLI::IsMember({"sync", "async"}).description(""))
+         ->check(oneOf({"sync", "async"}))
          ->type_name("MODE");
       command
          .add_option("--slice-items", sliceItems_,
                      "a task yields at every Nth item (dataflow)")
-         ->check(CLI::Range(1u, std::numeric_limits<uint32_t>::max()).description(""))
+         ->check(numberFrom(1))
          ->type_name("N");
       command
-         .add_option("--seed", options_.seed,
+         .add_option("--seed", seed_,
                      "the hash seed, which fixes the order of iteration (random)")
+         ->check(numberFrom(0))
          ->type_name("N");
       command
          .add_option("--trace", trace_,
@@ -213,7 +279,8 @@ class Parser {
       command
          .add_option("--toggle-file", options_.toggleFile,
                      "read the feature toggles from this JSON file")
-         ->type_name("FILE");
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkFile, ""));
       command.add_flag("--unchecked", unchecked_,
                        "let through every value that the C++ types can hold");
       command.add_flag("--verify", verify_,
@@ -222,9 +289,14 @@ class Parser {
 
    // What the options say together.
    void finish() {
-      if (options_.machine != Machine::reactor) {
-         notInThisBuild(options_.machine == Machine::both ? "--sm both"
-                                                          : "--sm dataflow");
+      if (machine_ != "reactor") {
+         notInThisBuild("--sm " + machine_);
+      }
+      options_.af = Lidra::addressFamilyFromText(family_);
+      options_.seed = numberOf(seed_);
+      if (options_.state == "-" && options_.events == "-") {
+         throw CLI::ValidationError(
+            "--state", refusal("-", "a file, as EVENTS is standard input"));
       }
       if (watch_) {
          notInThisBuild("--watch");
@@ -242,15 +314,14 @@ class Parser {
       status_ = 0;
       if (helpTopic_.empty()) {
          // App::help() would be that of the command that runs, which is this one.
-         std::cout << app_.get_formatter()->make_help(&app_, "",
+         std::cout << app_.get_formatter()->make_help(&app_, "mcastvpn-agent",
                                                       CLI::AppFormatMode::Normal);
          return;
       }
       auto const commands = app_.get_subcommands(
          [this](CLI::App const* each) { return each->get_name() == helpTopic_; });
       if (commands.empty()) {
-         throw CLI::ValidationError(
-            "help", "\"" + helpTopic_ + "\" stands here; allowed is run or replay");
+         throw CLI::ValidationError("help", refusal(helpTopic_, "run or replay"));
       }
       std::cout << commands.front()->help("mcastvpn-agent");
    }
@@ -259,9 +330,12 @@ class Parser {
    Options options_;
    std::optional<int> status_;
    std::string helpTopic_;
+   std::string machine_ = "reactor";
+   std::string family_ = "ipv4";
    std::string mode_;
+   std::string seed_;
    std::string trace_;
-   uint32_t sliceItems_ = 0;
+   std::string sliceItems_;
    bool watch_ = false;
    bool manual_ = false;
    bool verify_ = false;

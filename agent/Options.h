@@ -11,8 +11,6 @@
 
 namespace Agent {
 
-enum class Machine { reactor, dataflow, both };
-
 // What the command line says.
 struct Options {
    enum class Command { none, run, replay };
@@ -21,7 +19,6 @@ struct Options {
    std::string state;  // the state document; empty for none
    std::string events; // of replay; "-" is standard input
 
-   Machine machine = Machine::reactor;
    Lidra::AddressFamily af = Lidra::AddressFamily::ipv4;
    std::optional<uint32_t> seed;
    Pelk::TraceLevels trace;

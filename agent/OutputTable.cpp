@@ -1,13 +1,16 @@
 #include "agent/OutputTable.h"
 
+#include "agent/BadInput.h"
 #include "agent/Table.h"
+#include "pelk/Printable.h"
 
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
 #include <algorithm>
 #include <map>
-#include <sstream>
+#include <string>
+#include <tuple>
 #include <vector>
 
 template <>
@@ -24,11 +27,22 @@ constexpr char const* kNone = "-";
 
 // What is known of one SBD VLAN, or of an interface that belongs to none.
 struct Row {
-   std::vector<std::string> vrfs; // mapped to the VLAN; transit VRFs first, with a "*"
-   bool hasTransitVrf = false;
+   struct Vrf {
+      bool isTransit;
+      std::string name;
+   };
+   std::vector<Vrf> vrfs; // mapped to the VLAN; transit VRFs first
    Pelk::Ptr<Irb::Multicast::Evpn::TransitIntf> intf;
    bool hasJoin = false;
 };
+
+// A name as it stands, or in quotes where it could be misread.
+std::string nameForPeople(std::string const& name) {
+   bool const isPlain = !name.empty() && Pelk::printable(name) == name &&
+                        name.find_first_of("*,\"") == std::string::npos &&
+                        name.front() != ' ' && name.back() != ' ';
+   return isPlain ? name : quote(name);
+}
 
 class Report {
  public:
@@ -66,21 +80,30 @@ class Report {
       }
       for (auto const& intf : strangers_) {
          table.row(Table::Style::plain,
-                   {kNone, intf->intfId().stringValue(), intf->ipAddr().stringValue(),
-                    kNone, kNone, "no VLAN interface: another writer's"});
+                   {kNone, nameForPeople(intf->intfId().stringValue()),
+                    intf->ipAddr().stringValue(), kNone, kNone,
+                    "no VLAN interface: another writer's"});
       }
       return table;
    }
 
    std::string summary() const {
-      auto const count = [this](auto&& has) {
-         return std::count_if(rows_.begin(), rows_.end(),
-                              [&](auto const& row) { return has(row.second); });
-      };
+      if (rows_.empty() && strangers_.empty()) {
+         return "  No VRF is mapped to an SBD VLAN.\n";
+      }
+      size_t mapped = 0;
+      size_t withIntf = 0;
+      size_t withJoin = 0;
+      for (auto const& [vlan, row] : rows_) {
+         if (!row.vrfs.empty()) {
+            ++mapped;
+            withIntf += row.intf ? 1 : 0;
+            withJoin += row.hasJoin ? 1 : 0;
+         }
+      }
       return fmt::format(
-         "\n  {} of {} SBD VLANs have a transit interface, {} a join.\n",
-         count([](Row const& row) { return bool(row.intf); }), rows_.size(),
-         count([](Row const& row) { return row.hasJoin; }));
+         "\n  {} of {} SBD VLANs have a transit interface, {} a join.\n", withIntf,
+         mapped, withJoin);
    }
 
  private:
@@ -93,14 +116,12 @@ class Report {
             continue;
          }
          auto& row = rows_[entry.value().value()];
-         bool const isTransit = state_.mcastEvpnConfig->transitVrfHas(entry.key());
-         row.hasTransitVrf |= isTransit;
-         row.vrfs.push_back(std::string(entry.key().view()) + (isTransit ? "*" : ""));
+         row.vrfs.push_back({state_.mcastEvpnConfig->transitVrfHas(entry.key()),
+                             std::string(entry.key().view())});
       }
       for (auto& [vlan, row] : rows_) {
-         std::sort(row.vrfs.begin(), row.vrfs.end(), [](auto const& a, auto const& b) {
-            return std::make_pair(!a.ends_with('*'), a) <
-                   std::make_pair(!b.ends_with('*'), b);
+         std::ranges::sort(row.vrfs, [](auto const& a, auto const& b) {
+            return std::tie(b.isTransit, a.name) < std::tie(a.isTransit, b.name);
          });
       }
    }
@@ -161,27 +182,34 @@ class Report {
    }
 
    static std::string vrfsOf(Row const& row) {
-      if (row.vrfs.empty()) {
-         return kNone;
-      }
       std::string text;
       size_t const shown = std::min(row.vrfs.size(), kVrfsShown);
       for (size_t i = 0; i < shown; ++i) {
-         text += (i == 0 ? "" : ", ") + row.vrfs[i];
+         auto const& vrf = row.vrfs[i];
+         text += (i == 0 ? "" : ", ") + nameForPeople(vrf.name);
+         text += vrf.isTransit ? "*" : "";
       }
-      auto const hidden = row.vrfs.size() - shown;
-      return hidden == 0 ? text : fmt::format("{}, {} more", text, hidden);
+      if (row.vrfs.size() > shown) {
+         text += fmt::format(", {} more", row.vrfs.size() - shown);
+      }
+      return text.empty() ? kNone : text;
    }
 
+   // Why the row is not what one would expect of an SBD VLAN.
    std::string reason(Row const& row) const {
-      if (row.intf) {
-         return row.vrfs.empty() ? "no VRF maps here: left by an earlier run" : "";
-      }
       if (options_.af != Lidra::AddressFamily::ipv4) {
-         return "TransitSm works for ipv4 only";
+         return row.intf || row.hasJoin
+                   ? "left by others: TransitSm writes for ipv4 only"
+                   : "TransitSm works for ipv4 only";
       }
-      if (!row.hasTransitVrf) {
-         return row.vrfs.empty() ? "no VRF maps here" : "no transit VRF";
+      if (row.vrfs.empty()) {
+         return "no VRF maps here: left by others";
+      }
+      if (row.intf) {
+         return "";
+      }
+      if (!row.vrfs.front().isTransit) {
+         return "no transit VRF";
       }
       return state_.mlagStatus->mlagState() == Mlag::MlagState::withheld
                 ? "withheld by the MLAG state"

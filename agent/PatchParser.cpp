@@ -40,8 +40,10 @@ class Preview {
       return copy_ ? copy_->contains(place.pointer.parent_pointer())
                    : static_cast<bool>(entityAt(place));
    }
+   // Requires that something stands there.
    json value(Place const& place) const {
-      return copy_ ? copy_->at(place.pointer) : *valueAt(*state_, place);
+      return copy_ ? copy_->at(place.pointer)
+                   : valueAt(*state_, place).value_or(json());
    }
 
    void write(Place const& place, json const& value) {
@@ -160,7 +162,8 @@ class Parser {
 
    void require(Place const& place) const {
       if (!preview_.has(place)) {
-         throw BadInput(place.pointer, "nothing", "a place where something stands");
+         throw BadInput(place.pointer, "nothing",
+                        "what is there to be replaced, removed or taken");
       }
    }
 
@@ -259,7 +262,11 @@ std::vector<Operation> parsePatch(State const& state, json const& patch,
       return parser.take();
    }
    for (size_t i = 0; i < patch.size(); ++i) {
-      parser.parse(patch[i], Pointer() / i);
+      try {
+         parser.parse(patch[i], Pointer());
+      } catch (BadInput const& error) {
+         throw BadInput(error, "operation " + std::to_string(i + 1));
+      }
    }
    return parser.take();
 }

@@ -2,6 +2,7 @@
 
 #include "agent/Terminal.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -18,7 +19,7 @@ constexpr size_t kWidth = 30;
 } // namespace
 
 Progress::Progress(std::string what, size_t total)
-   : what_(std::move(what)), total_(total), isShown_(mayDecorate(stderr)),
+   : what_(std::move(what)), total_(total), isShown_(total != 0 && mayDecorate(stderr)),
      next_(Clock::now() + kPatience) {}
 
 Progress::~Progress() {
@@ -27,18 +28,18 @@ Progress::~Progress() {
    }
 }
 
-void Progress::advance() {
-   ++done_;
+void Progress::advance(size_t amount) {
+   done_ += amount;
    auto const now = Clock::now();
    if (now < next_) {
       return;
    }
    next_ = now + kInterval;
    isDrawn_ = true;
-   auto const filled = total_ == 0 ? kWidth : kWidth * done_ / total_;
+   auto const filled = std::min(kWidth, kWidth * done_ / total_);
    auto const bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
-   std::fprintf(stderr, "\r%s [%s] %zu of %zu", what_.c_str(), bar.c_str(), done_,
-                total_);
+   std::fprintf(stderr, "\r%s [%s] %zu %%", what_.c_str(), bar.c_str(),
+                100 * done_ / total_);
    std::fflush(stderr);
 }
 

@@ -10,21 +10,21 @@ namespace Agent {
 // a terminal only, and not when NO_COLOR is set; gone when the work is done.
 class Progress {
  public:
-   // what: the work, as in "replaying". total: its steps.
+   // what: the work, as in "replaying". total: its amount; 0 if it is not known.
    Progress(std::string what, size_t total);
    Progress(Progress const&) = delete;
    Progress& operator=(Progress const&) = delete;
    ~Progress();
 
-   // One more step is done.
-   void step() {
+   // That much more is done.
+   void step(size_t amount) {
       if (isShown_) {
-         advance();
+         advance(amount);
       }
    }
 
  private:
-   void advance();
+   void advance(size_t amount);
 
    std::string what_;
    size_t total_;

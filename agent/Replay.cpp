@@ -9,9 +9,9 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <iostream>
+#include <sstream>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace Agent {
 
@@ -24,30 +24,46 @@ using Pointer = json::json_pointer;
 constexpr char const* kHostLines = "one of drain, slice, stop, start, restart, flag";
 
 struct Line {
-   size_t number;
-   std::string_view text;
+   size_t number; // in the file, from 1
+   std::string text;
 };
 
-// The lines that hold something, with their numbers in the file, from 1.
-std::vector<Line> linesOf(std::string_view text) {
-   std::vector<Line> lines;
-   size_t number = 1;
-   for (size_t from = 0; from < text.size(); ++number) {
-      auto const end = std::min(text.find('\n', from), text.size());
-      auto const line = text.substr(from, end - from);
-      auto const first = line.find_first_not_of(" \t\r");
-      if (first != std::string_view::npos && line[first] != '#') {
-         lines.push_back({number, line});
+// The lines of the event file that hold something, one at a time, so that a program can
+// write a line and wait for what it does.
+class EventLines {
+ public:
+   explicit EventLines(std::string const& file)
+      : text_(file == "-" ? "" : readFile(file)), content_(text_),
+        in_(file == "-" ? std::cin : content_) {}
+
+   // How much there is to read, in bytes; 0 if that is not known.
+   size_t size() const noexcept { return text_.size(); }
+
+   // The next line, which stays the next one; null at the end.
+   Line const* peek() {
+      while (!next_ && std::getline(in_, current_.text)) {
+         ++current_.number;
+         auto const first = current_.text.find_first_not_of(" \t\r");
+         if (first != std::string::npos && current_.text[first] != '#') {
+            next_ = &current_;
+         }
       }
-      from = end + 1;
+      return next_;
    }
-   return lines;
-}
+   void drop() { next_ = nullptr; }
+
+ private:
+   std::string text_;
+   std::istringstream content_;
+   std::istream& in_;
+   Line current_{0, {}};
+   Line const* next_ = nullptr;
+};
 
 class Player {
  public:
-   Player(Options const& options, std::vector<Line> const& lines)
-      : options_(options), lines_(lines), host_(options) {}
+   explicit Player(Options const& options)
+      : options_(options), lines_(options.events), host_(options) {}
 
    int play() {
       host_.loadState();
@@ -60,9 +76,13 @@ class Player {
          host_.start();
          slices_ += host_.drain();
       }
-      for (auto const& line : lines_) {
-         progress.step();
-         play(line);
+      for (bool isFirst = true; auto const* line = lines_.peek(); isFirst = false) {
+         play(*line, isFirst);
+         progress.step(line->text.size() + 1);
+         lines_.drop();
+         if (options_.events == "-") {
+            std::fflush(stdout);
+         }
       }
       host_.stop();
       records.write(
@@ -71,19 +91,19 @@ class Player {
    }
 
  private:
-   bool beginsStopped() const {
-      return !lines_.empty() && parsed(lines_.front()) == json{{"host", "stop"}};
+   bool beginsStopped() {
+      auto const* const first = lines_.peek();
+      return first != nullptr && parsed(*first) == json{{"host", "stop"}};
    }
 
    json parsed(Line const& line) const {
       return parseJson(line.text, options_.events, line.number);
    }
 
-   void play(Line const& line) {
+   void play(Line const& line, bool isFirst) {
       auto const event = parsed(line);
       try {
          if (event.is_object() && event.contains("host")) {
-            bool const isFirst = line.number == lines_.front().number;
             auto const hostLine = checkedHostLine(event, isFirst);
             records_->write({{"line", line.number}});
             playHost(hostLine, event);
@@ -104,6 +124,13 @@ class Player {
       auto const& given = event.at("host");
       Pointer const at = Pointer() / "host";
       auto const name = given.is_string() ? given.get<std::string>() : std::string();
+      for (auto const& [member, value] : event.items()) {
+         if (member != "host" && !(name == "slice" && member == "count") &&
+             !(name == "flag" && (member == "want" || member == "value"))) {
+            throw BadInput(Pointer() / member, "the unknown member " + quote(member),
+                           "what the host line needs and no more");
+         }
+      }
       if (name == "flag") {
          throw BadInput(at, "a flag",
                         "a flag of the dataflow machine, which does not run here");
@@ -113,7 +140,7 @@ class Player {
          if (count == event.end() || !count->is_number_unsigned()) {
             throw BadInput(Pointer() / "count",
                            count == event.end() ? "nothing" : excerpt(*count),
-                           "a number of slices");
+                           "a whole number of slices");
          }
       } else if (name == "start" && host_.isRunning()) {
          throw BadInput(at, "a start while a machine runs", "a start after a stop");
@@ -152,7 +179,7 @@ class Player {
    }
 
    Options const& options_;
-   std::vector<Line> const& lines_;
+   EventLines lines_;
    Host host_;
    Records* records_ = nullptr;
    uint64_t slices_ = 0;
@@ -163,9 +190,7 @@ class Player {
 } // namespace
 
 int replay(Options const& options) {
-   auto const text = readFile(options.events);
-   auto const lines = linesOf(text);
-   return Player(options, lines).play();
+   return Player(options).play();
 }
 
 } // namespace Agent

@@ -35,6 +35,9 @@ void Table::row(Style style, std::vector<std::string> cells) {
 }
 
 std::string Table::text(bool colour) const {
+   if (rows_.empty()) {
+      return {};
+   }
    std::vector<size_t> widths(columns_.size(), 0);
    for (auto const& each : rows_) {
       for (size_t i = 0; i < columns_.size(); ++i) {

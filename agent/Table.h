@@ -22,7 +22,7 @@ class Table {
    void row(Style style, std::vector<std::string> cells);
 
    // Every line ends in a line end, and none in a blank. A column without any content
-   // below its title is left out.
+   // below its title is left out, a table without rows is empty.
    std::string text(bool colour) const;
 
  private:

@@ -6,6 +6,7 @@
 #include "pelk/Assert.h"
 #include "zin/EntityOps.h"
 
+#include <source_location>
 #include <utility>
 
 namespace Irb::Multicast::Evpn {
@@ -19,9 +20,10 @@ Lidra::IntfId vxlanIntf() {
 }
 
 template <typename T>
-void required(Pelk::Ptr<T> const& argument, char const* accessor) {
+void required(Pelk::Ptr<T> const& argument, char const* accessor,
+              std::source_location const& place = std::source_location::current()) {
    Pelk::Impl::vfmassert(
-      static_cast<bool>(argument), TransitTrace::kFile, __LINE__, "handleInitialized",
+      static_cast<bool>(argument), TransitTrace::kFile, place.line(), "TransitSm",
       "%s && \"Pointer SM args cannot be null unless they are marked Optional\"",
       accessor);
 }
@@ -84,7 +86,7 @@ Pelk::Ptr<TransitSm> transitSmFactory(
 
 void TransitSm::vtiStatusDirIs(
    Pelk::Ptr<Vxlan::VtiStatusDir const> const& vtiStatusDir) {
-   if (vtiStatusDir == vtiStatusDir_) {
+   if (vtiStatusDir == vtiStatusDir_ || isBeingDeleted()) {
       return;
    }
    Guard const guard(*this);

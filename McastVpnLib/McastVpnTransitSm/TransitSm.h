@@ -214,6 +214,7 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    SbdVlanToVrfMap sbdVlanToVrf_;
 
    uint32_t guards_ = 0;     // uses that running dispatchers hold
+   uint32_t mappings_ = 0;   // running calls of handleVrfToSBDVlan
    uint32_t dispatches_ = 0; // begun so far: tells a handler that it was overtaken
    std::unique_ptr<Reactors> reactors_;
 };

@@ -3,8 +3,25 @@
 
 namespace Irb::Multicast::Evpn {
 
+namespace {
+
+// Counts a call while it runs.
+class Running {
+ public:
+   explicit Running(uint32_t& calls) noexcept : calls_(calls) { ++calls_; }
+   Running(Running const&) = delete;
+   Running& operator=(Running const&) = delete;
+   ~Running() { --calls_; }
+
+ private:
+   uint32_t& calls_;
+};
+
+} // namespace
+
 void TransitSm::handleVrfToSBDVlan(L3::VrfName const& vrf) {
    TRANSIT_TRACE(8, "handleVrfToSBDVlan( %s ), vrf: %s", af_, vrf);
+   Running const running(mappings_);
    auto const mappedVlan = [this](L3::VrfName const& name) {
       auto const status = vxlanStatus();
       return status ? status->vrfToSBDVlan(name) : Bridging::VlanIdOrNone();
@@ -12,10 +29,10 @@ void TransitSm::handleVrfToSBDVlan(L3::VrfName const& vrf) {
    auto newVlan = mappedVlan(vrf);
    auto const oldVlan = vrfToSbdVlan(vrf);
    if (!oldVlan.isNone()) {
-      // A dispatcher further out may have met the VRF while it was mapped elsewhere,
+      // A call further out may have met the VRF while it was mapped elsewhere,
       // and pruned it, before who was notified mapped it back.
       auto const wasPruned = [&] {
-         if (guards_ <= 1) {
+         if (mappings_ == 1) {
             return false;
          }
          auto const recorded = sbdVlanToVrf(oldVlan.value());

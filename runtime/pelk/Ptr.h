@@ -41,16 +41,10 @@ class Ptr {
    Ptr(Ptr<U>&& other) noexcept : object_(other.release()) {}
    ~Ptr() { drop(); }
 
-   Ptr& operator=(Ptr const& other) noexcept {
-      Ptr(other).swap(*this);
-      return *this;
-   }
-   Ptr& operator=(Ptr&& other) noexcept {
-      Ptr(std::move(other)).swap(*this);
-      return *this;
-   }
-   Ptr& operator=(std::nullptr_t) noexcept {
-      Ptr().swap(*this);
+   // Of a copy or of what is moved here; the old object goes last, so that this handle
+   // is whole while its destructor runs.
+   Ptr& operator=(Ptr other) noexcept {
+      swap(other);
       return *this;
    }
 

@@ -1,5 +1,7 @@
 #include "pelk/TraceSinks.h"
 
+#include "pelk/Printable.h"
+
 #include <cerrno>
 #include <new>
 #include <system_error>
@@ -17,7 +19,7 @@ std::string StreamTraceSink::lineOf(TraceRecord const& record) {
    line.append(record.name).append(" ").append(std::to_string(record.level));
    line.append(" ").append(record.file).append(":");
    line.append(std::to_string(record.line)).append(" ");
-   return line.append(record.function).append(": ").append(record.text);
+   return line.append(record.function).append(": ").append(printable(record.text));
 }
 
 void StreamTraceSink::trace(TraceRecord const& record) {

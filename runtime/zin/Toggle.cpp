@@ -45,7 +45,7 @@ nlohmann::json parse(std::filesystem::path const& path, std::string const& text)
    };
    try {
       return nlohmann::json::parse(text, refuseTwice);
-   } catch (nlohmann::json::parse_error const& error) {
+   } catch (nlohmann::json::exception const& error) {
       // The text begins with the library's own error code, in brackets.
       std::string_view const what = error.what();
       refuse(path, std::string(what.substr(what.find(']') + 2)) + "; " + kAllowed);

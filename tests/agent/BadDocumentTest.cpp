@@ -144,6 +144,17 @@ INSTANTIATE_TEST_SUITE_P(
                   "{ \"any\": {} } } } } }",
                   2, "/membershipJoinStatus/vlan/10/group/any", "\"any\"",
                   "an IPv4 or IPv6 address"},
+      BadDocument{"KeyTwiceInTwoForms",
+                  "{ \"membershipJoinStatus\": { \"vlan\": { \"10\": { \"group\": {\n"
+                  "\"::1\": {},\n\"0:0::1\": {} } } } } }",
+                  2, "/membershipJoinStatus/vlan/10/group/::1",
+                  "the key \"::1\" for the second time", "one of each"},
+      BadDocument{"NumberOfTooManyDigits",
+                  "{ \"mlagStatus\":\n{ \"mlagState\": 1e400 } }", 2, "not JSON",
+                  "number overflow", "1e400"},
+      BadDocument{"ControlCharactersInAKey", "{ \"\\u001b[31m\": {} }", 1,
+                  "/\\u001b[31m: ", "the unknown member \"\\u001b[31m\"",
+                  "mcastEvpnConfig"},
       BadDocument{"EmptyInterfaceName",
                   "{ \"vtiStatusDir\": { \"vtiStatus\": { \"\": {} } } }", 1,
                   "/vtiStatusDir/vtiStatus/", "\"\"", "a non-empty interface name"},
@@ -204,8 +215,8 @@ TEST(Document, UncheckedVlanOutOfRangeFailsAsTheLibraryDoes) {
                                  "\"vrfToSBDVlan\": { \"red\": 5000 } } } } }");
    auto const outcome = runAgent(folder, {"run", "--unchecked", file});
    EXPECT_EQ(outcome.status, 2);
-   EXPECT_EQ(outcome.err,
-             "mcastvpn-agent: Bridging::VlanId::value < 1 or > 4094 not allowed\n");
+   EXPECT_EQ(outcome.err, "mcastvpn-agent: the machine cannot be constructed: "
+                          "Bridging::VlanId::value < 1 or > 4094 not allowed\n");
 }
 
 TEST(Document, UncheckedVlanOutOfRangeInANotificationEndsTheProcessWithItsMessage) {

@@ -85,30 +85,72 @@ TEST_P(RefusedUsage, EndsWithTwoAndSaysWhy) {
    auto const outcome = runAgent(folder, GetParam().args);
    EXPECT_EQ(outcome.status, 2);
    EXPECT_EQ(outcome.out, "");
-   EXPECT_THAT(outcome.err, StartsWith("mcastvpn-agent: "));
-   EXPECT_THAT(outcome.err, HasSubstr(GetParam().message));
-   EXPECT_THAT(outcome.err, HasSubstr("Try \"mcastvpn-agent --help\"."));
+   auto const& args = GetParam().args;
+   bool const isCommand = args[0] == "run" || args[0] == "replay";
+   if (isCommand) {
+      EXPECT_EQ(outcome.err, std::string("mcastvpn-agent: ") + GetParam().message +
+                                "\nTry \"mcastvpn-agent help " + args[0] + "\".\n");
+   } else {
+      EXPECT_THAT(outcome.err, StartsWith(std::string("mcastvpn-agent: ") +
+                                          GetParam().message + "\n"));
+   }
 }
 
 INSTANTIATE_TEST_SUITE_P(
    OfEveryKind, RefusedUsage,
    testing::Values(
-      BadUsage{"UnknownCommand", {"walk"}, "walk"},
-      BadUsage{"UnknownOption", {"run", "--fast", "x"}, "--fast"},
-      BadUsage{"NoState", {"run"}, "STATE"}, BadUsage{"NoEvents", {"replay"}, "EVENTS"},
-      BadUsage{"Machine", {"run", "--sm", "engine", "x"}, "engine"},
-      BadUsage{"Family", {"run", "--af", "ipv5", "x"}, "ipv5"},
-      BadUsage{"Mode", {"run", "--mode", "fast", "x"}, "fast"},
-      BadUsage{"Seed", {"run", "--seed", "twelve", "x"}, "twelve"},
-      BadUsage{"SliceItems", {"run", "--slice-items", "0", "x"}, "0"},
-      BadUsage{"Trace", {"run", "--trace", "17", "x"}, "17"},
-      BadUsage{"ToggleName",
-               {"run", "--toggle", "Transit=on", "x"},
-               "\"Transit=on\" stands here; allowed is McastVpnTransitMlag=on"},
+      BadUsage{"UnknownCommand",
+               {"walk"},
+               "\"walk\" stands here; allowed is a command: run, replay or help"},
+      BadUsage{
+         "UnknownOption",
+         {"run", "--fast", "x"},
+         "run: \"--fast\" stands here; allowed is what \"mcastvpn-agent help run\" "
+         "lists"},
+      BadUsage{
+         "SecondState",
+         {"run", "x", "y"},
+         "run: \"y\" stands here; allowed is what \"mcastvpn-agent help run\" lists"},
+      BadUsage{"NoState", {"run"}, "STATE is required"},
+      BadUsage{"NoEvents", {"replay"}, "EVENTS is required"},
+      BadUsage{
+         "EmptyState",
+         {"run", ""},
+         "STATE: \"\" stands here; allowed is the name of a file, or - for standard "
+         "input"},
+      BadUsage{
+         "StandardInputTwice",
+         {"replay", "--state", "-", "-"},
+         "--state: \"-\" stands here; allowed is a file, as EVENTS is standard input"},
+      BadUsage{
+         "Machine",
+         {"run", "--sm", "engine", "x"},
+         "--sm: \"engine\" stands here; allowed is one of reactor, dataflow, both"},
+      BadUsage{"Family",
+               {"run", "--af", "ipv5", "x"},
+               "--af: \"ipv5\" stands here; allowed is one of ipv4, ipv6"},
+      BadUsage{"Mode",
+               {"run", "--mode", "fast", "x"},
+               "--mode: \"fast\" stands here; allowed is one of sync, async"},
+      BadUsage{"Seed",
+               {"run", "--seed", "-1", "x"},
+               "--seed: \"-1\" stands here; allowed is a number from 0 to 4294967295"},
+      BadUsage{
+         "SliceItems",
+         {"run", "--slice-items", "0", "x"},
+         "--slice-items: \"0\" stands here; allowed is a number from 1 to 4294967295"},
+      BadUsage{
+         "ToggleName",
+         {"run", "--toggle", "Transit=on", "x"},
+         "--toggle: \"Transit=on\" stands here; allowed is McastVpnTransitMlag=on or "
+         "McastVpnTransitMlag=off"},
       BadUsage{"ToggleState",
                {"run", "--toggle", "McastVpnTransitMlag=maybe", "x"},
-               "McastVpnTransitMlag=maybe"},
-      BadUsage{"HelpTopic", {"help", "walk"}, "\"walk\" stands here"},
+               "--toggle: \"McastVpnTransitMlag=maybe\" stands here; allowed is "
+               "McastVpnTransitMlag=on or McastVpnTransitMlag=off"},
+      BadUsage{"HelpTopic",
+               {"help", "walk"},
+               "help: \"walk\" stands here; allowed is run or replay"},
       BadUsage{"Dataflow",
                {"run", "--sm", "dataflow", "x"},
                "--sm dataflow: not in this build"},
@@ -120,3 +162,11 @@ INSTANTIATE_TEST_SUITE_P(
       BadUsage{"Compare", {"compare", "x"}, "compare: not in this build"},
       BadUsage{"Graph", {"graph", "--format", "dot"}, "graph: not in this build"}),
    [](auto const& param) { return std::string(param.param.what); });
+
+TEST_F(Options, BadTraceLevelsAreNamedWithWhatIsAllowed) {
+   auto const outcome = runAgent(folder_, {"run", "--trace", "17", "x"});
+   EXPECT_EQ(outcome.status, 2);
+   EXPECT_THAT(outcome.err, StartsWith("mcastvpn-agent: --trace: "));
+   EXPECT_THAT(outcome.err, HasSubstr("17"));
+   EXPECT_THAT(outcome.err, HasSubstr("allowed"));
+}

@@ -155,6 +155,28 @@ TEST_F(Replay, ReadsEventsFromStandardInput) {
                           "{\"end\":{\"slices\":0,\"tests\":1,\"failed\":0}}\n");
 }
 
+TEST_F(Replay, AnswersALineOfStandardInputBeforeItReadsTheNext) {
+   // A line is written, its answer is awaited, and only then the input ends.
+   auto const outcome = runShell(
+      folder_, "mkfifo '" + folder_.file("in") + "' '" + folder_.file("answers") +
+                  "'; " + shellQuoted(AGENT_PROGRAM) + " replay - <'" +
+                  folder_.file("in") + "' >'" + folder_.file("answers") +
+                  "' & exec 3>'" + folder_.file("in") + "' 4<'" +
+                  folder_.file("answers") +
+                  "'; echo '{\"host\":\"drain\"}' >&3; read -r first <&4; "
+                  "read -r second <&4; exec 3>&-; echo \"$first $second\"; cat <&4");
+   EXPECT_EQ(outcome.out, "{\"line\":0} {\"line\":1}\n"
+                          "{\"end\":{\"slices\":0,\"tests\":0,\"failed\":0}}\n");
+}
+
+TEST_F(Replay, TakesWindowsLineEndsAMarkAtTheStartAndNoLineEndAtTheEnd) {
+   auto const outcome = play("\xef\xbb\xbf# a comment\r\n\r\n{\"host\":\"drain\"}\r\n"
+                             "{\"host\":\"drain\"}");
+   EXPECT_EQ(outcome.err, "");
+   EXPECT_EQ(outcome.out, "{\"line\":0}\n{\"line\":3}\n{\"line\":4}\n"
+                          "{\"end\":{\"slices\":0,\"tests\":0,\"failed\":0}}\n");
+}
+
 TEST_F(Replay, OfIpv6FollowsItsInputsAndWritesNothing) {
    auto const outcome = playOverRed(
       "{\"op\":\"replace\",\"path\":\"/mlagStatus/mlagState\",\"value\":3}\n",
@@ -232,14 +254,14 @@ INSTANTIATE_TEST_SUITE_P(
       BadEvent{
          "RemovalOfNothing",
          R"({"op":"remove","path":"/mcastEvpnConfig/transitVrf/blue"})",
-         "/mcastEvpnConfig/transitVrf/blue: nothing stands here; allowed is a place "
-         "where something stands"},
+         "/mcastEvpnConfig/transitVrf/blue: nothing stands here; allowed is what is "
+         "there to be replaced, removed or taken"},
       BadEvent{
          "ReplacementOfNothing",
          R"({"op":"replace","path":"/vtiStatusDir/vtiStatus/Vxlan1/vrfToSBDVlan/blue","value":9})",
          "/vtiStatusDir/vtiStatus/Vxlan1/vrfToSBDVlan/blue: nothing stands here; "
          "allowed "
-         "is a place where something stands"},
+         "is what is there to be replaced, removed or taken"},
       BadEvent{
          "AdditionToNothing",
          R"({"op":"add","path":"/vtiStatusDir/vtiStatus/Vxlan2/localVtepAddr","value":"10.0.0.9"})",
@@ -280,7 +302,8 @@ INSTANTIATE_TEST_SUITE_P(
       BadEvent{
          "SecondOfAnArray",
          R"([{"op":"remove","path":"/mcastEvpnConfig/transitVrf/red"},{"op":"remove","path":"/mcastEvpnConfig/transitVrf/red"}])",
-         "/mcastEvpnConfig/transitVrf/red: nothing stands here; allowed is a place "
+         "operation 2: /mcastEvpnConfig/transitVrf/red: nothing stands here; allowed "
+         "is a place "
          "where "
          "something stands"},
       BadEvent{
@@ -292,7 +315,14 @@ INSTANTIATE_TEST_SUITE_P(
          "/host: a start while a machine runs stands here; allowed is a start after "
          "a stop"},
       BadEvent{"SliceWithoutCount", R"({"host":"slice"})",
-               "/count: nothing stands here; allowed is a number of slices"},
+               "/count: nothing stands here; allowed is a whole number of slices"},
+      BadEvent{
+         "HostLineWithMore", R"({"host":"stop","op":"add"})",
+         "/op: the unknown member \"op\" stands here; allowed is what the host line "
+         "needs and no more"},
+      BadEvent{"NumberOfTooManyDigits",
+               R"({"op":"replace","path":"/mlagStatus/mlagState","value":1e400})",
+               "not JSON: number overflow parsing '1e400'"},
       BadEvent{"FlagOfTheReactor", R"({"host":"flag","want":"ready","value":true})",
                "/host: a flag stands here; allowed is a flag of the dataflow machine, "
                "which does not run here"}),
