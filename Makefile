@@ -23,8 +23,13 @@ tsan: setup ## the same under ThreadSanitizer
 	ctest --preset tsan -j $(JOBS)
 
 clang: setup-checks ## the same built with Clang
-	$(call build,clang)
+	cmake --preset clang -D MCAST_BUILD_TESTS=ON
+	cmake --build --preset clang -j $(JOBS)
 	ctest --preset clang -j $(JOBS)
+
+clang-build: setup-checks ## build the libraries and the agent with Clang
+	cmake --preset clang -D MCAST_BUILD_TESTS=OFF
+	cmake --build --preset clang -j $(JOBS)
 
 tidy: setup-checks ## look for faults with clang-tidy
 	cmake --preset clang
@@ -61,5 +66,5 @@ endef
 
 LINTED = $(CURDIR)/(runtime|McastVpnLib|agent)/.*\.cpp$$
 
-.PHONY: help demo test asan tsan clang tidy bench format format-check clean
+.PHONY: help demo test asan tsan clang clang-build tidy bench format format-check clean
 .PHONY: setup setup-checks setup-bench

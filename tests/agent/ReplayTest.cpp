@@ -303,9 +303,7 @@ INSTANTIATE_TEST_SUITE_P(
          "SecondOfAnArray",
          R"([{"op":"remove","path":"/mcastEvpnConfig/transitVrf/red"},{"op":"remove","path":"/mcastEvpnConfig/transitVrf/red"}])",
          "operation 2: /mcastEvpnConfig/transitVrf/red: nothing stands here; allowed "
-         "is a place "
-         "where "
-         "something stands"},
+         "is what is there to be replaced, removed or taken"},
       BadEvent{
          "UnknownHostLine", R"({"host":"reboot"})",
          "/host: \"reboot\" stands here; allowed is one of drain, slice, stop, start, "
