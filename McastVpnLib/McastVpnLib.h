@@ -25,7 +25,8 @@ namespace Irb::Multicast::Evpn {
 class TransitIntfColl;
 class TransitSm;
 
-// Makes an empty collection of transit interfaces (McastVpnTransitSm/TransitIntfColl.h).
+// Makes an empty collection of transit interfaces
+// (McastVpnTransitSm/TransitIntfColl.h).
 MCASTVPNLIB_EXPORT Pelk::Ptr<TransitIntfColl> transitIntfCollFactory();
 
 // Makes the transit reactor (McastVpnTransitSm/TransitSm.h), which writes its outputs

@@ -44,7 +44,7 @@ class Subscription {
  private:
    template <typename Handler, Handler handler>
    Subscription(std::integral_constant<Handler, handler>, Owner* owner) noexcept
-       : subscriber_(MemberSubscriber<Owner>::template of<handler>(owner)) {}
+      : subscriber_(MemberSubscriber<Owner>::template of<handler>(owner)) {}
 
    MemberSubscriber<Owner> subscriber_;
    Ptr<Source const> source_;
