@@ -112,13 +112,14 @@ class HashMap2018 : private Impl::HashMapBase {
    template <typename V>
       requires std::constructible_from<Value, V>
    Inserted assign(Key const& key, V&& value) {
-      Inserted const result = insert(key, std::forward<V>(value));
-      if (!result.inserted) {
-         Value fresh(std::forward<V>(value));
-         bumpVersion();
-         std::swap(result.entry->value(), fresh);
+      Entry* const present = findEntry(key);
+      if (present == nullptr) {
+         return insert(key, std::forward<V>(value));
       }
-      return result;
+      Value fresh(std::forward<V>(value));
+      bumpVersion();
+      std::swap(present->value(), fresh);
+      return {present, false};
    }
    // Takes the member out, if there is one. The key may be the member's own.
    bool erase(Key const& key) {

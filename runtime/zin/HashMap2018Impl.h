@@ -97,7 +97,7 @@ auto HashMap2018<Name, Key, Value>::insertAt(Key const& key, K&& newKey, Args&&.
    if (free != slot) {
       relocateUp(slot, free);
    }
-   Entry* const entry = ::new (entries() + slot) Entry(std::move(fresh));
+   auto* const entry = ::new (entries() + slot) Entry(std::move(fresh));
    ++size_;
    bumpVersion();
    return {entry, true};
