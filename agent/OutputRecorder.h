@@ -20,7 +20,7 @@ namespace Agent {
 // the order stands also where another subscriber changes the entity in its callback.
 class OutputRecorder {
  public:
-   using Emit = std::function<void(nlohmann::ordered_json operation)>;
+   using Emit = std::function<void(nlohmann::ordered_json const& operation)>;
 
    OutputRecorder(std::string_view name, Pelk::Ptr<Pelk::Entity> const& entity,
                   Emit emit);

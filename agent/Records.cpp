@@ -12,7 +12,7 @@ Records::Records(State const& state, std::FILE* out)
       if (member.isOutput) {
          recorders_.push_back(std::make_unique<OutputRecorder>(
             member.name, member.entity,
-            [this](ordered_json operation) { write(operation); }));
+            [this](ordered_json const& operation) { write(operation); }));
       }
    }
 }

@@ -15,7 +15,7 @@ constexpr uint32_t kMaxHomesLog2 = 28;
 constexpr uint32_t kMostSpareSlots = 24;
 // What is read and written back behind the last member, at most: a ByteMove's span and
 // one member.
-constexpr size_t kSpareBytes = 2 * 96;
+constexpr size_t kSpareBytes = size_t{2} * 96;
 
 constexpr uint32_t maxSizeOf(uint32_t homes) {
    return homes - homes / 8;
