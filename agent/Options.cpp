@@ -27,7 +27,7 @@ constexpr char const* kDescription =
    "of\n"
    "a transit VRF the routed VLAN interface, the VTEP address that multicast is "
    "sourced\n"
-   "from, and the wildcard join that makes the switch forward there.";
+   "from, and the wildcard join that makes the switch forward there.\n";
 
 constexpr char const* kExamples =
    "Examples:\n"
