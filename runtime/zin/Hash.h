@@ -43,9 +43,10 @@ constexpr uint32_t hashFold32(uint64_t a, uint64_t b) noexcept {
 class HashSeed {
  public:
    constexpr explicit HashSeed(uint32_t seed) noexcept
-      : s0_(expand(seed + 0x9e3779b97f4a7c15u)),
-        s1_(expand(seed + 2 * 0x9e3779b97f4a7c15u)), seed_(seed) {}
+      : s0_(expand(seed + 0x9e3779b97f4a7c15u) | 1),
+        s1_(expand(seed + 2 * 0x9e3779b97f4a7c15u) | 1), seed_(seed) {}
 
+   // Both are odd, as factors of a product that loses nothing.
    constexpr uint64_t s0() const noexcept { return s0_; }
    constexpr uint64_t s1() const noexcept { return s1_; }
    // The 32 bits that it was made of.
@@ -64,11 +65,16 @@ class HashSeed {
    uint32_t seed_;
 };
 
-// Hashes an integer of the given length in bytes (1 to 8). Two products: after a single
-// one, ascending numbers make steps that some seeds gather in few homes.
+// Hashes an integer of the given length in bytes (1 to 8): the hash is the upper half.
+// Two products: after a single one, ascending numbers make steps that some seeds gather
+// in few places.
+constexpr uint64_t hashIntegerWide(HashSeed const& seed, uint64_t value,
+                                   size_t length) noexcept {
+   return hashFold64(value + seed.s0(), seed.s1() + 2 * length) * seed.s0();
+}
 constexpr uint32_t hashInteger(HashSeed const& seed, uint64_t value,
                                size_t length) noexcept {
-   return hashFold32(hashFold64(value ^ seed.s0(), seed.s1() + length), seed.s0());
+   return static_cast<uint32_t>(hashIntegerWide(seed, value, length) >> 32);
 }
 
 namespace Impl {

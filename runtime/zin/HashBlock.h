@@ -2,10 +2,9 @@
 
 #include "pelk/Export.h"
 #include "zin/Hash.h"
-#include "zin/HashWindow.h"
+#include "zin/HashGroup.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -13,41 +12,52 @@
 // The storage of a HashMap2018, without the types of its members. Event thread only.
 namespace Zin::Impl {
 
-// How large a table is: its homes are a power of two, and behind them stand slots for
-// the runs that reach beyond the last home.
+// How large a table is: a power of two of home groups, and behind them groups in which
+// full ones go on.
 struct PELK_EXPORT HashShape {
    uint32_t homesLog2;
-   uint32_t slots;
+   uint32_t groupSlots; // fewer than kGroupSlots in a table of one small group
+   uint32_t spareGroups;
    uint32_t maxSize;
 
-   // The shapes of a growing table, in order. Raises std::length_error at the end.
+   // The shapes of a growing table, in order, with spare groups for the chains that are
+   // known to be needed. Raises std::length_error at the end.
    static HashShape smallest() noexcept;
-   HashShape larger(uint32_t overflow) const;
-   // As large, with more slots behind the homes.
-   HashShape wider() const;
+   HashShape larger(uint32_t chained) const;
+   // As large, with more spare groups.
+   HashShape wider(uint32_t chained) const;
+
    uint32_t homes() const noexcept { return uint32_t{1} << homesLog2; }
+   uint32_t groups() const noexcept { return homes() + spareGroups; }
+   size_t slots() const noexcept {
+      return size_t{groups() - 1} * kGroupSlots + groupSlots;
+   }
 };
 
-// One allocation: this header, then a hash for each slot, a bitmap of the slots that
-// hold a member, and the members.
+// One allocation: this header, the tags of all groups, the groups, a bitmap of the
+// homes whose chain holds a member, and the members, in the groups' slots.
 //
-// The top bits of a hash choose its home, and a member stands in its home or behind it,
-// so that the hashes of all slots in use ascend over the whole table, and no slot
-// between a member and its home is empty. A slot whose bit is clear but whose hash is
-// not kEmptySlot is a remnant: of a member removed from the midst of a long run, where
-// closing the gap would cost too much. It keeps the order and holds no member.
+// The top bits of a hash choose its home, so that the homes stand in the order of their
+// members' hashes; within a group, and from group to group of a chain, the order is
+// kept as well. Members move only when a group is split, and when the table grows.
 class PELK_EXPORT HashBlock {
  public:
-   static constexpr uint32_t kNoSlot = std::numeric_limits<uint32_t>::max();
+   static constexpr size_t kNoSlot = std::numeric_limits<size_t>::max();
+
+   // Where a hash belongs.
+   struct Address {
+      size_t home;
+      SlotTag tag;
+   };
 
    // A table of no slots at all, which the empty maps share.
    static HashBlock* none() noexcept;
 
-   // Memory for entries of the given size, with all slots empty; std::bad_alloc.
+   // Memory for entries of the given size, with all slots free; std::bad_alloc.
    static HashBlock* allocate(HashSeed const& seed, HashShape const& shape,
                               size_t entrySize);
    static void deallocate(HashBlock* block) noexcept {
-      if (block->slots() != 0) {
+      if (block != none()) {
          ::operator delete(block);
       }
    }
@@ -56,167 +66,136 @@ class PELK_EXPORT HashBlock {
 
    HashSeed const& seed() const noexcept { return seed_; }
    HashShape const& shape() const noexcept { return shape_; }
-   uint32_t slots() const noexcept { return shape_.slots; }
-   uint32_t homeOf(SlotHash hash) const noexcept {
-      return static_cast<uint32_t>(uint64_t{fromSlotHash(hash)} >> shift_);
+   // Of a hash in the upper half.
+   Address addressOf(uint64_t hash) const noexcept {
+      uint64_t const bits = hash >> addressShift_;
+      return {bits >> kTagBits, static_cast<SlotTag>(bits & tagMask_)};
    }
 
-   SlotHash* hashes() noexcept { return reinterpret_cast<SlotHash*>(this + 1); }
-   SlotHash const* hashes() const noexcept {
-      return reinterpret_cast<SlotHash const*>(this + 1);
+   HashTags& tags(size_t number) noexcept {
+      // In bytes: an index into an array behind this would be computed anew.
+      return *reinterpret_cast<HashTags*>(reinterpret_cast<std::byte*>(this + 1) +
+                                          number * sizeof(HashTags));
    }
-   void* entries() noexcept {
-      return reinterpret_cast<std::byte*>(this) + entriesOffset_;
+   HashTags const& tags(size_t number) const noexcept {
+      return const_cast<HashBlock*>(this)->tags(number);
    }
+   HashGroup* groups() noexcept { return groups_; }
+   HashGroup const* groups() const noexcept { return groups_; }
+   HashGroup& group(size_t number) noexcept { return groups()[number]; }
+   HashGroup const& group(size_t number) const noexcept { return groups()[number]; }
+   void* entries() noexcept { return entries_; }
 
-   // The bitmap.
-   uint64_t* words() noexcept {
-      return reinterpret_cast<uint64_t*>(reinterpret_cast<std::byte*>(this) +
-                                         wordsOffset_);
+   // The slot of the group's member of the given rank.
+   size_t slotAt(size_t group, uint32_t rank) const noexcept {
+      return group * kGroupSlots + groups()[group].order.slotAt(rank);
    }
-   uint64_t const* words() const noexcept {
-      return const_cast<HashBlock*>(this)->words();
+   // The lowest member's slot, or kNoSlot; and that of the next one.
+   size_t firstSlot() const noexcept {
+      size_t const home = firstHome();
+      return home == kNoSlot ? kNoSlot : slotAt(home, 0);
    }
-   uint32_t wordCount() const noexcept { return (slots() + 63) / 64; }
-   bool holds(uint32_t slot) const noexcept {
-      return (words()[slot / 64] >> (slot % 64) & 1) != 0;
+   size_t nextSlot(size_t slot) const noexcept {
+      size_t const group = slot / kGroupSlots;
+      uint32_t const rank = groups()[group].order.rankOf(slot % kGroupSlots) + 1;
+      return rank < groups()[group].count ? slotAt(group, rank) : slotBehind(group);
    }
-   // A word before which no bit is set.
-   uint32_t firstWord() const noexcept { return firstWord_; }
+   // The lowest member's slot behind a group.
+   size_t slotBehind(size_t group) const noexcept {
+      size_t const next = groupBehind(group);
+      return next == kNoSlot ? kNoSlot : slotAt(next, 0);
+   }
+   // The group with the next members, or kNoSlot.
+   size_t groupBehind(size_t group) const noexcept {
+      HashGroup const& last = groups()[group];
+      return last.goesOn() ? last.nextGroup() : nextHome(last.next + 1);
+   }
+   // The first home at or after the given one whose chain holds a member, or kNoSlot.
+   size_t nextHome(size_t home) const noexcept;
+   size_t firstHome() const noexcept { return nextHome(firstWord_ * 64); }
 
-   // The first slot at or after the given one that holds a member, or kNoSlot.
-   uint32_t nextHeld(uint32_t slot) const noexcept;
-   // The first slot at or after the given one that holds no member, or one not below
-   // slots().
-   uint32_t nextFree(uint32_t slot) const noexcept {
-      if (uint64_t const bits = ~words()[slot / 64] >> (slot % 64); bits != 0) {
-         return slot + static_cast<uint32_t>(std::countr_zero(bits));
+   // A free slot of the group, which there must be.
+   size_t freeSlot(size_t number) const noexcept {
+      return number * kGroupSlots + groups()[number].freeSlot();
+   }
+   // Gives a free slot to a member of the given rank in its group.
+   void take(size_t slot, uint32_t rank, SlotTag tag) noexcept {
+      size_t const number = slot / kGroupSlots;
+      auto const inGroup = static_cast<uint32_t>(slot % kGroupSlots);
+      HashGroup& group = groups()[number];
+      if (group.count == 0) [[unlikely]] {
+         setHeld(homeOf(number));
       }
-      return nextFreeFar(slot / 64 + 1);
+      group.take(inGroup, rank);
+      tags(number).slots[inGroup] = tag;
    }
-   uint32_t nextFreeFar(uint32_t word) const noexcept;
-   // How many members stand before the slot; and the slot of the member before which
-   // that many stand.
-   uint32_t rankOf(uint32_t slot) const noexcept;
-   uint32_t slotAt(uint32_t rank) const noexcept;
+   // True if the slot's group is empty now: then unlink() must follow.
+   bool release(size_t slot) noexcept {
+      HashGroup& group = groups()[slot / kGroupSlots];
+      group.release(slot % kGroupSlots);
+      tags(slot / kGroupSlots).slots[slot % kGroupSlots] = kFreeTag;
+      return group.count == 0;
+   }
+   // Takes an empty group out of its chain. The result is kNoSlot, or the group whose
+   // members have to move to the empty one, each to the slot of the same number in it;
+   // that is known of them already.
+   size_t unlink(size_t number) noexcept;
 
-   // The first slot from the hash's home on whose hash is not below it, if it is in the
-   // home's window; else the slot behind the window, whose hash may be below.
-   uint32_t lowerSlotNear(SlotHash hash) const noexcept {
-      uint32_t const home = homeOf(hash);
-      return home + HashWindow::below(hashes() + home, hash).leading();
-   }
-   // The same, from a slot before which all from the home on are below: a search that
-   // takes logarithmic time in a long run. `probes` is raised by the steps taken.
-   uint32_t lowerSlot(SlotHash hash, uint32_t from, uint32_t& probes) const noexcept;
+   // Fills an empty table with members in ascending order: returns the slot of the next
+   // one. `tail` is the group of the one before, 0 at first.
+   size_t append(size_t& tail, uint64_t hash) noexcept;
 
-   // Has one home only, and no room to read and write behind its members.
-   bool isSmall() const noexcept { return shift_ == 32; }
-
-   // Fills an empty table, in ascending order.
-   void append(uint32_t slot, SlotHash hash) noexcept {
-      hashes()[slot] = hash;
-      words()[slot / 64] |= uint64_t{1} << (slot % 64);
-      firstWord_ = std::min(firstWord_, slot / 64);
-   }
-   // Moves the hashes of [from, free) up by one slot, for a member of the given hash at
-   // `from`.
-   void openSlot(uint32_t from, uint32_t free, SlotHash hash) noexcept {
-      SlotHash* const start = hashes() + from;
-      remnants_ -= hashes()[free] == kEmptySlot ? 0 : 1;
-      words()[free / 64] |= uint64_t{1} << (free % 64);
-      firstWord_ = std::min(firstWord_, free / 64);
-      if (free != from) {
-         if (free - from <= kWindowSlots) [[likely]] {
-            HashWindow::moveUp(start, free - from);
-         } else {
-            std::copy_backward(start, start + (free - from), start + (free - from) + 1);
-         }
-      }
-      *start = hash;
-      newest_ = from;
-   }
-
-   // Which slot is left over when the member at `slot` goes: the members of
-   // (slot, result] move down by one. kNoSlot if a remnant shall stay.
-   uint32_t closingSlot(uint32_t slot) const noexcept {
-      SlotMask const settled =
-         HashWindow::settled(hashes() + slot + 1, slot + 1, shift_);
-      return settled && remnants_ == 0 ? slot + settled.first() : closingSlotFar(slot);
-   }
-   uint32_t closingSlotFar(uint32_t slot) const noexcept;
-   // Where a remnant of the member at `slot` may stay: behind all of its hash.
-   uint32_t remnantSlot(uint32_t slot) const noexcept;
-   void makeRemnant(uint32_t slot) noexcept {
-      hashes()[slot] |= kRemnantBit;
-      ++remnants_;
-      clearBit(slot);
-   }
-   // Moves the hashes of (slot, last] down by one and empties `last`.
-   void closeSlot(uint32_t slot, uint32_t last) noexcept {
-      SlotHash* const start = hashes() + slot;
-      if (last != slot) {
-         if (last - slot <= kWindowSlots) [[likely]] {
-            HashWindow::moveDown(start, last - slot);
-         } else {
-            std::copy(start + 1, start + 1 + (last - slot), start);
-         }
-      }
-      start[last - slot] = kEmptySlot;
-      clearBit(last);
-      if (remnants_ != 0) [[unlikely]] {
-         dropRemnants(last);
-      }
-   }
-
-   // Accounts for a member's insertion that moved others. True if so much was moved
-   // that a larger table, in which runs are shorter, pays.
-   bool movedTooMuch(uint32_t moved, uint32_t size) noexcept {
-      return moved > kLongestCheapMove && movedTooMuchFar(moved, size);
-   }
-   bool movedTooMuchFar(uint32_t moved, uint32_t size) noexcept;
-
-   // By how many slots the last run would reach beyond the homes of a table with
-   // twice as many.
-   uint32_t overflowWhenLarger() const noexcept;
+   bool hasSpareGroup() const noexcept { return firstSpare_ != 0; }
+   // Lets the group go on in a spare one, which there must be.
+   size_t chain(size_t number) noexcept;
+   // How many groups beyond the homes a table with as many homes, or more, would need.
+   uint32_t chainedAtMost() const noexcept;
 
  private:
    struct None;
 
    HashBlock(HashSeed const& seed, HashShape const& shape) noexcept;
    // The table of no slots.
-   constexpr HashBlock() noexcept : seed_(0), shape_{0, 0, 0} {}
+   constexpr explicit HashBlock(HashGroup* groups) noexcept
+      : seed_(0), shape_{0, 0, 0, 0}, groups_(groups) {}
 
-   // Longer moves leave a remnant behind, or speak for a larger table.
-   static constexpr uint32_t kLongestCheapMove = 64;
-
-   void clearBit(uint32_t slot) noexcept {
-      uint64_t& word = words()[slot / 64];
-      word &= ~(uint64_t{1} << (slot % 64));
-      if (word == 0 && slot / 64 == firstWord_) {
-         findFirstWord();
-      }
+   uint64_t* words() noexcept {
+      return reinterpret_cast<uint64_t*>(groups() + shape_.groups());
    }
-   void findFirstWord() noexcept;
-   void dropRemnants(uint32_t slot) noexcept;
+   uint64_t const* words() const noexcept {
+      return reinterpret_cast<uint64_t const*>(groups() + shape_.groups());
+   }
+   uint32_t wordCount() const noexcept { return (shape_.homes() + 63) / 64; }
+   void setHeld(size_t home) noexcept {
+      words()[home / 64] |= uint64_t{1} << (home % 64);
+      firstWord_ = std::min(firstWord_, static_cast<uint32_t>(home / 64));
+   }
+   void clearHeld(size_t home) noexcept;
+   size_t homeOf(size_t number) const noexcept {
+      while (groups()[number].goesOn()) {
+         number = groups()[number].nextGroup();
+      }
+      return groups()[number].next;
+   }
+   void giveBack(size_t number) noexcept;
 
    alignas(16) HashSeed seed_;
    HashShape shape_;
-   uint32_t entriesOffset_ = 0;
-   uint32_t wordsOffset_ = 0;
-   uint32_t shift_ = 32;
-   uint32_t remnants_ = 0;
-   uint32_t firstWord_ = 0;
-   uint32_t moved_ = 0;
-   uint32_t newest_ = 0; // where the last member was inserted
+   uint32_t addressShift_ = 64 - kTagBits;
+   uint32_t tagMask_ = kTagMask;
+   uint32_t firstSpare_ = 0; // they are linked by their `next`
+   uint32_t firstWord_ = 0;  // of the bitmap: none before it has a bit set
+   HashGroup* groups_ = nullptr;
+   void* entries_ = nullptr;
 
    static None none_;
 };
 
-// The table of no slots, with the window that a search reads and one bitmap word.
+// The table of no slots, with the group that a search reads and its bitmap.
 struct HashBlock::None {
    HashBlock block;
-   SlotHash hashes[kWindowSlots];
+   HashTags tags;
+   HashGroup group;
    uint64_t word = 0;
 };
 

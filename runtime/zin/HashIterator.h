@@ -2,7 +2,6 @@
 
 #include "zin/HashBlock.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -77,13 +76,13 @@ class HashIteratorBase {
    HashIteratorBase* previous_ = this;
    // Which iterator keeps the member that this one stands on, if it was removed.
    HashIteratorBase* keeper_ = nullptr;
-   uint32_t slot_ = HashBlock::kNoSlot;
+   size_t slot_ = HashBlock::kNoSlot;
+   size_t movedTo_ = 0; // while the table grows
 };
 
 } // namespace Impl
 
-// Walks a map that does not change meanwhile: its bitmap, a word at a time. Counting
-// the members saves looking for the end.
+// Walks a map that does not change meanwhile, group by group.
 template <typename E>
 class HashForwardIterator {
  public:
@@ -95,21 +94,17 @@ class HashForwardIterator {
 
    HashForwardIterator() noexcept = default;
    // For the map: at its first member.
-   HashForwardIterator(E* entries, Impl::HashBlock const& block, uint32_t size) noexcept
-      : left_(size) {
-      if (left_ != 0) {
-         base_ = entries + size_t{block.firstWord()} * 64;
-         word_ = block.words() + block.firstWord();
-         bits_ = *word_;
-      }
+   HashForwardIterator(E* entries, Impl::HashBlock const& block) noexcept
+      : entries_(entries), block_(&block) {
+      enter(block.firstHome());
    }
 
-   reference operator*() const noexcept { return base_[std::countr_zero(bits_)]; }
+   reference operator*() const noexcept { return base_[order_.first()]; }
    pointer operator->() const noexcept { return &**this; }
    HashForwardIterator& operator++() noexcept {
-      bits_ &= bits_ - 1;
-      if (--left_ != 0) {
-         findWord();
+      order_.removeFirst();
+      if (--left_ == 0) {
+         leaveGroup();
       }
       return *this;
    }
@@ -119,22 +114,29 @@ class HashForwardIterator {
       return before;
    }
    bool operator==(HashForwardIterator const& other) const noexcept {
-      return left_ == other.left_;
+      return left_ == other.left_ && base_ == other.base_;
    }
    bool operator==(std::default_sentinel_t) const noexcept { return left_ == 0; }
 
  private:
-   void findWord() noexcept {
-      while (bits_ == 0) {
-         bits_ = *++word_;
-         base_ += 64;
+   void leaveGroup() noexcept { enter(block_->groupBehind(group_)); }
+   void enter(size_t group) noexcept {
+      if (group == Impl::HashBlock::kNoSlot) {
+         base_ = nullptr;
+         return;
       }
+      group_ = group;
+      order_ = block_->group(group).order;
+      left_ = block_->group(group).count;
+      base_ = entries_ + size_t{group} * Impl::kGroupSlots;
    }
 
-   E* base_ = nullptr; // of the word's first slot
-   uint64_t const* word_ = nullptr;
-   uint64_t bits_ = 0; // of the word: those not passed yet
-   uint32_t left_ = 0;
+   E* base_ = nullptr; // of the group's first slot
+   Impl::SlotOrder order_;
+   uint32_t left_ = 0; // of the group's members: those not passed yet
+   size_t group_ = 0;
+   E* entries_ = nullptr;
+   Impl::HashBlock const* block_ = nullptr;
 };
 
 // Walks a map while the map changes: members inserted ahead are met, members removed
@@ -156,11 +158,11 @@ class HashMapIterator : private Impl::HashIteratorBase {
 
    // At the first member.
    explicit HashMapIterator(Map const& map) noexcept : HashIteratorBase(map) {
-      slot_ = map.block_->nextHeld(map.block_->firstWord() * 64);
+      slot_ = map.block_->firstSlot();
    }
    // At the bookmark, or where it would stand: at the first member not below it.
    HashMapIterator(Map const& map, Key const& bookmark) : HashIteratorBase(map) {
-      slot_ = map.lowerBound(bookmark).slot;
+      slot_ = map.slotFrom(bookmark, Map::Bound::notBelow);
    }
    ~HashMapIterator() { leave(); }
 
@@ -185,9 +187,10 @@ class HashMapIterator : private Impl::HashIteratorBase {
    // To the next member; true if there is one.
    bool next() {
       if (slot_ != Impl::HashBlock::kNoSlot) [[likely]] {
-         slot_ = map().block_->nextHeld(slot_ + 1);
+         slot_ = map().block_->nextSlot(slot_);
       } else if (keeper_ != nullptr) {
-         slot_ = map_ == nullptr ? Impl::HashBlock::kNoSlot : map().upperBound(key());
+         slot_ = map_ == nullptr ? Impl::HashBlock::kNoSlot
+                                 : map().slotFrom(key(), Map::Bound::above);
          leave();
       }
       return valid();

@@ -61,22 +61,28 @@ concept HashableKey =
       { a < b } -> std::convertible_to<bool>;
    };
 
-// The hash of one key. For integers, ids and texts it is the hash of the key's bytes.
+// The hash of one key in the upper half; what the lower half holds means nothing. For
+// integers, ids and texts it is the hash of the key's bytes.
+template <HashableKey Key>
+constexpr uint64_t hashKeyWide(HashSeed const& seed, Key const& key) {
+   if constexpr (std::is_enum_v<Key>) {
+      return hashKeyWide(seed, static_cast<std::underlying_type_t<Key>>(key));
+   } else if constexpr (std::same_as<Key, bool>) {
+      return hashIntegerWide(seed, key ? 1 : 0, sizeof key);
+   } else if constexpr (std::integral<Key>) {
+      return hashIntegerWide(seed, static_cast<std::make_unsigned_t<Key>>(key),
+                             sizeof key);
+   } else if constexpr (Impl::WrappedIntegerKey<Key>) {
+      return hashIntegerWide(seed, key.value(), sizeof key);
+   } else if constexpr (Impl::SelfHashingKey<Key>) {
+      return uint64_t{key.hash(seed)} << 32;
+   } else {
+      return uint64_t{hashBytes(seed, key.data(), key.size())} << 32;
+   }
+}
 template <HashableKey Key>
 constexpr uint32_t hashKey(HashSeed const& seed, Key const& key) {
-   if constexpr (std::is_enum_v<Key>) {
-      return hashKey(seed, static_cast<std::underlying_type_t<Key>>(key));
-   } else if constexpr (std::same_as<Key, bool>) {
-      return hashInteger(seed, key ? 1 : 0, sizeof key);
-   } else if constexpr (std::integral<Key>) {
-      return hashInteger(seed, static_cast<std::make_unsigned_t<Key>>(key), sizeof key);
-   } else if constexpr (Impl::WrappedIntegerKey<Key>) {
-      return hashInteger(seed, key.value(), sizeof key);
-   } else if constexpr (Impl::SelfHashingKey<Key>) {
-      return key.hash(seed);
-   } else {
-      return hashBytes(seed, key.data(), key.size());
-   }
+   return static_cast<uint32_t>(hashKeyWide(seed, key) >> 32);
 }
 
 // Whether an object may be moved to another place by copying its bytes, the old place

@@ -5,7 +5,7 @@
 #include "zin/HashIterator.h"
 #include "zin/HashKey.h"
 
-#include <algorithm>
+#include <compare>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -33,8 +33,8 @@ struct NoValue {
    constexpr bool operator==(NoValue const&) const noexcept = default;
 };
 
-// A keyed collection, whose members stand in one total order: by the upper 31 bits of
-// their seeded hash, then by key. The order depends on nothing else, so that neither
+// A keyed collection, whose members stand in one total order: by their seeded hash,
+// then by key. The order depends on nothing else, so that neither
 // growth nor a removal reorders it, and a key stands for a place in it (a bookmark)
 // whether or not it is a member. Walks that are interrupted and resumed at the next
 // member's key therefore lose no member and meet none twice, whatever changed in
@@ -49,7 +49,6 @@ struct NoValue {
 template <CollectionName Name, HashableKey Key, typename Value = NoValue>
 class HashMap2018 : private Impl::HashMapBase {
    using Block = Impl::HashBlock;
-   using SlotHash = Impl::SlotHash;
 
  public:
    using key_type = Key;
@@ -123,11 +122,11 @@ class HashMap2018 : private Impl::HashMapBase {
    }
    // Takes the member out, if there is one. The key may be the member's own.
    bool erase(Key const& key) {
-      Entry const* const entry = findEntry(key);
-      if (entry == nullptr) {
+      Found const found = search(key);
+      if (found.entry == nullptr) {
          return false;
       }
-      eraseAt(slotOf(entry));
+      eraseAt(found.slot);
       return true;
    }
    // Takes out the member that the iterator stands on, which it then keeps. False if it
@@ -148,8 +147,8 @@ class HashMap2018 : private Impl::HashMapBase {
    // Makes room for that many members. Not a change.
    void reserve(size_t count);
 
-   iterator begin() noexcept { return {entries(), *block_, size_}; }
-   const_iterator begin() const noexcept { return {entries(), *block_, size_}; }
+   iterator begin() noexcept { return {entries(), *block_}; }
+   const_iterator begin() const noexcept { return {entries(), *block_}; }
    std::default_sentinel_t end() const noexcept { return {}; }
 
    // At the first member, or at the first one not below the bookmark.
@@ -165,10 +164,19 @@ class HashMap2018 : private Impl::HashMapBase {
    friend GenericIterator;
 
    static constexpr uint32_t kVersionMask = (1u << 23) - 1;
+   // Up to this many members a home, chains come from hashes that are alike.
+   static constexpr uint32_t kFewOnAverage = 4;
 
+   // Among the members of a group: where a key stands or, if it does not, belongs.
    struct Place {
-      uint32_t slot;
+      size_t group;
+      uint32_t rank;
       bool found;
+   };
+   enum class Bound { notBelow, above };
+   struct Found {
+      Entry* entry; // null if there is none
+      size_t slot;
    };
 
    // A collection that wants its work counted says so in its name; see the tests.
@@ -179,37 +187,29 @@ class HashMap2018 : private Impl::HashMapBase {
    }
 
    Entry* entries() const noexcept { return static_cast<Entry*>(block_->entries()); }
-   SlotHash slotHashOf(Key const& key) const {
-      return Impl::toSlotHash(hashKey(block_->seed(), key));
-   }
-   uint32_t slotOf(Entry const* entry) const noexcept {
-      return static_cast<uint32_t>(entry - entries());
-   }
-   Entry* findEntry(Key const& key) const;
-   Entry* findFar(Key const& key, SlotHash hash) const;
-   // Where the key stands or, if it does not, belongs.
-   Place locate(Key const& key, SlotHash hash) const;
-   // The first member not below the key; above it.
-   Place lowerBound(Key const& key) const;
-   uint32_t upperBound(Key const& key) const;
+   uint64_t hashOf(Key const& key) const { return hashKeyWide(block_->seed(), key); }
+   Entry* findEntry(Key const& key) const { return search(key).entry; }
+   Found search(Key const& key) const;
+   Found searchFar(Key const& key) const;
+   Place locate(Key const& key, uint64_t hash) const;
+   std::strong_ordering compare(Key const& key, uint64_t hash, Impl::SlotTag tag,
+                                size_t slot) const;
+   // The first member on that side of the key, or kNoSlot.
+   size_t slotFrom(Key const& key, Bound bound) const;
 
    template <typename K, typename... Args>
    Inserted insertAt(Key const& key, K&& newKey, Args&&... args);
-   uint32_t makeRoom(Key const& key, SlotHash& hash, uint32_t slot);
+   Place makeRoom(Key const& key, uint64_t& hash, Place place);
    void rehash(Impl::HashShape const& shape);
-   void eraseAt(uint32_t slot);
-   void removeSlot(uint32_t slot) noexcept;
-   bool keepForIterators(uint32_t slot) noexcept;
+   Place split(Place place);
+   void eraseAt(size_t slot);
+   void removeSlot(size_t slot) noexcept;
+   void closeGroup(size_t group) noexcept;
+   bool keepForIterators(size_t slot) noexcept;
    void dropAll() noexcept;
-
-   // Members up to this size move in spans of about four.
-   static constexpr size_t kMostMovedBytes = 32;
-   using Move =
-      Impl::ByteMove<std::min<size_t>(96, (4 * sizeof(Entry) + 15) / 16 * 16)>;
+   void moveMember(size_t from, size_t to) noexcept;
 
    static void relocate(Entry* to, Entry* from) noexcept;
-   void relocateUp(uint32_t from, uint32_t free) noexcept;
-   void relocateDown(uint32_t slot, uint32_t last) noexcept;
 };
 
 } // namespace Zin

@@ -2,144 +2,215 @@
 
 #include "zin/HashMap2018.h"
 
+#include <bit>
+
 // How HashMap2018 works. Included by HashMap2018.h only.
 namespace Zin {
 
 template <CollectionName Name, HashableKey Key, typename Value>
 [[gnu::always_inline]] inline auto
-HashMap2018<Name, Key, Value>::findEntry(Key const& key) const -> Entry* {
-   SlotHash const hash = slotHashOf(key);
-   uint32_t const home = block_->homeOf(hash);
-   SlotHash const* const window = block_->hashes() + home;
-   Impl::SlotMask const equal = Impl::HashWindow::equal(window, hash);
-   if (equal) {
-      Entry* const entry = entries() + home + equal.first();
+HashMap2018<Name, Key, Value>::search(Key const& key) const -> Found {
+   auto const [home, tag] = block_->addressOf(hashOf(key));
+   for (uint32_t equal = block_->tags(home).equal(tag); equal != 0;
+        equal &= equal - 1) {
+      auto const inGroup = static_cast<uint32_t>(std::countr_zero(equal));
+      size_t const slot = home * Impl::kGroupSlots + inGroup;
+      // A product of 32 bits: one extension and one addition less on the way there.
+      Entry* const entry = reinterpret_cast<Entry*>(
+         reinterpret_cast<std::byte*>(entries() + home * Impl::kGroupSlots) +
+         inGroup * static_cast<uint32_t>(sizeof(Entry)));
       if (entry->key() == key) [[likely]] {
-         return entry;
+         if (entry == nullptr) {
+            __builtin_unreachable(); // saves the caller's test
+         }
+         return {entry, slot};
       }
-   } else if (window[Impl::kWindowSlots - 1] > hash) [[likely]] {
-      return nullptr;
    }
-   return findFar(key, hash);
+   if (!block_->group(home).goesOn()) [[likely]] {
+      return {nullptr, Block::kNoSlot};
+   }
+   return searchFar(key);
 }
 
-// Among equal hashes, or far from home.
+// In the groups in which the key's home goes on.
 template <CollectionName Name, HashableKey Key, typename Value>
-[[gnu::noinline]] auto HashMap2018<Name, Key, Value>::findFar(Key const& key,
-                                                              SlotHash hash) const
-   -> Entry* {
-   Place const place = locate(key, hash);
-   return place.found ? entries() + place.slot : nullptr;
+[[gnu::noinline]] auto HashMap2018<Name, Key, Value>::searchFar(Key const& key) const
+   -> Found {
+   auto const [home, tag] = block_->addressOf(hashOf(key));
+   for (size_t number = home; block_->group(number).goesOn();) {
+      number = block_->group(number).nextGroup();
+      countWork(1);
+      for (uint32_t equal = block_->tags(number).equal(tag); equal != 0;
+           equal &= equal - 1) {
+         size_t const slot =
+            number * Impl::kGroupSlots + static_cast<uint32_t>(std::countr_zero(equal));
+         countWork(1);
+         if (entries()[slot].key() == key) {
+            return {entries() + slot, slot};
+         }
+      }
+   }
+   return {nullptr, Block::kNoSlot};
+}
+
+// On which side of a member the key stands.
+template <CollectionName Name, HashableKey Key, typename Value>
+std::strong_ordering
+HashMap2018<Name, Key, Value>::compare(Key const& key, uint64_t hash, Impl::SlotTag tag,
+                                       size_t slot) const {
+   countWork(1);
+   auto const& tags = block_->tags(slot / Impl::kGroupSlots);
+   if (auto const order = tag <=> tags.slots[slot % Impl::kGroupSlots]; order != 0) {
+      return order;
+   }
+   Key const& present = entries()[slot].key();
+   if (auto const order = (hash >> 32) <=> (hashOf(present) >> 32); order != 0) {
+      return order;
+   }
+   return present == key  ? std::strong_ordering::equal
+          : present < key ? std::strong_ordering::greater
+                          : std::strong_ordering::less;
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
-auto HashMap2018<Name, Key, Value>::locate(Key const& key, SlotHash hash) const
+auto HashMap2018<Name, Key, Value>::locate(Key const& key, uint64_t hash) const
    -> Place {
-   uint32_t steps = 1;
-   uint32_t slot = block_->lowerSlotNear(hash);
-   SlotHash const* const hashes = block_->hashes();
-   if (hashes[slot] < hash) {
-      slot = block_->lowerSlot(hash, slot, steps);
+   auto const [home, tag] = block_->addressOf(hash);
+   size_t number = home;
+   auto const isAbove = [&, tag = tag](uint32_t rank) {
+      return compare(key, hash, tag, block_->slotAt(number, rank));
+   };
+   while (block_->group(number).goesOn() &&
+          isAbove(block_->group(number).count - 1u) > 0) {
+      number = block_->group(number).nextGroup();
    }
-   bool found = false;
-   for (; hashes[slot] == hash; ++slot) {
-      Key const& present = entries()[slot].key();
-      ++steps;
-      if (present == key) {
-         found = true;
-         break;
+   Impl::HashGroup const& group = block_->group(number);
+   uint32_t rank = block_->tags(number).below(tag);
+   while (rank < group.count) {
+      auto const order = isAbove(rank);
+      if (order <= 0) {
+         return {number, rank, order == 0};
       }
-      if (!(present < key)) {
-         break;
-      }
+      ++rank;
    }
-   countWork(steps);
-   return {slot, found};
+   return {number, rank, false};
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
-auto HashMap2018<Name, Key, Value>::lowerBound(Key const& key) const -> Place {
-   Place place = locate(key, slotHashOf(key));
-   place.slot = block_->nextHeld(place.slot);
-   return place;
-}
-
-template <CollectionName Name, HashableKey Key, typename Value>
-uint32_t HashMap2018<Name, Key, Value>::upperBound(Key const& key) const {
-   Place const place = lowerBound(key);
-   return place.found ? block_->nextHeld(place.slot + 1) : place.slot;
+size_t HashMap2018<Name, Key, Value>::slotFrom(Key const& key, Bound bound) const {
+   Place const place = locate(key, hashOf(key));
+   if (place.rank == block_->group(place.group).count) {
+      return block_->slotBehind(place.group);
+   }
+   size_t const slot = block_->slotAt(place.group, place.rank);
+   return place.found && bound == Bound::above ? block_->nextSlot(slot) : slot;
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
 template <typename K, typename... Args>
 auto HashMap2018<Name, Key, Value>::insertAt(Key const& key, K&& newKey, Args&&... args)
    -> Inserted {
-   SlotHash hash = slotHashOf(key);
-   uint32_t slot = block_->lowerSlotNear(hash);
-   if (block_->hashes()[slot] <= hash) [[unlikely]] {
-      Place const place = locate(key, hash);
+   uint64_t hash = hashOf(key);
+   auto const [home, tag] = block_->addressOf(hash);
+   Impl::HashTags const& tags = block_->tags(home);
+   Place place{home, tags.below(tag), false};
+   if (tags.equal(tag) != 0 || block_->group(home).goesOn()) [[unlikely]] {
+      place = locate(key, hash);
       if (place.found) {
-         return {entries() + place.slot, false};
+         return {entries() + block_->slotAt(place.group, place.rank), false};
       }
-      slot = place.slot;
    } else {
       countWork(1);
    }
    // What may throw comes before the first change; the arguments may stand in the map.
-   Entry fresh(std::in_place, std::forward<K>(newKey), std::forward<Args>(args)...);
-   uint32_t free = block_->nextFree(slot);
-   if (size_ >= block_->shape().maxSize || free >= block_->slots() ||
-       block_->movedTooMuch(free - slot, size_)) [[unlikely]] {
-      slot = makeRoom(fresh.key(), hash, slot);
-      free = block_->nextFree(slot);
+   size_t slot;
+   if (size_ < block_->shape().maxSize &&
+       block_->group(place.group).count < block_->shape().groupSlots) [[likely]] {
+      slot = block_->freeSlot(place.group);
+      ::new (entries() + slot)
+         Entry(std::in_place, std::forward<K>(newKey), std::forward<Args>(args)...);
+   } else {
+      Entry fresh(std::in_place, std::forward<K>(newKey), std::forward<Args>(args)...);
+      place = makeRoom(fresh.key(), hash, place);
+      slot = block_->freeSlot(place.group);
+      ::new (entries() + slot) Entry(std::move(fresh));
    }
-   block_->openSlot(slot, free, hash);
-   if (free != slot) {
-      relocateUp(slot, free);
-   }
-   auto* const entry = ::new (entries() + slot) Entry(std::move(fresh));
+   block_->take(slot, place.rank, block_->addressOf(hash).tag);
    ++size_;
    bumpVersion();
-   return {entry, true};
+   return {entries() + slot, true};
 }
 
-// Makes the table larger, or its end wider, and finds the key's slot again.
+// Splits the key's group, or makes the table larger, until the key has a free slot.
 template <CollectionName Name, HashableKey Key, typename Value>
-[[gnu::noinline]] uint32_t
-HashMap2018<Name, Key, Value>::makeRoom(Key const& key, SlotHash& hash, uint32_t slot) {
-   Impl::HashShape const& shape = block_->shape();
-   bool const full = size_ >= shape.maxSize;
-   bool const atEnd = !full && block_->nextFree(slot) >= block_->slots();
-   rehash(atEnd ? shape.wider() : shape.larger(block_->overflowWhenLarger()));
-   hash = slotHashOf(key);
-   return locate(key, hash).slot;
+[[gnu::noinline]] auto HashMap2018<Name, Key, Value>::makeRoom(Key const& key,
+                                                               uint64_t& hash,
+                                                               Place place) -> Place {
+   while (true) {
+      Impl::HashShape const& shape = block_->shape();
+      bool const full = size_ >= shape.maxSize;
+      if (!full && block_->group(place.group).count < shape.groupSlots) {
+         return place;
+      }
+      if (!full && block_->hasSpareGroup()) {
+         place = split(place);
+         continue;
+      }
+      // Long chains in a table that is nearly empty: more homes would not shorten them.
+      bool const crowded = !full && size_ < shape.homes() * kFewOnAverage;
+      uint32_t const chained = block_->chainedAtMost();
+      rehash(crowded ? shape.wider(chained) : shape.larger(chained));
+      hash = hashOf(key);
+      place = locate(key, hash);
+   }
+}
+
+// Moves the upper half of a full group to a new one behind it; nothing if all of the
+// group is below the place. Ascending members fill their groups that way.
+template <CollectionName Name, HashableKey Key, typename Value>
+auto HashMap2018<Name, Key, Value>::split(Place place) -> Place {
+   size_t const added = block_->chain(place.group);
+   Impl::HashGroup& full = block_->group(place.group);
+   if (place.rank == full.count) {
+      return {added, 0, false};
+   }
+   constexpr uint32_t kHalf = Impl::kGroupSlots / 2;
+   for (uint32_t rank = kHalf; rank < Impl::kGroupSlots; ++rank) {
+      size_t const slot = full.order.slotAt(kHalf);
+      size_t const from = place.group * Impl::kGroupSlots + slot;
+      size_t const to = block_->freeSlot(added);
+      moveMember(from, to);
+      block_->take(to, rank - kHalf, block_->tags(place.group).slots[slot]);
+      block_->release(from);
+   }
+   return place.rank <= kHalf ? place : Place{added, place.rank - kHalf, false};
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::rehash(Impl::HashShape const& shape) {
    Block* const old = block_;
-   HashSeed const seed = old->slots() == 0 ? hashSeed() : old->seed();
+   HashSeed const seed = size_ == 0 ? hashSeed() : old->seed();
    Block* const larger = Block::allocate(seed, shape, sizeof(Entry));
    auto* const from = entries();
    auto* const to = static_cast<Entry*>(larger->entries());
-   // The order stays: each member moves to its home, or behind the one before it.
-   uint32_t next = 0;
-   for (uint32_t word = old->firstWord(); word < old->wordCount(); ++word) {
-      for (uint64_t bits = old->words()[word]; bits != 0; bits &= bits - 1) {
-         uint32_t const slot =
-            word * 64 + static_cast<uint32_t>(std::countr_zero(bits));
-         SlotHash const hash = old->hashes()[slot];
-         next = std::max(next, larger->homeOf(hash));
-         larger->append(next, hash);
-         relocate(to + next, from + slot);
-         ++next;
-      }
-   }
    countWork(size_);
-   Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
+   size_t tail = 0;
+   for (size_t slot = old->firstSlot(); slot != Block::kNoSlot;) {
+      size_t const next = old->nextSlot(slot);
+      size_t const moved = larger->append(tail, hashKeyWide(seed, from[slot].key()));
+      relocate(to + moved, from + slot);
+      Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
+         auto& it = static_cast<GenericIterator&>(base);
+         if (it.slot_ == slot) {
+            it.movedTo_ = moved;
+         }
+      });
+      slot = next;
+   }
+   Impl::HashIteratorBase::forEach(iterators_, [](auto& base) {
       auto& it = static_cast<GenericIterator&>(base);
       if (it.slot_ != Block::kNoSlot) {
-         it.slot_ = larger->slotAt(old->rankOf(it.slot_));
+         it.slot_ = it.movedTo_;
       }
    });
    block_ = larger;
@@ -149,16 +220,17 @@ void HashMap2018<Name, Key, Value>::rehash(Impl::HashShape const& shape) {
 template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::reserve(size_t count) {
    Impl::HashShape shape = block_->shape();
+   uint32_t const chained = block_->chainedAtMost();
    while (shape.maxSize < count) {
-      shape = shape.larger(shape.homesLog2 == 0 ? 0 : shape.slots - shape.homes());
+      shape = shape.larger(chained);
    }
-   if (shape.slots != block_->slots()) {
+   if (shape.maxSize != block_->shape().maxSize) {
       rehash(shape);
    }
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
-void HashMap2018<Name, Key, Value>::eraseAt(uint32_t slot) {
+[[gnu::always_inline]] inline void HashMap2018<Name, Key, Value>::eraseAt(size_t slot) {
    Entry* const entry = entries() + slot;
    if (iterators_ != nullptr && keepForIterators(slot)) [[unlikely]] {
       entry->~Entry();
@@ -173,7 +245,8 @@ void HashMap2018<Name, Key, Value>::eraseAt(uint32_t slot) {
 
 // Moves a member to the iterators that stand on it. False if there are none.
 template <CollectionName Name, HashableKey Key, typename Value>
-bool HashMap2018<Name, Key, Value>::keepForIterators(uint32_t slot) noexcept {
+[[gnu::noinline]] bool
+HashMap2018<Name, Key, Value>::keepForIterators(size_t slot) noexcept {
    GenericIterator* keeper = nullptr;
    Impl::HashIteratorBase::forEach(iterators_, [&](auto& base) {
       auto& it = static_cast<GenericIterator&>(base);
@@ -190,30 +263,36 @@ bool HashMap2018<Name, Key, Value>::keepForIterators(uint32_t slot) noexcept {
    return keeper != nullptr;
 }
 
-// Takes a slot whose member is destroyed out of its run.
+// Takes a slot whose member is destroyed out of its group.
 template <CollectionName Name, HashableKey Key, typename Value>
-void HashMap2018<Name, Key, Value>::removeSlot(uint32_t slot) noexcept {
-   uint32_t last = block_->closingSlot(slot);
-   if (last != Block::kNoSlot) [[likely]] {
-      block_->closeSlot(slot, last);
-   } else {
-      last = block_->remnantSlot(slot);
-      block_->makeRemnant(last);
-   }
-   if (last != slot) {
-      relocateDown(slot, last);
+[[gnu::always_inline]] inline void
+HashMap2018<Name, Key, Value>::removeSlot(size_t slot) noexcept {
+   if (block_->release(slot)) [[unlikely]] {
+      closeGroup(slot / Impl::kGroupSlots);
    }
    --size_;
    bumpVersion();
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
+[[gnu::noinline]] void
+HashMap2018<Name, Key, Value>::closeGroup(size_t group) noexcept {
+   size_t const from = block_->unlink(group);
+   if (from == Block::kNoSlot) {
+      return;
+   }
+   for (uint32_t used = block_->group(group).used; used != 0; used &= used - 1) {
+      auto const slot = static_cast<uint32_t>(std::countr_zero(used));
+      moveMember(from * Impl::kGroupSlots + slot, group * Impl::kGroupSlots + slot);
+   }
+}
+
+template <CollectionName Name, HashableKey Key, typename Value>
 std::optional<Value> HashMap2018<Name, Key, Value>::extract(Key const& key) {
-   Entry* const entry = findEntry(key);
+   auto const [entry, slot] = search(key);
    if (entry == nullptr) {
       return std::nullopt;
    }
-   uint32_t const slot = slotOf(entry);
    Value& value = entry->value();
    std::optional<Value> result;
    if constexpr (std::copy_constructible<Value>) {
@@ -244,7 +323,7 @@ void HashMap2018<Name, Key, Value>::clear() noexcept {
 template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::dropAll() noexcept {
    Impl::HashIteratorBase::forEach(iterators_, [this](auto& base) {
-      if (uint32_t const slot = static_cast<GenericIterator&>(base).slot_;
+      if (size_t const slot = static_cast<GenericIterator&>(base).slot_;
           slot != Block::kNoSlot) {
          keepForIterators(slot);
       }
@@ -253,8 +332,8 @@ void HashMap2018<Name, Key, Value>::dropAll() noexcept {
    size_ = 0;
    if constexpr (!std::is_trivially_destructible_v<Entry>) {
       auto* const members = static_cast<Entry*>(old->entries());
-      for (uint32_t slot = old->nextHeld(0); slot != Block::kNoSlot;
-           slot = old->nextHeld(slot + 1)) {
+      for (size_t slot = old->firstSlot(); slot != Block::kNoSlot;
+           slot = old->nextSlot(slot)) {
          members[slot].~Entry();
       }
    }
@@ -291,57 +370,16 @@ void HashMap2018<Name, Key, Value>::relocate(Entry* to, Entry* from) noexcept {
    }
 }
 
-// [from, free) moves up by one slot, and the iterators that stand there.
 template <CollectionName Name, HashableKey Key, typename Value>
-void HashMap2018<Name, Key, Value>::relocateUp(uint32_t from, uint32_t free) noexcept {
-   countWork(free - from);
+void HashMap2018<Name, Key, Value>::moveMember(size_t from, size_t to) noexcept {
+   countWork(1);
+   relocate(entries() + to, entries() + from);
    Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
       auto& it = static_cast<GenericIterator&>(base);
-      if (it.slot_ >= from && it.slot_ < free) {
-         ++it.slot_;
+      if (it.slot_ == from) {
+         it.slot_ = to;
       }
    });
-   Entry* const members = entries();
-   if constexpr (triviallyRelocatable<Entry> && sizeof(Entry) <= kMostMovedBytes) {
-      size_t const bytes = (free - from) * sizeof(Entry);
-      auto* const start = reinterpret_cast<std::byte*>(members + from);
-      if (bytes <= Move::span && !block_->isSmall()) [[likely]] {
-         Move::up(start, bytes, sizeof(Entry));
-      } else {
-         std::memmove(start + sizeof(Entry), start, bytes);
-      }
-   } else {
-      for (uint32_t slot = free; slot > from; --slot) {
-         relocate(members + slot, members + slot - 1);
-      }
-   }
-}
-
-// (slot, last] moves down by one slot, and the iterators that stand there.
-template <CollectionName Name, HashableKey Key, typename Value>
-void HashMap2018<Name, Key, Value>::relocateDown(uint32_t slot,
-                                                 uint32_t last) noexcept {
-   countWork(last - slot);
-   Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
-      auto& it = static_cast<GenericIterator&>(base);
-      if (it.slot_ > slot && it.slot_ <= last) {
-         --it.slot_;
-      }
-   });
-   Entry* const members = entries();
-   if constexpr (triviallyRelocatable<Entry> && sizeof(Entry) <= kMostMovedBytes) {
-      size_t const bytes = (last - slot) * sizeof(Entry);
-      auto* const start = reinterpret_cast<std::byte*>(members + slot);
-      if (bytes <= Move::span && !block_->isSmall()) [[likely]] {
-         Move::down(start, bytes, sizeof(Entry));
-      } else {
-         std::memmove(start, start + sizeof(Entry), bytes);
-      }
-   } else {
-      for (; slot < last; ++slot) {
-         relocate(members + slot, members + slot + 1);
-      }
-   }
 }
 
 } // namespace Zin

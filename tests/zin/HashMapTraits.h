@@ -18,11 +18,6 @@ struct TestMap {
    static constexpr uint32_t seed = 0x20182018;
 };
 
-// Collections look at the upper 31 bits of a hash.
-inline uint32_t orderHash(uint32_t hash) {
-   return hash & ~1u;
-}
-
 template <typename K, typename V>
 struct MapTraits {
    using Key = K;
@@ -30,7 +25,7 @@ struct MapTraits {
    static constexpr bool hasValues = !std::is_empty_v<V>;
 
    static uint32_t hash(Key const& key) {
-      return orderHash(Zin::hashKey(Collection::hashSeed(), key));
+      return Zin::hashKey(Collection::hashSeed(), key);
    }
    static uint32_t number([[maybe_unused]] V const& value) {
       if constexpr (std::same_as<V, std::unique_ptr<uint32_t>>) {

@@ -1,11 +1,13 @@
 #include "zin/Hash.h"
 
+#include "zin/HashGroup.h"
 #include "zin/HashKey.h"
-#include "zin/HashWindow.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <functional>
 #include <numeric>
 #include <random>
@@ -190,59 +192,53 @@ TEST(HashHelper, SeedStaysWhatItWasAtFirst) {
    EXPECT_EQ(Zin::HashHelper::hashSeed32(), Zin::HashHelper::hashSeed32());
 }
 
-using Zin::Impl::HashWindow;
-using Zin::Impl::PortableWindow;
-using Zin::Impl::SlotHash;
+using Zin::Impl::kFreeTag;
+using Zin::Impl::kGroupSlots;
+using Zin::Impl::PortableTags;
+using Zin::Impl::SlotTag;
+using Zin::Impl::Tags;
 
-TEST(HashWindow, ComparesAsThePortableOneDoes) {
+TEST(HashGroup, ComparesTagsAsThePortableWayDoes) {
    std::mt19937 random(1);
-   for (int round = 0; round < 2000; ++round) {
-      SlotHash slots[Zin::Impl::kWindowSlots];
-      for (auto& slot : slots) {
-         slot = random() % 4 == 0 ? Zin::Impl::kEmptySlot
-                                  : static_cast<SlotHash>(random() % 5) - 2;
-      }
-      auto const hash = static_cast<SlotHash>(random() % 5) - 2;
-      ASSERT_TRUE(HashWindow::equal(slots, hash) == PortableWindow::equal(slots, hash));
-      ASSERT_TRUE(HashWindow::below(slots, hash) == PortableWindow::below(slots, hash));
-      auto const below = PortableWindow::below(slots, hash).leading();
-      ASSERT_EQ(below, std::find_if(slots, std::end(slots),
-                                    [&](auto slot) { return slot >= hash; }) -
-                          slots);
+   auto const someTag = [&] {
+      SlotTag const limits[] = {0, 1, kFreeTag - 1, kFreeTag};
+      return random() % 3 == 0 ? limits[random() % 4]
+                               : static_cast<SlotTag>(0x7ffe + random() % 4);
+   };
+   for (int round = 0; round < 5000; ++round) {
+      alignas(16) SlotTag tags[kGroupSlots];
+      std::generate(std::begin(tags), std::end(tags), someTag);
+      SlotTag const tag = someTag();
+      ASSERT_EQ(Tags::equal(tags, tag), PortableTags::equal(tags, tag));
+      ASSERT_EQ(Tags::below(tags, tag), PortableTags::below(tags, tag));
+      ASSERT_EQ(PortableTags::below(tags, tag),
+                std::count_if(std::begin(tags), std::end(tags),
+                              [&](SlotTag other) { return other < tag; }));
    }
 }
 
-TEST(HashWindow, KnowsSettledSlotsAsThePortableOneDoes) {
+TEST(HashGroup, KeepsItsSlotsInOrderAsAListDoes) {
    std::mt19937 random(2);
-   for (uint32_t log2 = 0; log2 <= 28; ++log2) {
-      uint32_t const shift = 32 - log2;
-      for (int round = 0; round < 200; ++round) {
-         auto const home = static_cast<uint32_t>(uint64_t{random()} >> shift);
-         SlotHash slots[Zin::Impl::kWindowSlots];
-         for (auto& slot : slots) {
-            uint64_t const near = (uint64_t{home} + random() % 10) << shift;
-            slot = random() % 4 == 0
-                      ? Zin::Impl::kEmptySlot
-                      : Zin::Impl::toSlotHash(static_cast<uint32_t>(near));
-         }
-         ASSERT_TRUE(HashWindow::settled(slots, home, shift) ==
-                     PortableWindow::settled(slots, home, shift));
+   Zin::Impl::HashGroup group;
+   std::vector<uint32_t> slots;
+   for (int round = 0; round < 20000; ++round) {
+      if (slots.size() < kGroupSlots && (slots.empty() || random() % 2 == 0)) {
+         auto const rank = static_cast<uint32_t>(random() % (slots.size() + 1));
+         auto const slot = group.freeSlot();
+         group.take(slot, rank);
+         ASSERT_EQ(std::count(slots.begin(), slots.end(), slot), 0);
+         slots.insert(slots.begin() + rank, slot);
+      } else {
+         auto const rank = random() % slots.size();
+         group.release(slots[rank]);
+         slots.erase(slots.begin() + static_cast<std::ptrdiff_t>(rank));
       }
-   }
-}
-
-TEST(HashWindow, MovesAsThePortableOneDoes) {
-   for (uint32_t count = 0; count <= Zin::Impl::kWindowSlots; ++count) {
-      std::vector<SlotHash> slots(12);
-      std::iota(slots.begin(), slots.end(), 1);
-      auto expected = slots;
-      HashWindow::moveUp(slots.data() + 1, count);
-      PortableWindow::moveUp(expected.data() + 1, count);
-      // The slot that a move leaves is the caller's to write.
-      EXPECT_EQ(slots, expected) << count;
-      HashWindow::moveDown(slots.data() + 1, count);
-      PortableWindow::moveDown(expected.data() + 1, count);
-      EXPECT_EQ(slots, expected) << count;
+      ASSERT_EQ(group.count, slots.size());
+      ASSERT_EQ(static_cast<size_t>(std::popcount(group.used)), slots.size());
+      for (uint32_t rank = 0; rank < slots.size(); ++rank) {
+         ASSERT_EQ(group.order.slotAt(rank), slots[rank]);
+         ASSERT_EQ(group.order.rankOf(slots[rank]), rank);
+      }
    }
 }
 
