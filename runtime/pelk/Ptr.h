@@ -11,11 +11,12 @@
 
 namespace Pelk {
 
-// What a Ptr asks of its object. SharedObject is the usual way to offer it.
+// What a Ptr asks of its object, which may be null. SharedObject is the usual way to
+// offer it.
 template <typename T>
-concept Countable = requires(T const& object) {
-   { object.useInc() } noexcept;
-   { object.useDec() } noexcept;
+concept Countable = requires(T const* object) {
+   { T::useInc(object) } noexcept;
+   { T::useDec(object) } noexcept;
 };
 
 // A counted handle: one pointer wide, the count stands in the object. Copying adds a
@@ -76,15 +77,11 @@ class Ptr {
  private:
    void use() const noexcept {
       static_assert(Countable<T>);
-      if (object_ != nullptr) {
-         object_->useInc();
-      }
+      T::useInc(object_);
    }
    void drop() const noexcept {
       static_assert(Countable<T>);
-      if (object_ != nullptr) {
-         object_->useDec();
-      }
+      T::useDec(object_);
    }
 
    T* object_ = nullptr;

@@ -35,24 +35,26 @@ class PELK_EXPORT SharedObject {
    uint32_t useCount() const noexcept { return word() & kCountMask; }
    bool isBeingDeleted() const noexcept { return (word() & kBeingDeleted) != 0; }
 
-   void useInc() const noexcept {
-      if (oneThread()) {
-         ++word_;
-         return;
+   // One use more, and one less, of an object or of none: what a Ptr does when it is
+   // copied and dropped.
+   static void useInc(SharedObject const* object) noexcept {
+      if (isPlain(object)) {
+         ++object->word_;
+      } else if (object != nullptr) {
+         std::atomic_ref(object->word_).fetch_add(1, std::memory_order_relaxed);
       }
-      std::atomic_ref(word_).fetch_add(1, std::memory_order_relaxed);
    }
-
-   void useDec() const noexcept {
-      if (oneThread()) {
-         if ((--word_ & kCountMask) == 0) [[unlikely]] {
-            lastUseGone();
+   static void useDec(SharedObject const* object) noexcept {
+      if (isPlain(object)) {
+         if ((--object->word_ & kCountMask) == 0) [[unlikely]] {
+            object->lastUseGone();
          }
-         return;
-      }
-      if (((std::atomic_ref(word_).fetch_sub(1, std::memory_order_acq_rel) - 1) &
-           kCountMask) == 0) [[unlikely]] {
-         lastUseGone();
+      } else if (object != nullptr) {
+         auto const before =
+            std::atomic_ref(object->word_).fetch_sub(1, std::memory_order_acq_rel);
+         if (((before - 1) & kCountMask) == 0) [[unlikely]] {
+            object->lastUseGone();
+         }
       }
    }
 
@@ -73,8 +75,9 @@ class PELK_EXPORT SharedObject {
    }
    // Certain, not just likely, for the compiler: it then puts the atomic operations out
    // of the way, which makes plain counting a tenth faster and costs them nothing.
-   static bool oneThread() noexcept {
-      return __builtin_expect_with_probability(!ThreadControl::multiThreaded(), 1, 1.0);
+   static bool isPlain(SharedObject const* object) noexcept {
+      return __builtin_expect_with_probability(ThreadControl::countsPlainly(object), 1,
+                                               1.0);
    }
    void lastUseGone() const noexcept;
 

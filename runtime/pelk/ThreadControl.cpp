@@ -2,6 +2,6 @@
 
 namespace Pelk {
 
-constinit bool ThreadControl::multiThreaded_ = false;
+constinit uintptr_t ThreadControl::plainAbove_ = 0;
 
 } // namespace Pelk

@@ -2,6 +2,8 @@
 
 #include "pelk/Export.h"
 
+#include <cstdint>
+
 namespace Pelk {
 
 // Says whether the process runs more than one thread. Use counts are changed with
@@ -13,13 +15,19 @@ namespace Pelk {
 // happens before or after every other access to a count.
 class PELK_EXPORT ThreadControl {
  public:
-   static bool multiThreaded() noexcept { return multiThreaded_; }
+   static bool multiThreaded() noexcept { return plainAbove_ != 0; }
    static void multiThreadedIs(bool multiThreaded) noexcept {
-      multiThreaded_ = multiThreaded;
+      plainAbove_ = multiThreaded ? UINTPTR_MAX : 0;
+   }
+
+   // Whether there is an object, and its uses are changed with plain arithmetic: both
+   // questions in one comparison, for a handle that may be null.
+   static bool countsPlainly(void const* object) noexcept {
+      return reinterpret_cast<uintptr_t>(object) > plainAbove_;
    }
 
  private:
-   static bool multiThreaded_;
+   static uintptr_t plainAbove_; // 0, or the highest address while there are threads
 };
 
 } // namespace Pelk

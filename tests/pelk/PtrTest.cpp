@@ -294,6 +294,18 @@ TEST(SharedObject, BeingDeletedMarkIsNotCounted) {
    EXPECT_EQ(events, (Events{"hook at 0", "destructor at 0"}));
 }
 
+TEST(ThreadControl, CountsPlainlyWhatIsThereWhileThereIsOneThread) {
+   int const object = 0;
+   EXPECT_FALSE(Pelk::ThreadControl::multiThreaded());
+   EXPECT_TRUE(Pelk::ThreadControl::countsPlainly(&object));
+   EXPECT_FALSE(Pelk::ThreadControl::countsPlainly(nullptr));
+   Pelk::ThreadControl::multiThreadedIs(true);
+   EXPECT_TRUE(Pelk::ThreadControl::multiThreaded());
+   EXPECT_FALSE(Pelk::ThreadControl::countsPlainly(&object));
+   EXPECT_FALSE(Pelk::ThreadControl::countsPlainly(nullptr));
+   Pelk::ThreadControl::multiThreadedIs(false);
+}
+
 // In each of the two states of the process.
 class PtrInEachState : public testing::TestWithParam<bool> {
  protected:
@@ -311,6 +323,18 @@ TEST_P(PtrInEachState, CountsAndDestroysTheSame) {
    EXPECT_EQ(copies.front()->useCount(), 1000u);
    copies.clear();
    EXPECT_EQ(events, (Events{"hook at 0", "destructor at 0"}));
+}
+
+TEST_P(PtrInEachState, CopyingAndDroppingNothingTouchesNothing) {
+   auto first = makePtr<Thing>();
+   {
+      Ptr<Thing> const none;
+      std::vector<Ptr<Thing>> copies(10, none);
+      EXPECT_EQ(copies.back(), nullptr);
+      copies.front() = first;
+      copies.front() = none;
+   }
+   EXPECT_EQ(first->useCount(), 1u);
 }
 
 INSTANTIATE_TEST_SUITE_P(State, PtrInEachState, testing::Bool(), [](auto const& state) {
