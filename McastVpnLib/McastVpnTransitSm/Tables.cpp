@@ -3,6 +3,7 @@
 #include "zin/EntityOps.h"
 
 #include <array>
+#include <utility>
 
 // The reactor's attributes: its two tables, and the rows that show them by name.
 namespace Irb::Multicast::Evpn {
@@ -111,10 +112,23 @@ bool TransitSm::sbdVlanToVrfHas(Bridging::VlanId vlanId) const {
 }
 
 Pelk::Ptr<TransitSm::SbdVlanToVrf> TransitSm::sbdVlanToVrfIs(Bridging::VlanId vlanId) {
+   if (spareSbdVlanToVrf_ && spareSbdVlanToVrf_->isAsNew() &&
+       !sbdVlanToVrf_.contains(vlanId)) {
+      auto entry = std::exchange(spareSbdVlanToVrf_, nullptr);
+      entry->vlanId_ = vlanId;
+      sbdVlanToVrf_.insert(vlanId, entry);
+      Pelk::Entity const* const announced = entry.get();
+      publishChangeRecursive(kSbdVlanToVrf, &vlanId, announced);
+      return entry;
+   }
    return Zin::childIs(*this, kSbdVlanToVrf, sbdVlanToVrf_, vlanId);
 }
 
 void TransitSm::sbdVlanToVrfDel(Bridging::VlanId vlanId) {
+   if (auto entry = sbdVlanToVrf(vlanId)) {
+      spareSbdVlanToVrf_ =
+         std::move(entry); // before those notified can end the machine
+   }
    Zin::memberDel(*this, kSbdVlanToVrf, sbdVlanToVrf_, vlanId);
 }
 

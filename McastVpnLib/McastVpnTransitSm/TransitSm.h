@@ -87,7 +87,14 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
       Zin::EntityType const& entityType() const noexcept override { return type(); }
 
     private:
-      Bridging::VlanId vlanId_;
+      friend class TransitSm;
+
+      // Whether it holds no VRF and nobody but one holder could tell it from a new one.
+      bool isAsNew() const noexcept {
+         return useCount() == 1 && subscribers() == 0 && vrf_.empty();
+      }
+
+      Bridging::VlanId vlanId_; // changes only where isAsNew()
       VrfSet vrf_;
    };
 
@@ -212,6 +219,9 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    bool initialized_ = false;
    VrfToSbdVlanMap vrfToSbdVlan_;
    SbdVlanToVrfMap sbdVlanToVrf_;
+   // The entry removed last, which serves the next VLAN that needs one: a VRF that
+   // moves usually empties one entry and needs another.
+   Pelk::Ptr<SbdVlanToVrf> spareSbdVlanToVrf_;
 
    uint32_t guards_ = 0;     // uses that running dispatchers hold
    uint32_t mappings_ = 0;   // running calls of handleVrfToSBDVlan

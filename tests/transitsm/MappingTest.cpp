@@ -216,6 +216,24 @@ TEST_F(TransitSmMapping, AnExceptionOutOfANotificationEndsTheProcessWithItsMessa
       escapedExceptionMessage("Bridging::VlanId::value < 1 or > 4094 not allowed"));
 }
 
+TEST_F(TransitSmMapping, AnEntryThatSomebodyKeepsIsNotThatOfTheNextVlan) {
+   map("red", 10);
+   startQuietly();
+   auto const kept = sm->sbdVlanToVrf(10);
+   map("red", 20);
+   EXPECT_NE(sm->sbdVlanToVrf(20), kept);
+   EXPECT_EQ(kept->vlanId(), Bridging::VlanId(10));
+   EXPECT_TRUE(kept->vrf().empty());
+}
+
+TEST_F(TransitSmMapping, AnEntryRemovedWithItsVrfsLeavesThemToNoOther) {
+   startQuietly();
+   sm->sbdVlanToVrfIs(5)->vrfIs("red");
+   sm->sbdVlanToVrfDel(5);
+   EXPECT_TRUE(sm->sbdVlanToVrfIs(6)->vrf().empty());
+   EXPECT_EQ(sm->sbdVlanToVrf(6)->vlanId(), Bridging::VlanId(6));
+}
+
 TEST_F(TransitSmMapping, TablesTakeTheOrdinaryOperations) {
    startQuietly();
    log.follow(*sm, "sm.");

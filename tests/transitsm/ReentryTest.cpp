@@ -256,6 +256,32 @@ TEST_F(TransitSmReentryPruned, AVrfThatIsMappedBackWhileTheInterfaceGoesBringsIt
    EXPECT_TRUE(sm->sbdVlanToVrf(10)->vrfHas("blue"));
 }
 
+TEST_F(TransitSmReentry, AVrfMappedBackInsideTheHostsOwnCallIsRecordedAgain) {
+   for (auto const* vrf : {"red", "blue"}) {
+      transit(vrf);
+      map(vrf, 10);
+   }
+   log.follow(*status, "status."); // before the reactor, which hears of it later
+   start();
+   log.actionIs([this](std::string const& event) {
+      if (event == "+ status.vrfToSBDVlan[red]" && acted == 0) {
+         ++acted;
+         map("blue", 30);
+      } else if (event == "+ status.vrfToSBDVlan[blue]") {
+         sm->handleVrfToSBDVlan("blue"); // prunes red, which left VLAN 10 too
+      } else if (event == "+ intf[Vlan30]") {
+         EXPECT_FALSE(sm->sbdVlanToVrfHas(10));
+         map("red", 10);
+      }
+   });
+   map("red", 20);
+   EXPECT_EQ(addressOf(10), kLocal);
+   EXPECT_EQ(addressOf(20), "no interface");
+   EXPECT_EQ(addressOf(30), kLocal);
+   ASSERT_TRUE(sm->sbdVlanToVrfHas(10));
+   EXPECT_TRUE(sm->sbdVlanToVrf(10)->vrfHas("red"));
+}
+
 TEST_F(TransitSmReentry, TheDirectoryTakenAwayFromInsideLeavesNothing) {
    map("red", 10);
    startQuietly();
