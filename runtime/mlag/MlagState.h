@@ -33,7 +33,8 @@ struct Zin::ValueTraits<Mlag::MlagState> {
    static constexpr std::string_view name = "Mlag::MlagState";
    static constexpr ValueForm form = ValueForm::number;
    static constexpr std::string_view allowed =
-      "a number, or one of disabled, inactive, connecting, active, withheld";
+      "a number from 0 to 4294967295, or one of disabled, inactive, connecting, "
+      "active, withheld";
    static std::string toText(Mlag::MlagState const& value) {
       return std::to_string(static_cast<uint32_t>(value));
    }

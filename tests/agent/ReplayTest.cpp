@@ -272,10 +272,10 @@ INSTANTIATE_TEST_SUITE_P(
          R"({"op":"add","path":"/pegVlanStatus/pegVlan/4095","value":{}})",
          "/pegVlanStatus/pegVlan/4095: the key \"4095\" stands here; allowed is a "
          "VLAN number from 1 to 4094"},
-      BadEvent{"WrongType",
-               R"({"op":"replace","path":"/mlagStatus/mlagState","value":[]})",
-               "/mlagStatus/mlagState: [] stands here; allowed is a number, or one of "
-               "disabled, inactive, connecting, active, withheld"},
+      BadEvent{
+         "WrongType", R"({"op":"replace","path":"/mlagStatus/mlagState","value":[]})",
+         "/mlagStatus/mlagState: [] stands here; allowed is a number from 0 to "
+         "4294967295, or one of disabled, inactive, connecting, active, withheld"},
       BadEvent{
          "PlaceInsideAValue", R"({"op":"remove","path":"/mlagStatus/mlagState/x"})",
          "/mlagStatus/mlagState/x: a place inside a value stands here; allowed is no "
