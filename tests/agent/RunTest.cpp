@@ -195,18 +195,6 @@ TEST_F(Run, ResultsThatCannotBeWrittenEndItWithTwo) {
    }
 }
 
-TEST_F(Run, TimeGrowsWithTheDocumentAndNotWithItsSquare) {
-   // Not timed: a document of this size would run into the test's time limit.
-   json document;
-   auto& vrfs = document["vtiStatusDir"]["vtiStatus"]["Vxlan1"]["vrfToSBDVlan"];
-   for (int i = 0; i < 200000; ++i) {
-      vrfs["vrf-" + std::to_string(i)] = 1 + i % 4094;
-   }
-   auto const outcome = run(document.dump());
-   EXPECT_EQ(outcome.status, 0) << outcome.err;
-   EXPECT_THAT(outcome.out, HasSubstr("0 of 4094 SBD VLANs have a transit interface"));
-}
-
 TEST_F(Run, TableTellsForEachVlanWhatItHasOrWhyNot) {
    auto const outcome = run(R"({
       "mcastEvpnConfig": { "transitVrf": ["red", "orphan"] },
