@@ -18,6 +18,7 @@ endfunction()
 
 mcast_consumer_test(Install.FillsAnEmptyPrefix install)
 mcast_consumer_test(Install.PublicHeadersNeedNothingElse headers)
+mcast_consumer_test(Install.LibrariesOfferNothingOfOthers exports)
 mcast_consumer_test(Install.ConsumerIsBuiltByFindPackage find-package)
 mcast_consumer_test(Install.ConsumerIsBuiltByPkgConfig pkg-config)
 mcast_consumer_test(Install.PrefixCanBeMoved move)
@@ -25,6 +26,7 @@ set_tests_properties(Install.FillsAnEmptyPrefix
   PROPERTIES FIXTURES_SETUP installation)
 set_tests_properties(
   Install.PublicHeadersNeedNothingElse
+  Install.LibrariesOfferNothingOfOthers
   Install.ConsumerIsBuiltByFindPackage
   Install.ConsumerIsBuiltByPkgConfig
   Install.PrefixCanBeMoved

@@ -61,6 +61,9 @@ function(mcast_library name)
   if(NOT MCAST_SANITIZE)
     # What is missing shows here, not in the programs.
     target_link_options(${name} PRIVATE LINKER:-z,defs)
+    set(exports "${PROJECT_SOURCE_DIR}/cmake/Exports.map")
+    target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}")
+    set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${exports}")
   endif()
   mcast_check_headers(${name} "${ARG_INCLUDE_ROOT}" ${headers})
 

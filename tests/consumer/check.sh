@@ -53,6 +53,20 @@ case $1 in
          -I. -IMcastVpnRuntime "$work/all.cpp"
       ;;
 
+   # What the libraries offer is this project's, and nothing of the libraries they use.
+   exports)
+      ours='Bridging|Fennlog|Irb|Kolm|L3|Lidra|Mlag|Pelk|Routing|Vorn|Vxlan|Zin'
+      for library in McastVpnRuntime McastVpnLib; do
+         nm -D --defined-only "$prefix/$LIB/lib$library.so" |
+            awk '{ print $NF }' | c++filt >"$work/$library.offered"
+         [ -s "$work/$library.offered" ]
+         if grep -vE "^((typeinfo|typeinfo name|vtable) for )?($ours)::" \
+            "$work/$library.offered"; then
+            fail "lib$library.so offers these, which are not this project's"
+         fi
+      done
+      ;;
+
    find-package)
       "$CMAKE" -S "$here" -B "$work/find-package" \
          -DCMAKE_CXX_COMPILER="$CXX" -DCMAKE_PREFIX_PATH="$prefix"
