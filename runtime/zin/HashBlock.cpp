@@ -28,8 +28,8 @@ HashShape shapeOf(uint32_t homesLog2, uint32_t atLeastSpare) {
 // Bits of the hash only: very many homes leave fewer of them than a tag could hold.
 uint32_t tagMaskOf(uint32_t homesLog2) {
    constexpr uint32_t kMostHomesLog2 = 32 - (kTagBits - 1);
-   return homesLog2 <= kMostHomesLog2 ? kTagMask
-                                      : kTagMask << (homesLog2 - kMostHomesLog2);
+   uint32_t const missing = homesLog2 - std::min(homesLog2, kMostHomesLog2);
+   return uint32_t{kTagMask} << missing;
 }
 
 } // namespace
@@ -53,7 +53,7 @@ HashShape HashShape::wider(uint32_t chained) const {
 }
 
 // Lives for ever: maps of static storage duration use it while others are destroyed.
-constinit HashBlock::None HashBlock::none_{HashBlock(&none_.group), {}, {}};
+constinit HashBlock::None HashBlock::none_;
 
 HashBlock::HashBlock(HashSeed const& seed, HashShape const& shape) noexcept
    : seed_(seed), shape_(shape), addressShift_(64 - kTagBits - shape.homesLog2),

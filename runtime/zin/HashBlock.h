@@ -193,6 +193,8 @@ class PELK_EXPORT HashBlock {
 
 // The table of no slots, with the group that a search reads and its bitmap.
 struct HashBlock::None {
+   constexpr None() noexcept : block(&group) {}
+
    HashBlock block;
    HashTags tags;
    HashGroup group;

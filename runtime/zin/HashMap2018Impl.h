@@ -75,17 +75,17 @@ HashMap2018<Name, Key, Value>::compare(Key const& key, uint64_t hash, Impl::Slot
 template <CollectionName Name, HashableKey Key, typename Value>
 auto HashMap2018<Name, Key, Value>::locate(Key const& key, uint64_t hash) const
    -> Place {
-   auto const [home, tag] = block_->addressOf(hash);
-   size_t number = home;
-   auto const isAbove = [&, tag = tag](uint32_t rank) {
-      return compare(key, hash, tag, block_->slotAt(number, rank));
+   Block::Address const address = block_->addressOf(hash);
+   size_t number = address.home;
+   auto const isAbove = [&](uint32_t rank) {
+      return compare(key, hash, address.tag, block_->slotAt(number, rank));
    };
    while (block_->group(number).goesOn() &&
           isAbove(block_->group(number).count - 1u) > 0) {
       number = block_->group(number).nextGroup();
    }
    Impl::HashGroup const& group = block_->group(number);
-   uint32_t rank = block_->tags(number).below(tag);
+   uint32_t rank = block_->tags(number).below(address.tag);
    while (rank < group.count) {
       auto const order = isAbove(rank);
       if (order <= 0) {
