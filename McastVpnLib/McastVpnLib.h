@@ -16,6 +16,12 @@ class VtiStatusDir;
 namespace Mlag {
 class Status;
 }
+namespace Routing::Multicast {
+class PegVlanStatus;
+}
+namespace Vorn {
+class SmControl;
+}
 namespace Irb::Multicast::Gmp {
 class MembershipJoinStatus;
 }
@@ -23,6 +29,7 @@ class MembershipJoinStatus;
 namespace Irb::Multicast::Evpn {
 
 class TransitIntfColl;
+class TransitIntfSm;
 class TransitSm;
 
 // Makes an empty collection of transit interfaces
@@ -42,5 +49,23 @@ MCASTVPNLIB_EXPORT Pelk::Ptr<TransitSm> transitSmFactory(
    Pelk::Ptr<Mlag::Status const> const& mlagStatus,
    Pelk::Ptr<TransitIntfColl> const& transitIntfColl,
    Pelk::Ptr<Gmp::MembershipJoinStatus> const& membershipJoinStatus);
+
+// Makes the dataflow machine (TransitIntfSm/TransitIntfSm.h), which starts at once and
+// follows its inputs from then on, until its last use is dropped; the outputs stay as
+// they are then. In synchronous mode it is ready when this returns, else its tasks go
+// on in the control record's scheduler (the process's, if it names none), and the
+// machine's OutputState says when it is.
+//
+// Any null argument is a fatal assertion. A mapped VLAN outside 1..4094 raises a
+// Zin::RangeException from a synchronous start; nothing is subscribed then.
+MCASTVPNLIB_EXPORT Pelk::Ptr<TransitIntfSm> transitIntfSmFactory(
+   Lidra::AddressFamily addressFamily,
+   Pelk::Ptr<Routing::Multicast::Evpn::Config const> const& mcastEvpnConfig,
+   Pelk::Ptr<Vxlan::VtiStatusDir const> const& vtiStatusDir,
+   Pelk::Ptr<Mlag::Status const> const& mlagStatus,
+   Pelk::Ptr<TransitIntfColl> const& transitIntfColl,
+   Pelk::Ptr<Gmp::MembershipJoinStatus> const& membershipJoinStatus,
+   Pelk::Ptr<Routing::Multicast::PegVlanStatus const> const& pegVlanStatus,
+   Vorn::SmControl const& smControl);
 
 } // namespace Irb::Multicast::Evpn

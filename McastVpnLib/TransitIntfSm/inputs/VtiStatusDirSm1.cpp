@@ -1,0 +1,196 @@
+#include "McastVpnLib/TransitIntfSm/inputs/VtiStatusDirSm1.h"
+
+#include "McastVpnLib/TransitIntfSm/inputs/InputScanImpl.h"
+#include "McastVpnLib/TransitIntfSm/print/FlumaPrint.h"
+#include "McastVpnLib/TransitIntfSm/streams/StreamOps.h"
+#include "pelk/Fmtrace.h"
+
+#include <utility>
+
+namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
+
+using TransitIntfTrace::kEvent;
+using TransitIntfTrace::kFile;
+using TransitIntfTrace::vtiStatusDirSm1;
+
+VtiStatusDirSm1::VtiStatusDirSm1(Pelk::Ptr<Vxlan::VtiStatusDir const> en, Root* root)
+   : InputSm(std::move(en), root), scan1_(this), scan3_(this) {}
+
+VtiStatusDirSm1::~VtiStatusDirSm1() {
+   childSmVtiStatusVxlanVtiStatusPtrConstDelAll();
+}
+
+Pelk::TraceHandler const& DirectoryScan::handler() {
+   return vtiStatusDirSm1;
+}
+
+Vxlan::VtiStatusDir::VtiStatusMap const&
+DirectoryScan::collection(Machine const& machine) {
+   return machine.en()->vtiStatus();
+}
+
+bool InputScan1::item(Machine& machine, Bookmark intf) {
+   machine.handleVtiStatus1(intf);
+   auto const child = machine.childSmVtiStatusVxlanVtiStatusPtrConst(intf);
+   return !child || child->doInputScan1();
+}
+
+bool InputScan3::item(Machine& machine, Bookmark intf) {
+   machine.handleVtiStatus3(intf);
+   auto const child = machine.childSmVtiStatusVxlanVtiStatusPtrConst(intf);
+   return !child || child->doInputScan3();
+}
+
+void VtiStatusDirSm1::doInitializeTask() {
+   scan1_.initializeTask();
+   scan3_.initializeTask();
+}
+
+void VtiStatusDirSm1::doInputScan() {
+   if (initialized()) {
+      ScanTrace::restart(vtiStatusDirSm1);
+      scan1_.restart();
+      scan3_.restart();
+   }
+}
+
+void VtiStatusDirSm1::hasNotificationActiveIs(bool active) {
+   InputSm::hasNotificationActiveIs(active);
+   for (auto const& entry : children_) {
+      entry.value()->hasNotificationActiveIs(active);
+   }
+}
+
+void VtiStatusDirSm1::zinDoZombieReactors(bool zombie) {
+   for (auto const& entry : children_) {
+      entry.value()->zinDoZombieReactors(zombie);
+   }
+   InputSm::zinDoZombieReactors(zombie);
+}
+
+void VtiStatusDirSm1::tasksDel() {
+   task1Del();
+   task3Del();
+}
+
+void VtiStatusDirSm1::enDispatch(Pelk::Publisher*, Pelk::Subscriber*,
+                                 int16_t attributeId, void const* key,
+                                 void const*) noexcept {
+   if (attributeId == Vxlan::VtiStatusDir::kVtiStatus && isActive()) {
+      Pelk::Ptr const guard(root());
+      auto const intf = *static_cast<Lidra::IntfId const*>(key);
+      handleVtiStatus1Reactor(intf);
+      handleVtiStatus3Reactor(intf);
+   }
+}
+
+void VtiStatusDirSm1::handleVtiStatus1Reactor(Lidra::IntfId intf) {
+   Vorn::Gen::InReactor const inReactor(this);
+   InputScan1::item(*this, intf);
+}
+
+void VtiStatusDirSm1::handleVtiStatus3Reactor(Lidra::IntfId intf) {
+   Vorn::Gen::InReactor const inReactor(this);
+   InputScan3::item(*this, intf);
+}
+
+void VtiStatusDirSm1::handleVtiStatus1(Lidra::IntfId intf) {
+   if (initialized()) {
+      PELK_FMTRACE(vtiStatusDirSm1, kEvent, kFile, "k: {}",
+                   ::FlumaCode::flumaPrint(intf));
+      followStatus(intf);
+   }
+}
+
+void VtiStatusDirSm1::handleVtiStatus3(Lidra::IntfId intf) {
+   if (initialized()) {
+      PELK_FMTRACE(vtiStatusDirSm1, kEvent, kFile, "k: {}",
+                   ::FlumaCode::flumaPrint(intf));
+      followStatus(intf);
+   }
+}
+
+void VtiStatusDirSm1::followStatus(Lidra::IntfId intf) {
+   for (;;) {
+      StatusPtr const status = en()->vtiStatus(intf);
+      auto const child = childSmVtiStatusVxlanVtiStatusPtrConst(intf);
+      if (!child || child->en() == status) {
+         if (status) {
+            childSmVtiStatusVxlanVtiStatusPtrConstIs(status);
+         }
+         return;
+      }
+      // Out of the way before it is withdrawn: whoever is notified may change the
+      // directory again.
+      children_.erase(intf);
+      vxlanChild_ = vxlanChild_ == child.get() ? nullptr : vxlanChild_;
+      child->hasNotificationActiveIs(false);
+      child->doDeleteAll();
+      child->shutdown();
+   }
+}
+
+void VtiStatusDirSm1::doDeleteAll() {
+   ScanTrace::entry(vtiStatusDirSm1, __func__);
+   for (auto entry = children_.iterate(); entry; ++entry) {
+      auto const child = entry.value();
+      child->doDeleteAll();
+      childSmVtiStatusVxlanVtiStatusPtrConstDel(child->intfId());
+   }
+}
+
+void VtiStatusDirSm1::onChildEvent1(Lidra::IntfId intf,
+                                    Zin::Optional<StatusPtr> const& vtiStatus) {
+   root()->eventToVtepAddrChangeStream(intf, vtiStatus);
+}
+
+void VtiStatusDirSm1::onChildEvent3(
+   Lidra::IntfId intf, L3::VrfName const& vrfName,
+   Zin::Optional<Bridging::VlanIdOrNone> const& oldSbdVlan,
+   Zin::Optional<Bridging::VlanIdOrNone> const& newSbdVlan) {
+   root()->eventToVtiStatusStream(intf, vrfName, oldSbdVlan, newSbdVlan);
+}
+
+Pelk::Ptr<VtiStatusSm2>
+VtiStatusDirSm1::childSmVtiStatusVxlanVtiStatusPtrConst(Lidra::IntfId intf) const {
+   auto const* const entry = children_.find(intf);
+   return entry != nullptr ? entry->value() : nullptr;
+}
+
+Pelk::Ptr<VtiStatusSm2>
+VtiStatusDirSm1::childSmVtiStatusVxlanVtiStatusPtrConstIs(StatusPtr const& vtiStatus) {
+   auto const intf = vtiStatus->intfId();
+   if (auto present = childSmVtiStatusVxlanVtiStatusPtrConst(intf)) {
+      if (present->en() == vtiStatus) {
+         return present;
+      }
+      present->shutdown();
+   }
+   auto made = Pelk::makePtr<VtiStatusSm2>(vtiStatus, this);
+   children_.assign(intf, made);
+   if (intf == StreamOps::vxlanIntf()) {
+      vxlanChild_ = made.get();
+   }
+   made->handleInitialized();
+   return made;
+}
+
+void VtiStatusDirSm1::childSmVtiStatusVxlanVtiStatusPtrConstDel(Lidra::IntfId intf) {
+   if (auto const gone = children_.extract(intf)) {
+      vxlanChild_ = vxlanChild_ == gone->get() ? nullptr : vxlanChild_;
+      (*gone)->shutdown();
+   }
+}
+
+void VtiStatusDirSm1::childSmVtiStatusVxlanVtiStatusPtrConstDelAll() {
+   vxlanChild_ = nullptr;
+   for (auto entry = children_.iterate(); entry; ++entry) {
+      entry.value()->shutdown();
+   }
+   children_.clear();
+}
+
+template class InputScan<InputScan1>;
+template class InputScan<InputScan3>;
+
+} // namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm

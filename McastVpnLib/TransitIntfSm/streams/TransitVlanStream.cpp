@@ -1,0 +1,173 @@
+#include "McastVpnLib/TransitIntfSm/FmtTransitIntfTrace.h"
+#include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
+#include "McastVpnLib/TransitIntfSm/streams/StreamOps.h"
+#include "dualo/FmtDualo.h"
+
+namespace Irb::Multicast::Evpn {
+
+using TransitIntfTrace::kDecision;
+using TransitIntfTrace::kDetail;
+using TransitIntfTrace::kFilter;
+using TransitIntfTrace::kStream;
+
+// A younger evaluation of the same VLAN has decided anew, and has written that.
+struct TransitIntfSm::RunningVlan {
+   RunningVlan(TransitIntfSm& machine, uint16_t vlan)
+      : sm(machine), sbdVlan(vlan), outer(machine.runningVlans_) {
+      for (auto* running = outer; running != nullptr; running = running->outer) {
+         running->overtaken |= running->sbdVlan == sbdVlan;
+      }
+      sm.runningVlans_ = this;
+   }
+   RunningVlan(RunningVlan const&) = delete;
+   RunningVlan& operator=(RunningVlan const&) = delete;
+   ~RunningVlan() { sm.runningVlans_ = outer; }
+
+   TransitIntfSm& sm;
+   uint16_t sbdVlan;
+   RunningVlan* outer;
+   bool overtaken = false;
+};
+
+void TransitIntfSm::eventToTransitVlanStream(uint16_t sbdVlan,
+                                             L3::VrfName const& vrfName, bool addDel) {
+   if (!streaming()) {
+      return;
+   }
+   TRANSIT_INTF_TRACE(kStream,
+                      "transitVlanStream = merge( vrfStream, vtiStatusStream, "
+                      "pegVlanStream ): sbdVlan={} vrfName={} addDel={}",
+                      sbdVlan, vrfName, addDel);
+   RunningVlan const running(*this, sbdVlan);
+   auto const group = groupBy(sbdVlan, vrfName, addDel);
+   Bridging::VlanId const vlanId(sbdVlan);
+   bool const enabled = isTransitVlan(*group, vlanId);
+   DUALO_FMT_ALWAYS(qtHandle_, TransitIntfTrace::transitIntfSm, kDecision,
+                    TransitIntfTrace::kFile, "transit vlan: {} for VRF: {} enabled: {}",
+                    sbdVlan, vrfName, enabled);
+   if (!running.overtaken) {
+      writeJoins(vlanId, enabled, running.overtaken);
+   }
+   if (!running.overtaken) {
+      writeTransitIntf(vlanId, enabled, running.overtaken);
+   }
+}
+
+// The VLAN's group after the event; one that was left empty is not kept any more.
+Pelk::Ptr<TransitIntfSm::GroupByCollectionValueType0>
+TransitIntfSm::groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel) {
+   auto group = groupByAttr0(sbdVlan);
+   if (!group) {
+      group = Pelk::makePtr<GroupByCollectionValueType0>();
+      groupByAttr0Is(sbdVlan, group);
+   }
+   if (addDel) {
+      TRANSIT_INTF_TRACE_AS(
+         kFilter, "eventToTransitVlanStream",
+         "Inserting value {} with key {} into groupby collection with key {}",
+         ::FlumaCode::flumaPrint(::FlumaCode::Unit()), vrfName, sbdVlan);
+      group->collIs(vrfName);
+   } else {
+      TRANSIT_INTF_TRACE_AS(kFilter, "eventToTransitVlanStream",
+                            "Deleting key {} from groupby collection with key {}",
+                            vrfName, sbdVlan);
+      group->collDel(vrfName);
+      if (group->coll().empty()) {
+         groupByAttr0Del(sbdVlan);
+      }
+   }
+   return group;
+}
+
+bool TransitIntfSm::isTransitVlan(GroupByCollectionValueType0 const& group,
+                                  Bridging::VlanId vlanId) const {
+   auto const& coll = group.coll();
+   return coll.size() == 1 && mcastEvpnConfig_->transitVrfHas(coll.begin()->key()) &&
+          pegVlanStatus_->pegVlanHas(vlanId);
+}
+
+void TransitIntfSm::writeJoins(Bridging::VlanId vlanId, bool enabled,
+                               bool const& overtaken) {
+   if (joinsAreRight(vlanId, enabled)) {
+      return;
+   }
+   auto const anyGrpOrSrc = Lidra::IpGenAddr::ipGenAddrZero(addressFamily_);
+   auto const intfId = StreamOps::nullIntf();
+   routerSink_.remove(OutputKeys::validKey<RouterIntfOutput::Key>(vlanId, intfId));
+   if (overtaken) {
+      return;
+   }
+   excludeSink_.remove(OutputKeys::validKey<ExcludeIntfOutput::Key>(
+      vlanId, anyGrpOrSrc, anyGrpOrSrc, intfId));
+   if (overtaken) {
+      return;
+   }
+   auto const key = OutputKeys::validKey<IncludeIntfOutput::Key>(vlanId, anyGrpOrSrc,
+                                                                 anyGrpOrSrc, intfId);
+   if (enabled) {
+      includeSink_.insert(key, {}, overtaken);
+   } else {
+      includeSink_.remove(key);
+   }
+}
+
+// Whether the three sinks would change nothing and say nothing.
+bool TransitIntfSm::joinsAreRight(Bridging::VlanId vlanId, bool enabled) const {
+   if (routerSink_.reconciling() || excludeSink_.reconciling() ||
+       includeSink_.reconciling() || TransitIntfTrace::transitIntfSm.enabled(kDetail)) {
+      return false;
+   }
+   auto const* const atVlan = membershipJoinStatus_->vlan().find(vlanId);
+   if (atVlan == nullptr) {
+      return !enabled;
+   }
+   auto const& vlan = *atVlan->value();
+   auto const intfId = StreamOps::nullIntf();
+   if (vlan.routerIntf().contains(intfId) ||
+       (vlan.routerIntf().empty() && vlan.group().empty())) {
+      return false;
+   }
+   auto const anyGrpOrSrc = Lidra::IpGenAddr::ipGenAddrZero(addressFamily_);
+   auto const* const atGroup = vlan.group().find(anyGrpOrSrc);
+   auto const* const atSource =
+      atGroup != nullptr ? atGroup->value()->source().find(anyGrpOrSrc) : nullptr;
+   if (atSource == nullptr) {
+      return !enabled;
+   }
+   auto const& source = *atSource->value();
+   // A source that is there is always looked at for removal, with what it leaves empty.
+   return enabled && source.includeIntf().contains(intfId) &&
+          !source.excludeIntf().contains(intfId);
+}
+
+void TransitIntfSm::writeTransitIntf(Bridging::VlanId vlanId, bool enabled,
+                                     bool const& overtaken) {
+   auto const* const status = vxlanStatus();
+   if (status == nullptr) {
+      StreamOps::filterFailed("eventToTransitVlanStream",
+                              StreamOps::kFilterVxlanStatus);
+      return;
+   }
+   auto const intfId = Lidra::VlanIntfId::vlanIdToIntfId(vlanId);
+   auto const key = OutputKeys::validKey<TransitIntfOutput::Key>(intfId);
+   auto const state = mlagStatus_->mlagState();
+   if (!enabled || state == Mlag::MlagState::withheld) {
+      transitSink_.remove(key);
+      return;
+   }
+   auto const addr = state == Mlag::MlagState::active ? status->mlagVtepAddr()
+                                                      : status->localVtepAddr();
+   transitSink_.insert(key, {intfId, genAddr(addr)}, overtaken);
+}
+
+// What the text of the address says. The last answer is kept, since the address is
+// almost always the same.
+Lidra::IpGenAddr const& TransitIntfSm::genAddr(Lidra::IpAddr addr) {
+   if (addr != lastAddr_) {
+      lastGenAddr_ = Lidra::IpGenAddr(addr.stringValue());
+      lastAddr_ = addr;
+   }
+   return lastGenAddr_;
+}
+
+} // namespace Irb::Multicast::Evpn

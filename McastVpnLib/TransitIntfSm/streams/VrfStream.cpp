@@ -1,0 +1,35 @@
+#include "McastVpnLib/TransitIntfSm/FmtTransitIntfTrace.h"
+#include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
+#include "McastVpnLib/TransitIntfSm/streams/StreamOps.h"
+
+namespace Irb::Multicast::Evpn {
+
+using TransitIntfTrace::kStream;
+
+void TransitIntfSm::eventToVrfStream(L3::VrfName const& vrfName) {
+   if (!streaming()) {
+      return;
+   }
+   TRANSIT_INTF_TRACE(kStream,
+                      "vrfStream = merge( transitCfgStream, vtepAddrChangeStream, "
+                      "mlagStream ): vrfName={}",
+                      vrfName);
+   auto const* const status = vxlanStatus();
+   if (status == nullptr) {
+      StreamOps::filterFailed(__func__, StreamOps::kFilterVxlanStatus);
+      return;
+   }
+   auto const* const entry = status->vrfToSBDVlan().find(vrfName);
+   if (entry == nullptr) {
+      StreamOps::filterFailed(__func__, "sbdVlan");
+      return;
+   }
+   eventToTransitVlanStream(entry->value().value(), vrfName, true);
+}
+
+Vxlan::VtiStatus const* TransitIntfSm::vxlanStatus() const {
+   auto const* const entry = vtiStatusDir_->vtiStatus().find(StreamOps::vxlanIntf());
+   return entry != nullptr ? entry->value().get() : nullptr;
+}
+
+} // namespace Irb::Multicast::Evpn
