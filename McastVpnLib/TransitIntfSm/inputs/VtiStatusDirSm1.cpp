@@ -111,20 +111,21 @@ void VtiStatusDirSm1::handleVtiStatus3(Lidra::IntfId intf) {
 }
 
 void VtiStatusDirSm1::followStatus(Lidra::IntfId intf) {
-   for (;;) {
-      StatusPtr const status = en()->vtiStatus(intf);
-      auto const child = childSmVtiStatusVxlanVtiStatusPtrConst(intf);
-      if (!child || child->en() == status) {
-         if (status) {
-            childSmVtiStatusVxlanVtiStatusPtrConstIs(status);
-         }
-         return;
-      }
-      // Out of the way before it is withdrawn: whoever is notified may change the
-      // directory again.
-      children_.erase(intf);
-      vxlanChild_ = vxlanChild_ == child.get() ? nullptr : vxlanChild_;
+   StatusPtr const status = en()->vtiStatus(intf);
+   auto const child = childSmVtiStatusVxlanVtiStatusPtrConst(intf);
+   if (child && child->en() == status) {
+      return;
+   }
+   // The new child first: whoever is notified of what the old one withdraws may change
+   // the new status, or the directory again.
+   if (child) {
       child->hasNotificationActiveIs(false);
+      childDetach(intf);
+   }
+   if (status) {
+      childSmVtiStatusVxlanVtiStatusPtrConstIs(status);
+   }
+   if (child) {
       child->doDeleteAll();
       child->shutdown();
    }
@@ -175,10 +176,17 @@ VtiStatusDirSm1::childSmVtiStatusVxlanVtiStatusPtrConstIs(StatusPtr const& vtiSt
    return made;
 }
 
+Pelk::Ptr<VtiStatusSm2> VtiStatusDirSm1::childDetach(Lidra::IntfId intf) {
+   auto const gone = children_.extract(intf).value_or(nullptr);
+   if (vxlanChild_ == gone.get()) {
+      vxlanChild_ = nullptr;
+   }
+   return gone;
+}
+
 void VtiStatusDirSm1::childSmVtiStatusVxlanVtiStatusPtrConstDel(Lidra::IntfId intf) {
-   if (auto const gone = children_.extract(intf)) {
-      vxlanChild_ = vxlanChild_ == gone->get() ? nullptr : vxlanChild_;
-      (*gone)->shutdown();
+   if (auto const gone = childDetach(intf)) {
+      gone->shutdown();
    }
 }
 

@@ -159,6 +159,8 @@ class MCASTVPNLIB_EXPORT VtiStatusDirSm1 final
 
    // Follows what the directory has for the interface now.
    void followStatus(Lidra::IntfId intf);
+   // Takes the interface's child out of the children, or null.
+   Pelk::Ptr<VtiStatusSm2> childDetach(Lidra::IntfId intf);
 
    Children children_;
    VtiStatusSm2 const* vxlanChild_ = nullptr;

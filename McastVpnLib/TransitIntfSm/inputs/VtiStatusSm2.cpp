@@ -122,8 +122,12 @@ bool VtiStatusSm2::inTask3() const {
 }
 
 void VtiStatusSm2::handleInitialized() {
-   toldVersion_ = en_->vrfToSBDVlan().version();
+   versionStore();
+   toldVersion_ = versionVrfToSBDVlan_;
    hasNotificationActiveIs(true);
+   if (initialScanDone()) {
+      noteAll();
+   }
    initializedIs(true);
 }
 
@@ -173,20 +177,31 @@ void VtiStatusSm2::handleVrfToSBDVlan3(L3::VrfName const& vrf) {
    parent_->onChildEvent3(intfId(), vrf, before, now);
 }
 
+void VtiStatusSm2::noteAll() {
+   for (auto const& entry : en_->vrfToSBDVlan()) {
+      remembered_.insert(entry.key(), SbdVlan{entry.value(), false});
+      if (index_) {
+         index_->add(entry.value(), entry.key());
+      }
+   }
+}
+
 Zin::Optional<Bridging::VlanIdOrNone>
 VtiStatusSm2::remember(L3::VrfName const& vrf,
                        Zin::Optional<Bridging::VlanIdOrNone> const& now) {
    auto* const entry = remembered_.find(vrf);
-   auto const before = entry != nullptr ? Zin::Optional(entry->value()) : std::nullopt;
-   if (before == now) {
-      return before;
-   }
+   auto const before =
+      entry != nullptr ? Zin::Optional(entry->value().vlanId) : std::nullopt;
+   bool const handled = entry != nullptr && entry->value().handled;
    if (!now) {
       remembered_.erase(vrf);
    } else if (entry != nullptr) {
-      entry->value() = *now;
+      entry->value() = SbdVlan{*now};
    } else {
-      remembered_.insert(vrf, *now);
+      remembered_.insert(vrf, SbdVlan{*now});
+   }
+   if (before == now) {
+      return handled ? before : std::nullopt;
    }
    if (index_) {
       if (before) {
@@ -264,7 +279,8 @@ void VtiStatusSm2::doDeleteAll() {
       auto const successor = parent_->childSmVtiStatusVxlanVtiStatusPtrConst(intf);
       if (successor && successor.get() != this) {
          auto const* const mapped = successor->remembered_.find(vrf);
-         if (mapped != nullptr && mapped->value() == before) {
+         if (mapped != nullptr && mapped->value().handled &&
+             mapped->value().vlanId == before) {
             continue;
          }
       }

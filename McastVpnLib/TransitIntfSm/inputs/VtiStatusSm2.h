@@ -29,7 +29,9 @@ class VtiStatusDirSm1;
 // tasks, and the parent's in-reactor mark.
 //
 // It remembers the VLAN of every VRF whenever it handles the VRF, whether the stream is
-// open or not: that is the old VLAN of the next change.
+// open or not: that is the old VLAN of the next change. A machine that is made while
+// the streams are open notes all VLANs at once, since its parent's streams read them
+// from the status from then on.
 //
 // Event thread only. Goes with its parent, or when its interface does.
 class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachine {
@@ -38,8 +40,11 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
       static constexpr char const* name = "rememberedSbdVlan";
       static constexpr uint32_t seed = 0x51d8c7a3;
    };
-   using Remembered =
-      Zin::HashMap2018<RememberedName, L3::VrfName, Bridging::VlanIdOrNone>;
+   struct SbdVlan {
+      Bridging::VlanIdOrNone vlanId;
+      bool handled = true; // else only noted, when the machine was made
+   };
+   using Remembered = Zin::HashMap2018<RememberedName, L3::VrfName, SbdVlan>;
 
    VtiStatusSm2(Pelk::Ptr<Vxlan::VtiStatus const> en, VtiStatusDirSm1* parent);
 
@@ -123,6 +128,7 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
       return initialScanDone() ? ScanState::complete : ScanState::initialComplete;
    }
    void versionStore() { versionVrfToSBDVlan_ = en_->vrfToSBDVlan().version(); }
+   void noteAll();
    // Remembers the VRF's VLAN of now and returns the one of before.
    Zin::Optional<Bridging::VlanIdOrNone>
    remember(L3::VrfName const& vrf, Zin::Optional<Bridging::VlanIdOrNone> const& now);
