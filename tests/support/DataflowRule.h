@@ -12,8 +12,8 @@ namespace Support {
 
 // What the dataflow machine's outputs are, worked out afresh from the inputs:
 //
-//    a VLAN is a transit VLAN if the status of "Vxlan1" maps exactly one VRF to it, that
-//    VRF is a configured transit VRF, and the VLAN is a PEG VLAN; it then has the
+//    a VLAN is a transit VLAN if the status of "Vxlan1" maps exactly one VRF to it,
+//    that VRF is a configured transit VRF, and the VLAN is a PEG VLAN; it then has the
 //    wildcard join on "Null0" and, unless the MLAG state is 4, a transit interface with
 //    the VTEP address: the shared one in state 3, else the switch's own.
 //

@@ -30,6 +30,8 @@ void TransitIntfSm::eventToPegVlanStream(
       StreamOps::filterFailed(__func__, StreamOps::kFilterVxlanStatus);
       return;
    }
+   // Whoever was notified may have put another status there, which is scanned then.
+   auto const isCurrent = [&] { return vxlanStatus() == status.get(); };
    if (!elementsAreTraced()) {
       // The VRFs that a walk would find, in the order in which it would.
       Pelk::Ptr const child(vtiStatusDirSm1_->vxlanChild());
@@ -37,7 +39,7 @@ void TransitIntfSm::eventToPegVlanStream(
          child && child->en() == status ? child->currentIndex() : nullptr;
       if (index != nullptr) {
          if (auto const* const vrfs = index->vrfs(vlanId)) {
-            for (auto member = vrfs->iterate(); member; ++member) {
+            for (auto member = vrfs->iterate(); member && isCurrent(); ++member) {
                auto const vrfName = member.key();
                eventToTransitVlanStream(vlanId, vrfName, true);
             }
@@ -47,7 +49,7 @@ void TransitIntfSm::eventToPegVlanStream(
    }
    auto const& vrfToSBDVlan = status->vrfToSBDVlan();
    StreamOps::flattening(__func__, "( *vx1Status ).vrfToSBDVlan", vrfToSBDVlan.size());
-   for (auto member = vrfToSBDVlan.iterate(); member; ++member) {
+   for (auto member = vrfToSBDVlan.iterate(); member && isCurrent(); ++member) {
       auto const vrfName = member.key();
       StreamOps::element(__func__, vrfName);
       if (member.value().value() == vlanId.value()) {
