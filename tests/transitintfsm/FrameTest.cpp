@@ -91,12 +91,12 @@ class TransitIntfSmFrame : public DataflowTest {
    }
    Events reconcilingFlags() const {
       Events events;
-      for (auto const* output : {"membershipJoinStatusVlanGroupSourceIncludeIntfOutput",
-                                 "membershipJoinStatusVlanGroupSourceExcludeIntfOutput",
-                                 "transitIntfCollIntfOutput",
-                                 "membershipJoinStatusVlanRouterIntfOutput"}) {
-         events.push_back(line("handleInitialized",
-                               std::string("Reconciling ") + output + ": true"));
+      for (auto const* output :
+           {"membershipJoinStatusVlanGroupSourceIncludeIntfOutput",
+            "membershipJoinStatusVlanGroupSourceExcludeIntfOutput",
+            "transitIntfCollIntfOutput", "membershipJoinStatusVlanRouterIntfOutput"}) {
+         events.push_back(
+            line("handleInitialized", std::string("Reconciling ") + output + ": true"));
       }
       return events;
    }
@@ -113,10 +113,9 @@ TEST_F(TransitIntfSmFrame, ASynchronousStartSaysEveryStepInItsOrder) {
          Events{line("handleInitialized", "create local SMs"),
                 line("handleInitialized", "create non-public arg SMs")},
          pass(false),
-         Events{
-            line(kHandlers[2], kHandlers[2]),
-            line("handleInitialScanDone", "Initial scan done for child SMs. Now "
-                                          "scanning with events triggered.")},
+         Events{line(kHandlers[2], kHandlers[2]),
+                line("handleInitialScanDone", "Initial scan done for child SMs. Now "
+                                              "scanning with events triggered.")},
          republished, handlersEntered(), pass(true), handlersReconcile())));
 }
 
@@ -154,13 +153,12 @@ TEST_F(TransitIntfSmFrame, FlagsAreAnnouncedOnceAndAgainWhenTheInitialScanIsDone
    EXPECT_FALSE(sm->idle());
    NotificationRecorder const recorder(*sm->inputSmScanState());
    runUntilReady();
-   EXPECT_THAT(
-      recorder.texts(),
-      ElementsAre("pegVlanStreamScan = true", "vtiStatusStreamScan = true",
-                  "vtiStatusStreamScan = true", "pegVlanStreamScan = true",
-                  "mlagStreamScan = true", "vtepAddrChangeStreamScan = true",
-                  "transitCfgStreamScan = true", "idle = true",
-                  "transitCfgStreamScan = true"));
+   EXPECT_THAT(recorder.texts(),
+               ElementsAre("pegVlanStreamScan = true", "vtiStatusStreamScan = true",
+                           "vtiStatusStreamScan = true", "pegVlanStreamScan = true",
+                           "mlagStreamScan = true", "vtepAddrChangeStreamScan = true",
+                           "transitCfgStreamScan = true", "idle = true",
+                           "transitCfgStreamScan = true"));
 }
 
 TEST_F(TransitIntfSmFrame, ASecondCallOnceTheInitialScanIsDoneDoesNothing) {
@@ -248,9 +246,9 @@ TEST_F(TransitIntfSmFrame, AttributesAreThoseThatTheFactoryWasGiven) {
 TEST_F(TransitIntfSmFrame, ANullArgumentEndsTheProcess) {
    auto const startWithout = [&](auto& argument, std::string const& accessor) {
       auto const kept = std::exchange(argument, nullptr);
-      EXPECT_DEATH(start(), assertionMessage(accessor +
-                                             "() && \"Pointer SM args cannot be null "
-                                             "unless they are marked Optional\""));
+      EXPECT_DEATH(start(),
+                   assertionMessage(accessor + "() && \"Pointer SM args cannot be null "
+                                               "unless they are marked Optional\""));
       argument = kept;
    };
    startWithout(config, "mcastEvpnConfig");
@@ -349,9 +347,9 @@ TEST_F(TransitIntfSmEnd, ALiveDeleteAllWithdrawsTheMappingsLast) {
    sm->doDeleteAll();
    auto const said = log.take();
    auto const place = [&](std::string const& start) {
-      return std::find_if(said.begin(), said.end(), [&](std::string const& event) {
-                return event.starts_with(start);
-             }) -
+      return std::find_if(
+                said.begin(), said.end(),
+                [&](std::string const& event) { return event.starts_with(start); }) -
              said.begin();
    };
    EXPECT_LT(place("7 eventToTransitCfgStream"), place("7 eventToMlagStream"));

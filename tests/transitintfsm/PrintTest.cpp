@@ -24,7 +24,8 @@ TEST(FlumaPrint, PrintsATupleElementByElement) {
              "Tuple( Vlan10, 10.0.0.1 )");
    EXPECT_EQ(flumaPrint(Tuple<OptionalVlan, bool>(10, true)),
              "Tuple( Optional( 10 ), 1 )");
-   EXPECT_EQ(flumaPrint(Tuple<OptionalVlan, bool>(OptionalVlan(), false)), "Tuple( None, 0 )");
+   EXPECT_EQ(flumaPrint(Tuple<OptionalVlan, bool>(OptionalVlan(), false)),
+             "Tuple( None, 0 )");
 }
 
 TEST(FlumaPrint, PrintsPlainValuesAsTheirStreamForms) {
