@@ -12,7 +12,7 @@ namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 class McastEvpnConfigSm0;
 
-struct InputScan0 {
+struct MCASTVPNLIB_EXPORT InputScan0 {
    using Machine = McastEvpnConfigSm0;
    using Bookmark = L3::VrfName;
 

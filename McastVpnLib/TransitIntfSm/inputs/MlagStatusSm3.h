@@ -11,7 +11,7 @@ namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 class MlagStatusSm3;
 
-struct InputScan2 {
+struct MCASTVPNLIB_EXPORT InputScan2 {
    using Machine = MlagStatusSm3;
    using Bookmark = NoBookmark;
 

@@ -12,7 +12,7 @@ namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 class PegVlanStatusSm4;
 
-struct InputScan4 {
+struct MCASTVPNLIB_EXPORT InputScan4 {
    using Machine = PegVlanStatusSm4;
    using Bookmark = Bridging::VlanId;
 

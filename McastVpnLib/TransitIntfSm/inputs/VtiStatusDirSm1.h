@@ -14,7 +14,7 @@
 namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 // What the two scans of the directory have in common.
-struct DirectoryScan {
+struct MCASTVPNLIB_EXPORT DirectoryScan {
    using Machine = VtiStatusDirSm1;
    using Bookmark = Lidra::IntfId;
 
@@ -25,7 +25,7 @@ struct DirectoryScan {
    static Vxlan::VtiStatusDir::VtiStatusMap const& collection(Machine const& machine);
 };
 
-struct InputScan1 : DirectoryScan {
+struct MCASTVPNLIB_EXPORT InputScan1 : DirectoryScan {
    static constexpr char const* kFunction = "doInputScan1";
    static constexpr char const* kTask =
       "Irb::Multicast::Evpn::TransitIntfSm-VtiStatusDirSm1InputScanTask1";
@@ -39,7 +39,7 @@ struct InputScan1 : DirectoryScan {
    static bool item(Machine& machine, Bookmark intf);
 };
 
-struct InputScan3 : DirectoryScan {
+struct MCASTVPNLIB_EXPORT InputScan3 : DirectoryScan {
    static constexpr char const* kFunction = "doInputScan3";
    static constexpr char const* kTask =
       "Irb::Multicast::Evpn::TransitIntfSm-VtiStatusDirSm1InputScanTask3";

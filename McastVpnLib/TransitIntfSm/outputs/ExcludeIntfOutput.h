@@ -1,5 +1,6 @@
 #pragma once
 
+#include "McastVpnLib/Export.h"
 #include "McastVpnLib/TransitIntfSm/OutputState.h"
 #include "McastVpnLib/TransitIntfSm/outputs/OutputKeys.h"
 #include "zin/ValueTraits.h"
@@ -12,7 +13,7 @@ class TransitIntfSm;
 // .excludeIntf[ intfId ] ): the interfaces that do not want a source, which the
 // pipeline only ever withdraws.
 // For the members see OutputSink.h and OutputReconciler.h.
-struct ExcludeIntfOutput {
+struct MCASTVPNLIB_EXPORT ExcludeIntfOutput {
    using State = FlumaCode::TransitIntfSm::OutputState;
    using Key = OutputKeys::ExcludeIntfKey;
    using Value = Zin::Unit;

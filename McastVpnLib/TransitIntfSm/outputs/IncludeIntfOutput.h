@@ -1,5 +1,6 @@
 #pragma once
 
+#include "McastVpnLib/Export.h"
 #include "McastVpnLib/TransitIntfSm/OutputState.h"
 #include "McastVpnLib/TransitIntfSm/outputs/OutputKeys.h"
 #include "zin/ValueTraits.h"
@@ -11,7 +12,7 @@ class TransitIntfSm;
 // into( membershipJoinStatus.vlan[ vlanId ].group[ anyGrpOrSrc ].source[ anyGrpOrSrc ]
 // .includeIntf[ intfId ] ): the interfaces that want a source.
 // For the members see OutputSink.h and OutputReconciler.h.
-struct IncludeIntfOutput {
+struct MCASTVPNLIB_EXPORT IncludeIntfOutput {
    using State = FlumaCode::TransitIntfSm::OutputState;
    using Key = OutputKeys::IncludeIntfKey;
    using Value = Zin::Unit;

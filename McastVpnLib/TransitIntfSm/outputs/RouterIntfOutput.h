@@ -1,5 +1,6 @@
 #pragma once
 
+#include "McastVpnLib/Export.h"
 #include "McastVpnLib/TransitIntfSm/OutputState.h"
 #include "McastVpnLib/TransitIntfSm/outputs/OutputKeys.h"
 #include "zin/ValueTraits.h"
@@ -11,7 +12,7 @@ class TransitIntfSm;
 // into( membershipJoinStatus.vlan[ vlanId ].routerIntf[ intfId ] ): the router
 // interfaces of a VLAN, which the pipeline only ever withdraws. For the members see
 // OutputSink.h and OutputReconciler.h.
-struct RouterIntfOutput {
+struct MCASTVPNLIB_EXPORT RouterIntfOutput {
    using State = FlumaCode::TransitIntfSm::OutputState;
    using Key = OutputKeys::RouterIntfKey;
    using Value = Zin::Unit;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "McastVpnLib/Export.h"
 #include "McastVpnLib/TransitIntfSm/OutputState.h"
 #include "McastVpnLib/TransitIntfSm/outputs/OutputKeys.h"
 #include "McastVpnLib/TransitIntfSm/print/FlumaPrint.h"
@@ -10,7 +11,7 @@ class TransitIntfSm;
 
 // into( transitIntfColl.intf[ transitIntf ] ): the transit interfaces. For the members
 // see OutputSink.h and OutputReconciler.h.
-struct TransitIntfOutput {
+struct MCASTVPNLIB_EXPORT TransitIntfOutput {
    using State = FlumaCode::TransitIntfSm::OutputState;
    using Key = OutputKeys::TransitIntfKey;
    // The interface and its address.
