@@ -42,6 +42,9 @@ Host::Host(Options const& options)
                                     toggle.substr(equals + 1) == "on");
    }
    Pelk::Trace::levelsIs(options.trace);
+   if (options.verify) {
+      verification_.emplace(options, state_);
+   }
 }
 
 Host::~Host() = default;
@@ -53,6 +56,9 @@ void Host::loadState() {
 }
 
 void Host::start() {
+   if (verification_) {
+      verification_->starting();
+   }
    try {
       machine_ = std::make_unique<RunningMachine>(options_, state_);
    } catch (std::out_of_range const& error) {
@@ -63,6 +69,29 @@ void Host::start() {
 
 void Host::stop() {
    machine_.reset();
+   if (verification_) {
+      verification_->stopped();
+   }
+}
+
+void Host::verify(std::string const& where) {
+   if (verification_ && isRunning() && scheduler_->pending() == 0) {
+      verification_->compare(where, "");
+   }
+}
+
+void Host::byAnotherWriterIs(bool is) {
+   if (verification_) {
+      verification_->byAnotherWriterIs(is);
+   }
+}
+
+size_t Host::verified() const {
+   if (!verification_) {
+      return 0;
+   }
+   verification_->summarize();
+   return verification_->errors();
 }
 
 uint64_t Host::drain() {

@@ -2,6 +2,7 @@
 
 #include "agent/Options.h"
 #include "agent/State.h"
+#include "agent/Verification.h"
 #include "kolm/TaskScheduler.h"
 #include "pelk/Ptr.h"
 
@@ -9,6 +10,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace Agent {
 
@@ -32,6 +35,15 @@ class Host {
    // Destroys the machine; inputs and outputs stay.
    void stop();
 
+   // Compares the outputs with the plain rule, if the options say so, a machine runs
+   // and it is idle: nothing is pending. where: what is blamed, as in "events.jsonl:12:
+   // ".
+   void verify(std::string const& where);
+   // What follows is written by another writer, or no more.
+   void byAnotherWriterIs(bool is);
+   // Tells what the comparisons showed, if there are any; the number of errors.
+   size_t verified() const;
+
    // Runs tasks until none is pending. Returns the number of slices.
    uint64_t drain();
    // Runs at most count slices. Returns how many there were to run.
@@ -43,6 +55,7 @@ class Host {
    Options const options_;
    Pelk::Ptr<Kolm::TaskScheduler> scheduler_;
    State state_;
+   std::optional<Verification> verification_;
    std::unique_ptr<RunningMachine> machine_;
 };
 

@@ -1,4 +1,5 @@
 #include "agent/BadInput.h"
+#include "agent/ExitStatus.h"
 #include "agent/Options.h"
 #include "agent/Replay.h"
 #include "agent/Run.h"
@@ -10,8 +11,6 @@
 #include <iostream>
 
 namespace {
-
-constexpr int kBadInput = 2;
 
 // What was printed until then stands before the message of an exception that escaped.
 std::terminate_handler previousHandler = nullptr;
@@ -39,7 +38,7 @@ int finished(int status) {
       return status;
    }
    complain("standard output: the results cannot be written");
-   return kBadInput;
+   return Agent::kBadInput;
 }
 
 } // namespace
@@ -54,6 +53,6 @@ int main(int argc, char** argv) {
       return finished(command(parsed.options));
    } catch (std::exception const& error) {
       complain(error.what());
-      return kBadInput;
+      return Agent::kBadInput;
    }
 }

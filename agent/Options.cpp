@@ -1,74 +1,18 @@
 #include "agent/Options.h"
 
-#include "agent/BadInput.h"
+#include "agent/ExitStatus.h"
+#include "agent/OptionChecks.h"
+#include "agent/OptionTexts.h"
 #include "agent/Version.h"
 #include "pelk/Printable.h"
-#include "zin/Decimal.h"
-
-#include <CLI/CLI.hpp>
 
 #include <array>
 #include <iostream>
-#include <limits>
 #include <optional>
-#include <stdexcept>
-#include <utility>
-#include <vector>
 
 namespace Agent {
 
 namespace {
-
-constexpr int kBadUsage = 2;
-constexpr std::string_view kTogglePrefix = "McastVpnTransitMlag=";
-
-constexpr char const* kDescription =
-   "Computes the transit interfaces of EVPN multicast over VXLAN: for each SBD VLAN "
-   "of\n"
-   "a transit VRF the routed VLAN interface, the VTEP address that multicast is "
-   "sourced\n"
-   "from, and the wildcard join that makes the switch forward there.\n";
-
-constexpr char const* kExamples =
-   "Examples:\n"
-   "  mcastvpn-agent run examples/leaf-pair.jsonc          what this leaf would "
-   "publish\n"
-   "  mcastvpn-agent run --json examples/leaf-pair.jsonc   the same for a program\n"
-   "  mcastvpn-agent replay --state examples/minimal.jsonc examples/story.jsonl\n"
-   "                                                       each change, and what it "
-   "does\n"
-   "  mcastvpn-agent help replay                           everything about a command\n"
-   "\n"
-   "Results go to standard output, everything else to standard error.\n"
-   "Exit status: 0 fine; 1 a test did not hold; 2 bad usage or bad input.";
-
-constexpr char const* kRunFooter =
-   "STATE is one JSON document (comments are allowed; what is left out stands with "
-   "its\n"
-   "default):\n"
-   "\n"
-   "  { \"mcastEvpnConfig\": { \"transitVrf\": [\"red\"] },\n"
-   "    \"vtiStatusDir\": { \"vtiStatus\": { \"Vxlan1\": {\n"
-   "      \"localVtepAddr\": \"10.0.0.1\", \"mlagVtepAddr\": \"10.0.0.100\",\n"
-   "      \"vrfToSBDVlan\": { \"red\": 10 } } } },\n"
-   "    \"mlagStatus\": { \"mlagState\": \"active\" } }\n"
-   "\n"
-   "Outputs that STATE holds are what an earlier run left behind.";
-
-constexpr char const* kReplayFooter =
-   "EVENTS holds one JSON value a line; blank lines and lines that start with # are\n"
-   "skipped:\n"
-   "\n"
-   "  {\"op\":\"add\",\"path\":\"/mcastEvpnConfig/transitVrf/red\",\"value\":{}}\n"
-   "  {\"op\":\"test\",\"path\":\"/transitIntfColl/intf/Vlan10/ipAddr\","
-   "\"value\":\"10.0.0.1\"}\n"
-   "  {\"host\":\"restart\"}\n"
-   "\n"
-   "Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain,\n"
-   "slice (with \"count\"), stop, start, restart, flag (with \"want\" and \"value\").\n"
-   "Each change of the outputs is printed as one JSON Patch operation, in the order "
-   "in\n"
-   "which things happen.";
 
 // A command that is part of the interface and comes with a later version.
 struct Later {
@@ -85,69 +29,6 @@ constexpr std::array kLater = {
 
 [[noreturn]] void notInThisBuild(std::string const& what) {
    throw CLI::ValidationError(what, "not in this build");
-}
-
-// What stands there and what is allowed, as all messages say it.
-std::string refusal(std::string const& text, std::string const& allowed) {
-   return quote(text) + " stands here; allowed is " + allowed;
-}
-
-CLI::Validator oneOf(std::vector<std::string> choices) {
-   return CLI::Validator(
-      [choices = std::move(choices)](std::string const& text) {
-         std::string allowed;
-         for (auto const& choice : choices) {
-            if (choice == text) {
-               return std::string();
-            }
-            allowed += (allowed.empty() ? "" : ", ") + choice;
-         }
-         return refusal(text, "one of " + allowed);
-      },
-      "");
-}
-
-std::optional<uint32_t> numberOf(std::string const& text) {
-   try {
-      return Zin::decimalFromText<uint32_t>(text);
-   } catch (std::logic_error const&) {
-      return std::nullopt;
-   }
-}
-
-CLI::Validator numberFrom(uint32_t least) {
-   return CLI::Validator(
-      [least](std::string const& text) {
-         return numberOf(text).value_or(0) >= least && numberOf(text)
-                   ? std::string()
-                   : refusal(text,
-                             "a number from " + std::to_string(least) + " to " +
-                                std::to_string(std::numeric_limits<uint32_t>::max()));
-      },
-      "");
-}
-
-std::string checkFile(std::string const& text) {
-   return text.empty() ? refusal(text, "the name of a file, or - for standard input")
-                       : std::string();
-}
-
-std::string checkToggle(std::string const& text) {
-   bool const known = text.starts_with(kTogglePrefix);
-   auto const state = known ? text.substr(kTogglePrefix.size()) : std::string();
-   if (state != "on" && state != "off") {
-      return refusal(text, "McastVpnTransitMlag=on or McastVpnTransitMlag=off");
-   }
-   return {};
-}
-
-std::string checkTrace(std::string const& text) {
-   try {
-      Pelk::TraceLevels::fromText(text);
-      return {};
-   } catch (std::invalid_argument const& error) {
-      return error.what();
-   }
 }
 
 class Parser {
@@ -176,14 +57,14 @@ class Parser {
             return {options_, status_};
          }
          std::cerr << app_.help();
-         return {options_, kBadUsage};
+         return {options_, kBadInput};
       } catch (CLI::ParseError const& error) {
          if (error.get_exit_code() == 0) {
             return {options_, app_.exit(error)};
          }
          std::cerr << "mcastvpn-agent: " << Pelk::printable(messageOf(error)) << "\n"
                    << "Try \"mcastvpn-agent " << helpOnCommand() << "\".\n";
-         return {options_, kBadUsage};
+         return {options_, kBadInput};
       }
    }
 
@@ -283,8 +164,9 @@ class Parser {
          ->check(CLI::Validator(checkFile, ""));
       command.add_flag("--unchecked", unchecked_,
                        "let through every value that the C++ types can hold");
-      command.add_flag("--verify", verify_,
-                       "compare with the plain rule (not in this build)");
+      command.add_flag(
+         "--verify", verify_,
+         "compare the outputs with the plain rule whenever the machine is idle");
    }
 
    // What the options say together.
@@ -301,9 +183,7 @@ class Parser {
       if (watch_) {
          notInThisBuild("--watch");
       }
-      if (verify_) {
-         notInThisBuild("--verify");
-      }
+      options_.verify = verify_;
       if (!trace_.empty()) {
          options_.trace = Pelk::TraceLevels::fromText(trace_);
       }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/Document.h"
+#include "agent/verify/PathDependence.h"
 #include "lidra/AddressFamily.h"
 #include "pelk/TraceLevels.h"
 
@@ -19,12 +20,14 @@ struct Options {
    std::string state;  // the state document; empty for none
    std::string events; // of replay; "-" is standard input
 
+   Verify::Machine machine = Verify::Machine::reactor;
    Lidra::AddressFamily af = Lidra::AddressFamily::ipv4;
    std::optional<uint32_t> seed;
    Pelk::TraceLevels trace;
    std::vector<std::string> toggles; // NAME=on or NAME=off, checked
    std::string toggleFile;
    bool json = false;
+   bool verify = false;
    Checks checks = Checks::plausible;
 };
 

@@ -11,14 +11,13 @@ using nlohmann::json;
 
 // What an earlier operation of the line made the machine remove is left alone.
 bool isGone(Place const& place) {
-   return place.kind != Place::Kind::document && !entityAt(place);
+   return !entityAt(place);
 }
 
-void removeAt(State& state, Place const& place) {
+void removeAt(Place const& place) {
    switch (place.kind) {
       case Place::Kind::document:
-         state.assign(state.canonical(json::object(), Checks::plausible));
-         break;
+         break; // has no one place
       case Place::Kind::entity:
          assign(*entityAt(place), canonicalEntity(place.entityType(), json::object(),
                                                   place.pointer, Checks::plausible));
@@ -32,11 +31,10 @@ void removeAt(State& state, Place const& place) {
    }
 }
 
-void writeAt(State& state, Place const& place, json const& value) {
+void writeAt(Place const& place, json const& value) {
    switch (place.kind) {
       case Place::Kind::document:
-         state.assign(value);
-         break;
+         break; // has no one place
       case Place::Kind::entity:
          assign(*entityAt(place), value);
          break;
@@ -65,32 +63,44 @@ Pelk::Ptr<Pelk::Entity> entityAt(Place const& place) {
 Patch::Patch(State& state, json const& operations, Checks checks)
    : state_(&state), operations_(parsePatch(state, operations, checks)) {}
 
-size_t Patch::apply(std::function<void(FailedTest const&)> const& failed) const {
+size_t Patch::apply(Observer& observer) const {
    size_t tests = 0;
    for (auto const& operation : operations_) {
-      auto const& place = operation.place;
-      if (operation.kind != Operation::Kind::test && isGone(place)) {
-         continue;
-      }
-      switch (operation.kind) {
-         case Operation::Kind::add:
-         case Operation::Kind::replace:
-            writeAt(*state_, place, operation.value);
-            break;
-         case Operation::Kind::remove:
-            removeAt(*state_, place);
-            break;
-         case Operation::Kind::test: {
-            ++tests;
-            auto const have = valueAt(*state_, place);
-            if (!have || *have != operation.value) {
-               failed({place.pointer, operation.value, have.value_or(json())});
-            }
-            break;
+      if (operation.kind == Operation::Kind::test) {
+         ++tests;
+         test(operation, observer);
+      } else if (operation.place.kind == Place::Kind::document) {
+         writeAll(operation, observer);
+      } else if (!isGone(operation.place)) {
+         observer.writing(operation.place.root->isOutput);
+         if (operation.kind == Operation::Kind::remove) {
+            removeAt(operation.place);
+         } else {
+            writeAt(operation.place, operation.value);
          }
+         observer.written();
       }
    }
    return tests;
+}
+
+void Patch::test(Operation const& operation, Observer& observer) const {
+   auto const have = valueAt(*state_, operation.place);
+   if (!have || *have != operation.value) {
+      observer.failed(
+         {operation.place.pointer, operation.value, have.value_or(json())});
+   }
+}
+
+void Patch::writeAll(Operation const& operation, Observer& observer) const {
+   auto const document = operation.kind == Operation::Kind::remove
+                            ? state_->canonical(json::object(), Checks::plausible)
+                            : operation.value;
+   for (auto const& member : state_->members()) {
+      observer.writing(member.isOutput);
+      assign(*member.entity, document.at(std::string(member.name)));
+      observer.written();
+   }
 }
 
 std::optional<json> valueAt(State const& state, Place const& place) {

@@ -5,7 +5,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <functional>
 #include <vector>
 
 // JSON Patch (RFC 6902) as entity mutations.
@@ -53,11 +52,26 @@ class Patch {
    // leads to what is wrong, in the state or, for a malformed operation, in the patch.
    Patch(State& state, nlohmann::json const& operations, Checks checks);
 
-   // Carries the operations out, in order. Calls failed for each test that does not
-   // hold; the others are carried out all the same. Returns the number of tests.
-   size_t apply(std::function<void(FailedTest const&)> const& failed) const;
+   // Told what happens while a patch is carried out.
+   class Observer {
+    public:
+      virtual void failed(FailedTest const& test) = 0;
+      // Around each write, to an output or to an input.
+      virtual void writing(bool toOutput) = 0;
+      virtual void written() = 0;
+
+    protected:
+      ~Observer() = default;
+   };
+
+   // Carries the operations out, in order; those after a test that does not hold, all
+   // the same. Returns the number of tests.
+   size_t apply(Observer& observer) const;
 
  private:
+   void test(Operation const& operation, Observer& observer) const;
+   void writeAll(Operation const& operation, Observer& observer) const;
+
    State* state_;
    std::vector<Operation> operations_;
 };

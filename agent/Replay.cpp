@@ -1,6 +1,7 @@
 #include "agent/Replay.h"
 
 #include "agent/BadInput.h"
+#include "agent/ExitStatus.h"
 #include "agent/Host.h"
 #include "agent/JsonText.h"
 #include "agent/Patch.h"
@@ -60,7 +61,7 @@ class EventLines {
    Line const* next_ = nullptr;
 };
 
-class Player {
+class Player final : private Patch::Observer {
  public:
    explicit Player(Options const& options)
       : options_(options), lines_(options.events), host_(options) {}
@@ -74,7 +75,7 @@ class Player {
       if (!beginsStopped()) {
          records.write({{"line", 0}});
          host_.start();
-         slices_ += host_.drain();
+         afterwards(0);
       }
       for (bool isFirst = true; auto const* line = lines_.peek(); isFirst = false) {
          play(*line, isFirst);
@@ -85,9 +86,10 @@ class Player {
          }
       }
       host_.stop();
+      size_t const errors = host_.verified();
       records.write(
          {{"end", {{"slices", slices_}, {"tests", tests_}, {"failed", failed_}}}});
-      return failed_ == 0 ? 0 : 1;
+      return errors != 0 ? kDisagrees : failed_ != 0 ? kTestFailed : kFine;
    }
 
  private:
@@ -110,13 +112,19 @@ class Player {
          } else {
             Patch const patch(host_.state(), event, options_.checks);
             records_->write({{"line", line.number}});
-            tests_ += patch.apply(
-               [&](FailedTest const& test) { reportFailure(line.number, test); });
+            line_ = line.number;
+            tests_ += patch.apply(*this);
          }
       } catch (BadInput const& error) {
          throw InputError(location(options_.events, line.number) + error.what());
       }
+      afterwards(line.number);
+   }
+
+   // What follows every line.
+   void afterwards(size_t line) {
       slices_ += host_.drain();
+      host_.verify(location(options_.events, line));
    }
 
    // The name of the host line; BadInput if it cannot be done.
@@ -169,10 +177,12 @@ class Player {
       }
    }
 
-   void reportFailure(size_t line, FailedTest const& test) {
+   void writing(bool toOutput) override { host_.byAnotherWriterIs(toOutput); }
+   void written() override { host_.byAnotherWriterIs(false); }
+   void failed(FailedTest const& test) override {
       ++failed_;
       records_->write({{"test", "failed"},
-                       {"line", line},
+                       {"line", line_},
                        {"path", test.pointer.to_string()},
                        {"want", test.want},
                        {"have", test.have}});
@@ -182,6 +192,7 @@ class Player {
    EventLines lines_;
    Host host_;
    Records* records_ = nullptr;
+   size_t line_ = 0; // that is being played
    uint64_t slices_ = 0;
    uint64_t tests_ = 0;
    uint64_t failed_ = 0;

@@ -1,5 +1,7 @@
 #include "agent/Run.h"
 
+#include "agent/BadInput.h"
+#include "agent/ExitStatus.h"
 #include "agent/Host.h"
 #include "agent/OutputTable.h"
 #include "agent/Terminal.h"
@@ -21,9 +23,10 @@ int run(Options const& options) {
    host.loadState();
    host.start();
    host.drain();
+   host.verify(location(options.state, 0));
    print(options.json ? host.state().outputsToJson().dump(2) + '\n'
                       : outputTable(host.state(), options, mayDecorate(stdout)));
-   return 0;
+   return host.verified() == 0 ? kFine : kDisagrees;
 }
 
 } // namespace Agent

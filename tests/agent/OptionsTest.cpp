@@ -156,7 +156,6 @@ INSTANTIATE_TEST_SUITE_P(
                "--sm dataflow: not in this build"},
       BadUsage{"Both", {"replay", "--sm", "both", "x"}, "--sm both: not in this build"},
       BadUsage{"Watch", {"run", "--watch", "x"}, "--watch: not in this build"},
-      BadUsage{"Verify", {"run", "--verify", "x"}, "--verify: not in this build"},
       BadUsage{"Explain", {"explain", "x"}, "explain: not in this build"},
       BadUsage{"Plan", {"plan", "x"}, "plan: not in this build"},
       BadUsage{"Compare", {"compare", "x"}, "compare: not in this build"},

@@ -31,11 +31,19 @@ class PatchOf : public testing::Test {
 
    std::vector<FailedTest> apply(json const& patch, Checks checks = Checks::plausible) {
       operations_.clear();
-      std::vector<FailedTest> failed;
-      Patch(state_, patch, checks).apply([&](FailedTest const& test) {
-         failed.push_back(test);
-      });
-      return failed;
+      struct Failures final : Patch::Observer {
+         void failed(FailedTest const& test) override { tests.push_back(test); }
+         void writing(bool toOutput) override {
+            writes += toOutput ? "output" : "input";
+         }
+         void written() override { writes += ';'; }
+
+         std::vector<FailedTest> tests;
+         std::string writes;
+      } failures;
+      Patch(state_, patch, checks).apply(failures);
+      writes_ = failures.writes;
+      return failures.tests;
    }
    void apply(char const* patch) { apply(json::parse(patch)); }
 
@@ -44,6 +52,7 @@ class PatchOf : public testing::Test {
    }
 
    State state_;
+   std::string writes_; // of the last patch
    std::vector<std::unique_ptr<OutputRecorder>> recorders_;
    std::vector<json> operations_;
 };
@@ -56,6 +65,15 @@ json removal(std::string const& path) {
 }
 
 } // namespace
+
+TEST_F(PatchOf, EntitiesSaysBeforeEachWriteWhetherItIsToAnOutput) {
+   apply(R"([{"op":"replace","path":"/mlagStatus/mlagState","value":3},
+             {"op":"test","path":"/mlagStatus/mlagState","value":3},
+             {"op":"add","path":"/transitIntfColl/intf/Vlan10","value":{}}])");
+   EXPECT_EQ(writes_, "input;output;");
+   apply(R"({"op":"remove","path":""})");
+   EXPECT_EQ(writes_, "input;input;input;input;output;output;");
+}
 
 TEST_F(PatchOf, AMemberOfASetAddsAndRemovesIt) {
    apply(R"({"op":"add","path":"/mcastEvpnConfig/transitVrf/a~1b~0c","value":{}})");

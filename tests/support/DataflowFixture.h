@@ -6,9 +6,9 @@
 #include "McastVpnLib/TransitIntfSm/inputs/MlagStatusSm3.h"
 #include "McastVpnLib/TransitIntfSm/inputs/PegVlanStatusSm4.h"
 #include "McastVpnLib/TransitIntfSm/inputs/VtiStatusDirSm1.h"
-#include "support/DataflowRule.h"
+#include "agent/verify/DataflowRule.h"
+#include "agent/verify/PathDependence.h"
 #include "support/EventLog.h"
-#include "support/PathDependence.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,6 +21,10 @@ namespace Support {
 using Irb::Multicast::Evpn::TransitIntfColl;
 using Irb::Multicast::Evpn::TransitIntfSm;
 using Irb::Multicast::Gmp::MembershipJoinStatus;
+using Verify::complaints;
+using Verify::intfKey;
+using Verify::joinKey;
+namespace Path = Verify::Path;
 
 inline constexpr auto kIpv4 = Lidra::AddressFamily::ipv4;
 inline constexpr auto kIpv6 = Lidra::AddressFamily::ipv6;
@@ -102,15 +106,15 @@ class DataflowTest : public testing::Test {
       peg->pegVlanIs(vlanId);
    }
 
-   OutputSnapshot outputs() const { return snapshotOf(*coll, *joins); }
-   OutputSnapshot rule() const {
-      return DataflowRule{sm->addressFamily()}(*config, *dir, *mlag, *peg);
+   Verify::Outputs outputs() const { return Verify::outputsOf(*coll, *joins); }
+   Verify::Outputs rule() const {
+      return Verify::dataflowOutputs({config, dir, mlag, peg}, sm->addressFamily());
    }
    void expectRule() const {
       EXPECT_TRUE(sm->ready());
       EXPECT_THAT(complaints(rule(), outputs(), excuses), testing::IsEmpty());
    }
-   void excuse(std::string const& output, PathDependence const& why) {
+   void excuse(std::string const& output, Verify::PathDependence const& why) {
       excuses.insert_or_assign(output, why);
    }
 
@@ -162,7 +166,7 @@ class DataflowTest : public testing::Test {
    Vorn::SmControl control;
    Pelk::Ptr<TransitIntfSm> sm;
    EventLog log;
-   Excuses excuses;
+   Verify::Excuses excuses;
 };
 
 } // namespace Support

@@ -2,9 +2,9 @@
 
 #include "McastVpnLib/McastVpnLib.h"
 #include "McastVpnLib/McastVpnTransitSm/TransitSm.h"
+#include "agent/verify/PathDependence.h"
+#include "agent/verify/ReactorRule.h"
 #include "support/EventLog.h"
-#include "support/PathDependence.h"
-#include "support/ReferenceRule.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,6 +15,10 @@ namespace Support {
 
 using Irb::Multicast::Evpn::TransitIntfColl;
 using Irb::Multicast::Evpn::TransitSm;
+using Verify::complaints;
+using Verify::intfKey;
+using Verify::joinKey;
+namespace Path = Verify::Path;
 
 inline constexpr auto kIpv4 = Lidra::AddressFamily::ipv4;
 inline constexpr auto kIpv6 = Lidra::AddressFamily::ipv6;
@@ -87,15 +91,19 @@ class TransitTest : public testing::Test {
       return made;
    }
 
-   OutputSnapshot outputs() const { return snapshotOf(*coll, *joins); }
-   OutputSnapshot reference() const {
-      return ReferenceRule{sm->af(), joinsEnabled}(*config, sm->vtiStatusDir().get(),
-                                                   *mlag);
+   Verify::Outputs outputs() const { return Verify::outputsOf(*coll, *joins); }
+   // Of the inputs of now, which need not be those of a reactor.
+   Verify::Outputs referenceOf(Lidra::AddressFamily af = kIpv4) const {
+      return Verify::reactorOutputs({config, dir, mlag, nullptr}, af, joinsEnabled);
+   }
+   Verify::Outputs reference() const {
+      return Verify::reactorOutputs({config, sm->vtiStatusDir(), mlag, nullptr},
+                                    sm->af(), joinsEnabled);
    }
    void expectReference() const {
       EXPECT_THAT(complaints(reference(), outputs(), excuses), testing::IsEmpty());
    }
-   void excuse(std::string const& output, PathDependence const& why) {
+   void excuse(std::string const& output, Verify::PathDependence const& why) {
       excuses.insert_or_assign(output, why);
    }
 
@@ -187,7 +195,7 @@ class TransitTest : public testing::Test {
       Pelk::makePtr<Irb::Multicast::Gmp::MembershipJoinStatus>();
    Pelk::Ptr<TransitSm> sm;
    EventLog log;
-   Excuses excuses;
+   Verify::Excuses excuses;
    bool joinsEnabled = true;
 };
 

@@ -1,8 +1,8 @@
 #include "McastVpnLib/McastVpnLib.h"
 #include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
-#include "support/DataflowRule.h"
+#include "agent/verify/DataflowRule.h"
+#include "agent/verify/PathDependence.h"
 #include "support/EventLog.h"
-#include "support/PathDependence.h"
 #include "support/RandomDataflow.h"
 #include "zin/Hash.h"
 
@@ -37,10 +37,11 @@ struct Machine {
          joins, inputs.peg, control);
    }
 
-   OutputSnapshot outputs() const { return snapshotOf(*coll, *joins); }
+   Verify::Outputs outputs() const { return Verify::outputsOf(*coll, *joins); }
    std::vector<std::string> wrong() const {
-      return complaints(
-         DataflowRule{}(*inputs.config, *inputs.dir, *inputs.mlag, *inputs.peg),
+      return Verify::complaints(
+         Verify::dataflowOutputs({inputs.config, inputs.dir, inputs.mlag, inputs.peg},
+                                 Lidra::AddressFamily::ipv4),
          outputs());
    }
 

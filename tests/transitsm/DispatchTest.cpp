@@ -218,29 +218,25 @@ TEST_F(TransitSmDropped, FromAConfigurationChangeTheHandlerEndsItsWork) {
    startQuietly();
    dropAtNext();
    transit("red");
-   EXPECT_THAT(complaints(ReferenceRule{}(*config, dir.get(), *mlag), outputs()),
-               IsEmpty());
+   EXPECT_THAT(complaints(referenceOf(), outputs()), IsEmpty());
 }
 
 TEST_F(TransitSmDropped, FromAnMlagChangeTheHandlerEndsItsWork) {
    twoVlansThenDrop();
    mlagIs(4);
-   EXPECT_THAT(complaints(ReferenceRule{}(*config, dir.get(), *mlag), outputs()),
-               IsEmpty());
+   EXPECT_THAT(complaints(referenceOf(), outputs()), IsEmpty());
 }
 
 TEST_F(TransitSmDropped, FromAMappingChangeTheHandlerEndsItsWork) {
    twoVlansThenDrop();
    map("red", 30);
-   EXPECT_THAT(complaints(ReferenceRule{}(*config, dir.get(), *mlag), outputs()),
-               IsEmpty());
+   EXPECT_THAT(complaints(referenceOf(), outputs()), IsEmpty());
 }
 
 TEST_F(TransitSmDropped, FromAnAddressChangeTheHandlerEndsItsWork) {
    twoVlansThenDrop();
    status->localVtepAddrIs(Lidra::IpAddr("10.0.0.2"));
-   EXPECT_THAT(complaints(ReferenceRule{}(*config, dir.get(), *mlag), outputs()),
-               IsEmpty());
+   EXPECT_THAT(complaints(referenceOf(), outputs()), IsEmpty());
 }
 
 TEST_F(TransitSmDropped, FromAStatusChangeNoFurtherHandlerIsCalled) {
@@ -274,8 +270,7 @@ TEST_F(TransitSmDropped, AnAddressDropStopsBeforeTheSecondAddressCall) {
    next->vrfToSBDVlanIs("blue", 20);
    dir->vtiStatusIs(next);
    EXPECT_EQ(count(log.take(), addressChanged()), 1u);
-   EXPECT_THAT(complaints(ReferenceRule{}(*config, dir.get(), *mlag), outputs()),
-               IsEmpty());
+   EXPECT_THAT(complaints(referenceOf(), outputs()), IsEmpty());
 }
 
 TEST_F(TransitSmDropped, TheInputsMayGoWithIt) {

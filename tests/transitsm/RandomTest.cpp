@@ -68,8 +68,7 @@ TEST_P(TransitSmAtRandom, AStartInTheMiddleFindsTheSameOutputs) {
       auto const ownJoins = Pelk::makePtr<Irb::Multicast::Gmp::MembershipJoinStatus>();
       auto const machine = Irb::Multicast::Evpn::transitSmFactory(
          kIpv4, config, dir, mlag, ownColl, ownJoins);
-      ASSERT_THAT(complaints(ReferenceRule{}(*config, dir.get(), *mlag),
-                             snapshotOf(*ownColl, *ownJoins)),
+      ASSERT_THAT(complaints(referenceOf(), Verify::outputsOf(*ownColl, *ownJoins)),
                   IsEmpty());
    }
 }

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Checks of single option values. Each gives the message of what stands there and what
+// is allowed, or an empty text.
+namespace Agent {
+
+// What stands there and what is allowed, as all messages say it.
+std::string refusal(std::string const& text, std::string const& allowed);
+
+CLI::Validator oneOf(std::vector<std::string> choices);
+CLI::Validator numberFrom(uint32_t least);
+std::optional<uint32_t> numberOf(std::string const& text);
+
+std::string checkFile(std::string const& text);
+std::string checkToggle(std::string const& text);
+std::string checkTrace(std::string const& text);
+
+} // namespace Agent

@@ -1,0 +1,54 @@
+#pragma once
+
+// What the help says besides the options.
+namespace Agent {
+
+inline constexpr char const* kDescription =
+   "Computes the transit interfaces of EVPN multicast over VXLAN: for each SBD VLAN "
+   "of\n"
+   "a transit VRF the routed VLAN interface, the VTEP address that multicast is "
+   "sourced\n"
+   "from, and the wildcard join that makes the switch forward there.\n";
+
+inline constexpr char const* kExamples =
+   "Examples:\n"
+   "  mcastvpn-agent run examples/leaf-pair.jsonc          what this leaf would "
+   "publish\n"
+   "  mcastvpn-agent run --json examples/leaf-pair.jsonc   the same for a program\n"
+   "  mcastvpn-agent replay --state examples/minimal.jsonc examples/story.jsonl\n"
+   "                                                       each change, and what it "
+   "does\n"
+   "  mcastvpn-agent help replay                           everything about a command\n"
+   "\n"
+   "Results go to standard output, everything else to standard error.\n"
+   "Exit status: 0 fine; 1 a test did not hold; 2 bad usage or bad input.";
+
+inline constexpr char const* kRunFooter =
+   "STATE is one JSON document (comments are allowed; what is left out stands with "
+   "its\n"
+   "default):\n"
+   "\n"
+   "  { \"mcastEvpnConfig\": { \"transitVrf\": [\"red\"] },\n"
+   "    \"vtiStatusDir\": { \"vtiStatus\": { \"Vxlan1\": {\n"
+   "      \"localVtepAddr\": \"10.0.0.1\", \"mlagVtepAddr\": \"10.0.0.100\",\n"
+   "      \"vrfToSBDVlan\": { \"red\": 10 } } } },\n"
+   "    \"mlagStatus\": { \"mlagState\": \"active\" } }\n"
+   "\n"
+   "Outputs that STATE holds are what an earlier run left behind.";
+
+inline constexpr char const* kReplayFooter =
+   "EVENTS holds one JSON value a line; blank lines and lines that start with # are\n"
+   "skipped:\n"
+   "\n"
+   "  {\"op\":\"add\",\"path\":\"/mcastEvpnConfig/transitVrf/red\",\"value\":{}}\n"
+   "  {\"op\":\"test\",\"path\":\"/transitIntfColl/intf/Vlan10/ipAddr\","
+   "\"value\":\"10.0.0.1\"}\n"
+   "  {\"host\":\"restart\"}\n"
+   "\n"
+   "Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain,\n"
+   "slice (with \"count\"), stop, start, restart, flag (with \"want\" and \"value\").\n"
+   "Each change of the outputs is printed as one JSON Patch operation, in the order "
+   "in\n"
+   "which things happen.";
+
+} // namespace Agent

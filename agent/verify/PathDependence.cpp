@@ -1,0 +1,32 @@
+#include "agent/verify/PathDependence.h"
+
+namespace Verify {
+
+std::string standsAt(Outputs const& outputs, std::string const& key) {
+   auto const found = outputs.find(key);
+   return found == outputs.end() ? std::string("nothing") : found->second;
+}
+
+std::vector<std::string> complaints(Outputs const& expected, Outputs const& actual,
+                                    Excuses const& excuses) {
+   Outputs keys = expected;
+   keys.insert(actual.begin(), actual.end());
+   for (auto const& [key, why] : excuses) {
+      keys.emplace(key, "");
+   }
+   std::vector<std::string> found;
+   for (auto const& [key, text] : keys) {
+      auto const should = standsAt(expected, key);
+      auto const is = standsAt(actual, key);
+      auto const excuse = excuses.find(key);
+      if (should != is && excuse == excuses.end()) {
+         found.push_back(key + ": " + is + " in place of " + should);
+      } else if (should == is && excuse != excuses.end()) {
+         found.push_back(key + ": needs no excuse of " +
+                         std::string(excuse->second.name));
+      }
+   }
+   return found;
+}
+
+} // namespace Verify

@@ -1,0 +1,150 @@
+#include "agent/verify/Verifier.h"
+
+#include "agent/verify/DataflowRule.h"
+#include "agent/verify/ReactorRule.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Verify {
+
+namespace {
+
+constexpr char const* kNothing = "nothing";
+
+bool isJoin(std::string const& key) {
+   return key.starts_with("join ");
+}
+
+bool contains(std::string const& text, std::string const& part) {
+   return text.find(part) != std::string::npos;
+}
+
+} // namespace
+
+Verifier::Verifier(Subject subject)
+   : subject_(std::move(subject)),
+     subscription_(
+        Pelk::Subscription<Verifier, Vxlan::VtiStatusDir>::of<&Verifier::statusChanged>(
+           this)) {}
+
+Outputs Verifier::expected() const {
+   return subject_.machine == Machine::reactor
+             ? reactorOutputs(subject_.inputs, subject_.af, subject_.joinsEnabled)
+             : dataflowOutputs(subject_.inputs, subject_.af);
+}
+
+void Verifier::starting() {
+   status_ = vxlan1Of(subject_.inputs);
+   subscription_.sourceIs(subject_.inputs.dir);
+   marks_.clear();
+   markStart();
+}
+
+void Verifier::stopped() {
+   subscription_.sourceIs(nullptr);
+   status_ = nullptr;
+}
+
+void Verifier::markStart() {
+   auto const outputs = outputsOf(*subject_.coll, *subject_.joins);
+   if (subject_.machine == Machine::dataflow) {
+      auto const whole =
+         outputsOf(*subject_.coll, *subject_.joins, EmptyLevels::leftOut);
+      for (auto const& [key, text] : outputs) {
+         if (standsAt(whole, key) != text) {
+            marks_[key] = kEmpty;
+         }
+      }
+      return;
+   }
+   for (auto const& [key, text] : outputs) {
+      bool const isWritten = subject_.af == Lidra::AddressFamily::ipv4 &&
+                             (subject_.joinsEnabled || !isJoin(key));
+      marks_[key] = kStood | (isWritten && isMapped(key) ? 0U : kNotStarted);
+   }
+}
+
+void Verifier::statusChanged(Pelk::Publisher*, Pelk::Subscriber*, int16_t attributeId,
+                             void const*, void const*) noexcept {
+   auto const status = vxlan1Of(subject_.inputs);
+   if (attributeId != Vxlan::VtiStatusDir::kVtiStatus || status == status_) {
+      return;
+   }
+   if (!status && subject_.machine == Machine::dataflow) {
+      for (auto const& mapped : status_->vrfToSBDVlan()) {
+         marks_[intfKey("Vlan" + std::to_string(mapped.value().value()))] |= kGone;
+      }
+   }
+   status_ = status;
+}
+
+// Whether the status of "Vxlan1" maps a VRF to the VLAN that the key names.
+bool Verifier::isMapped(std::string const& key) const {
+   return status_ &&
+          std::ranges::any_of(status_->vrfToSBDVlan(), [&](auto const& mapped) {
+             auto const vlanId = mapped.value().value();
+             return vlanId != 0 && (key == joinKey(vlanId) ||
+                                    key == intfKey("Vlan" + std::to_string(vlanId)));
+          });
+}
+
+PathDependence const* Verifier::reactorExcuseOf(Difference const& difference,
+                                                unsigned marks) const {
+   if (difference.should == kNothing) {
+      return (marks & (kNotStarted | kWritten)) != 0 ? &Path::kForeignEntry : nullptr;
+   }
+   if (isJoin(difference.key) && contains(difference.is, difference.should)) {
+      return (marks & (kStood | kWritten)) != 0 ? &Path::kForeignLeaf : nullptr;
+   }
+   return (marks & kWritten) != 0 ? &Path::kTakenAway : nullptr;
+}
+
+PathDependence const* Verifier::excuseOf(Difference const& difference, unsigned marks,
+                                         Outputs const& withoutEmpty) const {
+   if (subject_.machine == Machine::reactor) {
+      return reactorExcuseOf(difference, marks);
+   }
+   if ((marks & kEmpty) != 0 &&
+       standsAt(withoutEmpty, difference.key) == difference.should) {
+      return &Path::kEmptyLevel;
+   }
+   if ((marks & kGone) != 0 && difference.should == kNothing &&
+       !isMapped(difference.key)) {
+      return &Path::kStatusGone;
+   }
+   if ((marks & kWritten) == 0) {
+      return nullptr;
+   }
+   bool const isMore =
+      difference.should == kNothing ||
+      (isJoin(difference.key) && contains(difference.is, difference.should));
+   return isMore ? &Path::kLateEntry : &Path::kTakenAway;
+}
+
+std::vector<Difference> Verifier::differences() {
+   auto const should = expected();
+   auto const is = outputsOf(*subject_.coll, *subject_.joins);
+   auto const withoutEmpty =
+      outputsOf(*subject_.coll, *subject_.joins, EmptyLevels::leftOut);
+   Outputs keys = should;
+   keys.insert(is.begin(), is.end());
+   std::vector<Difference> found;
+   decltype(marks_) marks;
+   for (auto const& [key, text] : keys) {
+      Difference difference{key, standsAt(should, key), standsAt(is, key), nullptr};
+      if (difference.should == difference.is) {
+         continue;
+      }
+      auto const marked = marks_.find(key);
+      if (marked != marks_.end()) {
+         marks.insert(*marked);
+         difference.excuse = excuseOf(difference, marked->second, withoutEmpty);
+      }
+      found.push_back(std::move(difference));
+   }
+   marks_ = std::move(marks);
+   return found;
+}
+
+} // namespace Verify
