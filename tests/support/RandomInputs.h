@@ -2,6 +2,7 @@
 
 #include "mlag/Status.h"
 #include "routing/MulticastEvpnConfig.h"
+#include "routing/PegVlanStatus.h"
 #include "vxlan/VtiStatusDir.h"
 
 #include <functional>
@@ -16,13 +17,37 @@ class RandomInputs {
  public:
    using Dir = Pelk::Ptr<Vxlan::VtiStatusDir>;
 
-   // replace(dir) hands the machine another directory; null is none.
+   // Of the reactor. replace(dir) hands the machine another directory; null is none.
    RandomInputs(uint32_t seed, Routing::Multicast::Evpn::Config& config,
                 Mlag::Status& mlag, Dir dir, std::function<void(Dir const&)> replace)
       : random_(seed), config_(config), mlag_(mlag), dir_(std::move(dir)),
         replace_(std::move(replace)) {}
 
+   // Of the dataflow machine: it has PEG VLANs, one directory that stays, and no VRF is
+   // mapped to VLAN 0.
+   RandomInputs(uint32_t seed, Routing::Multicast::Evpn::Config& config,
+                Mlag::Status& mlag, Dir dir,
+                Routing::Multicast::PegVlanStatus& pegVlans)
+      : random_(seed), config_(config), mlag_(mlag), dir_(std::move(dir)),
+        pegVlans_(&pegVlans) {}
+
+   // Whether a status goes again once it has come; yes at first.
+   void statusMayGoIs(bool may) { statusMayGo_ = may; }
+
    bool oneIn(uint32_t n) { return below(n) == 0; }
+
+   // Makes some changes, after which the dataflow machine has work as a rule.
+   void fill() {
+      for (uint32_t left = below(12); left != 0; --left) {
+         pegVlan();
+      }
+      if (!oneIn(8)) {
+         dir_->vtiStatusIs(statusNew(Lidra::IntfId("Vxlan1")));
+      }
+      for (uint32_t left = below(30); left != 0; --left) {
+         step();
+      }
+   }
 
    // Makes one change and tells which.
    std::string step() {
@@ -44,11 +69,14 @@ class RandomInputs {
          case 6:
             if (dir_ && oneIn(2)) {
                dir_->vtiStatusIs(statusNew());
-            } else if (dir_) {
+            } else if (dir_ && statusMayGo_) {
                dir_->vtiStatusDel(intf(oneIn(3)));
             }
             return "a status comes or goes";
          case 7:
+            if (pegVlans_ != nullptr) {
+               return pegVlan();
+            }
             if (oneIn(4)) {
                dirIs();
             }
@@ -62,6 +90,9 @@ class RandomInputs {
             }
             return "address";
          case 10:
+            if (pegVlans_ != nullptr && oneIn(2)) {
+               return pegVlan();
+            }
             if (status) {
                status->vrfToSBDVlanDel(vrf);
             }
@@ -76,9 +107,19 @@ class RandomInputs {
       }
    }
 
- private:
    uint32_t below(uint32_t n) {
       return std::uniform_int_distribution<uint32_t>(0, n - 1)(random_);
+   }
+
+ private:
+   std::string pegVlan() {
+      uint16_t const vlanId = this->vlanId();
+      if (oneIn(4)) {
+         pegVlans_->pegVlanDel(vlanId);
+      } else {
+         pegVlans_->pegVlanIs(vlanId);
+      }
+      return "PEG VLAN " + std::to_string(vlanId);
    }
    static std::string text(L3::VrfName const& vrf) { return std::string(vrf.view()); }
    static Lidra::IntfId intf(bool other) {
@@ -90,14 +131,19 @@ class RandomInputs {
          "x"};
       return kNames[below(std::size(kNames))];
    }
+   // Fewer for the reactor, which lets VRFs share them.
+   uint16_t vlanId() {
+      static constexpr uint16_t kVlans[] = {1, 10, 20, 4094, 30, 40, 50, 60};
+      return kVlans[below(pegVlans_ == nullptr ? 4 : std::size(kVlans))];
+   }
    Bridging::VlanIdOrNone vlanOrNone() {
-      static constexpr uint16_t kVlans[] = {0, 1, 10, 20, 4094};
-      return kVlans[below(std::size(kVlans))];
+      return pegVlans_ == nullptr && oneIn(5) ? uint16_t{0} : vlanId();
    }
    Lidra::IpAddr addr() { return Lidra::IpAddr(0x0a000000 + below(3)); }
 
-   Pelk::Ptr<Vxlan::VtiStatus> statusNew() {
-      auto made = Pelk::makePtr<Vxlan::VtiStatus>(intf(oneIn(4)));
+   Pelk::Ptr<Vxlan::VtiStatus> statusNew() { return statusNew(intf(oneIn(4))); }
+   Pelk::Ptr<Vxlan::VtiStatus> statusNew(Lidra::IntfId intfId) {
+      auto made = Pelk::makePtr<Vxlan::VtiStatus>(intfId);
       made->localVtepAddrIs(addr());
       made->mlagVtepAddrIs(addr());
       for (uint32_t left = below(6); left != 0; --left) {
@@ -122,6 +168,8 @@ class RandomInputs {
    Mlag::Status& mlag_;
    Dir dir_;
    std::function<void(Dir const&)> replace_;
+   Routing::Multicast::PegVlanStatus* pegVlans_ = nullptr;
+   bool statusMayGo_ = true;
 };
 
 } // namespace Support
