@@ -6,9 +6,11 @@ JOBS ?= $(shell nproc)
 help: ## list what can be made
 	@sed -n 's/^\([a-z-]*\):.*## /\1\t/p' Makefile | expand -t 14
 
-demo: setup ## show what a pair of leaf switches would publish
+demo: setup ## show what a leaf switch would publish, and a day of its life
 	$(call build,release,--target mcastvpn-agent)
-	build/release/agent/mcastvpn-agent run examples/leaf-pair.jsonc
+	build/release/agent/mcastvpn-agent run --verify examples/leaf-pair.jsonc
+	build/release/agent/mcastvpn-agent replay --verify \
+	   --state examples/minimal.jsonc examples/story.jsonl
 
 test: setup ## run every test
 	$(call build,release)

@@ -2,6 +2,7 @@
 
 #include "McastVpnLib/McastVpnLib.h"
 #include "McastVpnLib/McastVpnTransitSm/TransitSm.h"
+#include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
 #include "agent/BadInput.h"
 #include "agent/JsonText.h"
 #include "pelk/Trace.h"
@@ -13,15 +14,37 @@
 
 namespace Agent {
 
+using namespace Irb::Multicast::Evpn;
+
 class Host::RunningMachine {
  public:
-   RunningMachine(Options const& options, State const& state)
-      : reactor_(Irb::Multicast::Evpn::transitSmFactory(
-           options.af, state.mcastEvpnConfig, state.vtiStatusDir, state.mlagStatus,
-           state.transitIntfColl, state.membershipJoinStatus)) {}
+   RunningMachine(Options const& options, State const& state,
+                  Pelk::Ptr<Kolm::TaskScheduler> const& scheduler) {
+      if (options.machine == Verify::Machine::reactor) {
+         reactor_ = transitSmFactory(options.af, state.mcastEvpnConfig,
+                                     state.vtiStatusDir, state.mlagStatus,
+                                     state.transitIntfColl, state.membershipJoinStatus);
+         return;
+      }
+      Vorn::SmControl control;
+      control.taskSchedulerIs(scheduler);
+      control.runModeIs(options.mode);
+      dataflow_ =
+         transitIntfSmFactory(options.af, state.mcastEvpnConfig, state.vtiStatusDir,
+                              state.mlagStatus, state.transitIntfColl,
+                              state.membershipJoinStatus, state.pegVlanStatus, control);
+   }
+
+   std::optional<Flags> flags() const {
+      if (!dataflow_) {
+         return std::nullopt;
+      }
+      return Flags{dataflow_->initialScanDone(), dataflow_->idle(), dataflow_->ready()};
+   }
 
  private:
-   Pelk::Ptr<Irb::Multicast::Evpn::TransitSm> reactor_;
+   Pelk::Ptr<TransitSm> reactor_;
+   Pelk::Ptr<TransitIntfSm> dataflow_;
 };
 
 Host::Host(Options const& options)
@@ -42,6 +65,9 @@ Host::Host(Options const& options)
                                     toggle.substr(equals + 1) == "on");
    }
    Pelk::Trace::levelsIs(options.trace);
+   if (options.sliceItems) {
+      scheduler_->shareIs(std::make_unique<Kolm::PollShare>(*options.sliceItems));
+   }
    if (options.verify) {
       verification_.emplace(options, state_);
    }
@@ -60,7 +86,7 @@ void Host::start() {
       verification_->starting();
    }
    try {
-      machine_ = std::make_unique<RunningMachine>(options_, state_);
+      machine_ = std::make_unique<RunningMachine>(options_, state_, scheduler_);
    } catch (std::out_of_range const& error) {
       throw InputError(std::string("the machine cannot be constructed: ") +
                        error.what());
@@ -76,8 +102,16 @@ void Host::stop() {
 
 void Host::verify(std::string const& where) {
    if (verification_ && isRunning() && scheduler_->pending() == 0) {
-      verification_->compare(where, "");
+      auto const flags = machine_->flags();
+      bool const isStalled = flags && !(flags->idle && flags->ready);
+      verification_->compare(
+         where,
+         isStalled ? "the machine is not ready, and has nothing left to do" : "");
    }
+}
+
+std::optional<Flags> Host::flags() const {
+   return isRunning() ? machine_->flags() : std::nullopt;
 }
 
 void Host::byAnotherWriterIs(bool is) {

@@ -15,6 +15,13 @@
 
 namespace Agent {
 
+// The flags of a dataflow machine.
+struct Flags {
+   bool initialScanDone = false;
+   bool idle = false;
+   bool ready = false;
+};
+
 // The process in which a machine runs: sets what is one for the process (seed, toggles,
 // trace), and makes and destroys the machine over a state. One in a process.
 class Host {
@@ -32,6 +39,8 @@ class Host {
    bool isRunning() const noexcept { return machine_ != nullptr; }
    // Constructs the machine. Requires that none runs.
    void start();
+   // The flags of the machine, if it is a dataflow machine.
+   std::optional<Flags> flags() const;
    // Destroys the machine; inputs and outputs stay.
    void stop();
 

@@ -1,5 +1,6 @@
 #include "agent/BadInput.h"
 #include "agent/ExitStatus.h"
+#include "agent/Graph.h"
 #include "agent/Options.h"
 #include "agent/Replay.h"
 #include "agent/Run.h"
@@ -22,8 +23,17 @@ std::terminate_handler previousHandler = nullptr;
 }
 
 int command(Agent::Options const& options) {
-   return options.command == Agent::Options::Command::run ? Agent::run(options)
-                                                          : Agent::replay(options);
+   switch (options.command) {
+      case Agent::Options::Command::run:
+         return Agent::run(options);
+      case Agent::Options::Command::replay:
+         return Agent::replay(options);
+      case Agent::Options::Command::graph:
+         return Agent::graph(options);
+      case Agent::Options::Command::none:
+         break;
+   }
+   return Agent::kFine;
 }
 
 void complain(char const* message) {

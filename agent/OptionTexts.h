@@ -21,7 +21,9 @@ inline constexpr char const* kExamples =
    "  mcastvpn-agent help replay                           everything about a command\n"
    "\n"
    "Results go to standard output, everything else to standard error.\n"
-   "Exit status: 0 fine; 1 a test did not hold; 2 bad usage or bad input.";
+   "Exit status: 0 fine; 1 a test did not hold; 2 bad usage or bad input; 3 the "
+   "machine\n"
+   "and the plain rule disagree (--verify).";
 
 inline constexpr char const* kRunFooter =
    "STATE is one JSON document (comments are allowed; what is left out stands with "
@@ -32,9 +34,17 @@ inline constexpr char const* kRunFooter =
    "    \"vtiStatusDir\": { \"vtiStatus\": { \"Vxlan1\": {\n"
    "      \"localVtepAddr\": \"10.0.0.1\", \"mlagVtepAddr\": \"10.0.0.100\",\n"
    "      \"vrfToSBDVlan\": { \"red\": 10 } } } },\n"
-   "    \"mlagStatus\": { \"mlagState\": \"active\" } }\n"
+   "    \"mlagStatus\": { \"mlagState\": \"active\" },\n"
+   "    \"pegVlanStatus\": { \"pegVlan\": [10] } }\n"
    "\n"
-   "Outputs that STATE holds are what an earlier run left behind.";
+   "Outputs that STATE holds are what an earlier run left behind: the dataflow "
+   "machine\n"
+   "keeps what is right, and removes the rest.";
+
+inline constexpr char const* kGraphFooter =
+   "Examples:\n"
+   "  mcastvpn-agent graph | dot -Tsvg >pipeline.svg      a picture, with Graphviz\n"
+   "  mcastvpn-agent graph --format mermaid               for a Markdown document";
 
 inline constexpr char const* kReplayFooter =
    "EVENTS holds one JSON value a line; blank lines and lines that start with # are\n"

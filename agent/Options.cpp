@@ -24,7 +24,6 @@ constexpr std::array kLater = {
          "each condition of the rule for every SBD VLAN (not in this build)"},
    Later{"plan", "what a start would do to the outputs (not in this build)"},
    Later{"compare", "where the two machines differ (not in this build)"},
-   Later{"graph", "the pipeline of the dataflow machine (not in this build)"},
 };
 
 [[noreturn]] void notInThisBuild(std::string const& what) {
@@ -39,6 +38,7 @@ class Parser {
       app_.require_subcommand(0, 1);
       addRun();
       addReplay();
+      addGraph();
       for (auto const& later : kLater) {
          auto* const command = app_.add_subcommand(later.name, later.description);
          command->allow_extras();
@@ -86,7 +86,7 @@ class Parser {
          return command()->get_name() + ": " +
                 refusal(first, "what \"mcastvpn-agent " + helpOnCommand() + "\" lists");
       }
-      return refusal(first, "a command: run, replay or help");
+      return refusal(first, "a command: run, replay, graph or help");
    }
 
    void addRun() {
@@ -117,28 +117,42 @@ class Parser {
          ->type_name("FILE")
          ->check(CLI::Validator(checkFile, ""));
       addCommon(*replay);
-      replay->add_flag("--manual", manual_,
-                       "tasks run only when a host line says so (dataflow)");
+      replay->add_flag("--manual", options_.manual,
+                       "tasks run only when a host line says so");
       replay->footer(kReplayFooter);
+   }
+
+   void addGraph() {
+      auto* const graph = app_.add_subcommand(
+         "graph", "print the pipeline of the dataflow machine, every edge");
+      graph->callback([this] { options_.command = Options::Command::graph; });
+      graph->add_option("--format", graphFormat_, "dot (the default) or mermaid")
+         ->check(oneOf({"dot", "mermaid"}))
+         ->type_name("FORMAT");
+      graph->footer(kGraphFooter);
    }
 
    void addCommon(CLI::App& command) {
       command
-         .add_option("--sm", machine_,
-                     "the machine: reactor (the default; dataflow and both are not in "
-                     "this build)")
+         .add_option(
+            "--sm", machine_,
+            "the machine: dataflow (the default) or reactor (both: not in this "
+            "build)")
          ->check(oneOf({"reactor", "dataflow", "both"}))
          ->type_name("NAME");
       command
          .add_option("--af", family_, "the address family: ipv4 (the default) or ipv6")
          ->check(oneOf({"ipv4", "ipv6"}))
          ->type_name("FAMILY");
-      command.add_option("--mode", mode_, "sync or async (dataflow)")
+      command
+         .add_option("--mode", mode_,
+                     "how the dataflow machine scans: sync, or async (the default)")
          ->check(oneOf({"sync", "async"}))
          ->type_name("MODE");
       command
-         .add_option("--slice-items", sliceItems_,
-                     "a task yields at every Nth item (dataflow)")
+         .add_option(
+            "--slice-items", sliceItems_,
+            "a task of the dataflow machine yields at every Nth item (by time)")
          ->check(numberFrom(1))
          ->type_name("N");
       command
@@ -171,9 +185,16 @@ class Parser {
 
    // What the options say together.
    void finish() {
-      if (machine_ != "reactor") {
+      if (machine_ == "both") {
          notInThisBuild("--sm " + machine_);
       }
+      options_.machine =
+         machine_ == "reactor" ? Verify::Machine::reactor : Verify::Machine::dataflow;
+      options_.mode =
+         mode_ == "sync" ? Vorn::RunMode::synchronous : Vorn::RunMode::asynchronous;
+      options_.sliceItems = numberOf(sliceItems_);
+      options_.graphFormat = graphFormat_ == "mermaid" ? Options::GraphFormat::mermaid
+                                                       : Options::GraphFormat::dot;
       options_.af = Lidra::addressFamilyFromText(family_);
       options_.seed = numberOf(seed_);
       if (options_.state == "-" && options_.events == "-") {
@@ -201,7 +222,8 @@ class Parser {
       auto const commands = app_.get_subcommands(
          [this](CLI::App const* each) { return each->get_name() == helpTopic_; });
       if (commands.empty()) {
-         throw CLI::ValidationError("help", refusal(helpTopic_, "run or replay"));
+         throw CLI::ValidationError("help",
+                                    refusal(helpTopic_, "run, replay or graph"));
       }
       std::cout << commands.front()->help("mcastvpn-agent");
    }
@@ -210,14 +232,14 @@ class Parser {
    Options options_;
    std::optional<int> status_;
    std::string helpTopic_;
-   std::string machine_ = "reactor";
+   std::string machine_ = "dataflow";
    std::string family_ = "ipv4";
    std::string mode_;
+   std::string graphFormat_;
    std::string seed_;
    std::string trace_;
    std::string sliceItems_;
    bool watch_ = false;
-   bool manual_ = false;
    bool verify_ = false;
    bool unchecked_ = false;
 };

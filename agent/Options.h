@@ -4,6 +4,7 @@
 #include "agent/verify/PathDependence.h"
 #include "lidra/AddressFamily.h"
 #include "pelk/TraceLevels.h"
+#include "vorn/SmControl.h"
 
 #include <cstdint>
 #include <optional>
@@ -14,13 +15,17 @@ namespace Agent {
 
 // What the command line says.
 struct Options {
-   enum class Command { none, run, replay };
+   enum class Command { none, run, replay, graph };
+   enum class GraphFormat { dot, mermaid };
 
    Command command = Command::none;
    std::string state;  // the state document; empty for none
    std::string events; // of replay; "-" is standard input
 
-   Verify::Machine machine = Verify::Machine::reactor;
+   Verify::Machine machine = Verify::Machine::dataflow;
+   Vorn::RunMode mode = Vorn::RunMode::asynchronous; // of the dataflow machine
+   std::optional<uint32_t> sliceItems;               // none: slices by time
+   bool manual = false; // tasks run only when a host line says so
    Lidra::AddressFamily af = Lidra::AddressFamily::ipv4;
    std::optional<uint32_t> seed;
    Pelk::TraceLevels trace;
@@ -29,6 +34,8 @@ struct Options {
    bool json = false;
    bool verify = false;
    Checks checks = Checks::plausible;
+
+   GraphFormat graphFormat = GraphFormat::dot;
 };
 
 // The options, or the status to end with at once, when what the command line asks for

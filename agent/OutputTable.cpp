@@ -55,12 +55,13 @@ class Report {
 
    std::string heading() const {
       auto const mlag = state_.mlagStatus->mlagState();
-      return fmt::format("Transit interfaces of {} ({}, TransitSm)\n\n"
+      return fmt::format("Transit interfaces of {} ({}, {})\n\n"
                          "  MLAG state    {} ({})\n"
                          "  VTEP address  {}\n"
                          "  Transit VRFs  {}\n\n",
-                         options_.state, options_.af, mlag, static_cast<uint32_t>(mlag),
-                         vtepAddr(), transitVrfs());
+                         options_.state, options_.af,
+                         isReactor() ? "TransitSm" : "TransitIntfSm", mlag,
+                         static_cast<uint32_t>(mlag), vtepAddr(), transitVrfs());
    }
 
    Table table() const {
@@ -72,11 +73,11 @@ class Report {
                    {"Why not"}});
       for (auto const& [vlan, row] : rows_) {
          auto const style = row.intf ? Table::Style::good : Table::Style::dim;
-         table.row(style,
-                   {std::to_string(vlan),
-                    row.intf ? row.intf->intfId().stringValue() : kNone,
-                    row.intf ? row.intf->ipAddr().stringValue() : kNone,
-                    row.hasJoin ? "(*, *) Null0" : kNone, vrfsOf(row), reason(row)});
+         table.row(style, {std::to_string(vlan),
+                           row.intf ? row.intf->intfId().stringValue() : kNone,
+                           row.intf ? row.intf->ipAddr().stringValue() : kNone,
+                           row.hasJoin ? "(*, *) Null0" : kNone, vrfsOf(row),
+                           reason(vlan, row)});
       }
       for (auto const& intf : strangers_) {
          table.row(Table::Style::plain,
@@ -195,9 +196,11 @@ class Report {
       return text.empty() ? kNone : text;
    }
 
+   bool isReactor() const { return options_.machine == Verify::Machine::reactor; }
+
    // Why the row is not what one would expect of an SBD VLAN.
-   std::string reason(Row const& row) const {
-      if (options_.af != Lidra::AddressFamily::ipv4) {
+   std::string reason(uint16_t vlanId, Row const& row) const {
+      if (isReactor() && options_.af != Lidra::AddressFamily::ipv4) {
          return row.intf || row.hasJoin
                    ? "left by others: TransitSm writes for ipv4 only"
                    : "TransitSm works for ipv4 only";
@@ -208,8 +211,14 @@ class Report {
       if (row.intf) {
          return "";
       }
+      if (!isReactor() && row.vrfs.size() > 1) {
+         return fmt::format("shared by {} VRFs", row.vrfs.size());
+      }
       if (!row.vrfs.front().isTransit) {
          return "no transit VRF";
+      }
+      if (!isReactor() && !state_.pegVlanStatus->pegVlan().contains(vlanId)) {
+         return "no PEG VLAN";
       }
       return state_.mlagStatus->mlagState() == Mlag::MlagState::withheld
                 ? "withheld by the MLAG state"

@@ -3,6 +3,7 @@
 #include "agent/BadInput.h"
 #include "agent/ExitStatus.h"
 #include "agent/Host.h"
+#include "agent/HostLine.h"
 #include "agent/JsonText.h"
 #include "agent/Patch.h"
 #include "agent/Progress.h"
@@ -20,9 +21,6 @@ namespace {
 
 using nlohmann::json;
 using nlohmann::ordered_json;
-using Pointer = json::json_pointer;
-
-constexpr char const* kHostLines = "one of drain, slice, stop, start, restart, flag";
 
 struct Line {
    size_t number; // in the file, from 1
@@ -85,14 +83,27 @@ class Player final : private Patch::Observer {
             std::fflush(stdout);
          }
       }
+      auto const end = endRecord();
       host_.stop();
       size_t const errors = host_.verified();
-      records.write(
-         {{"end", {{"slices", slices_}, {"tests", tests_}, {"failed", failed_}}}});
+      records.write({{"end", end}});
       return errors != 0 ? kDisagrees : failed_ != 0 ? kTestFailed : kFine;
    }
 
  private:
+   ordered_json endRecord() const {
+      ordered_json end;
+      if (options_.machine == Verify::Machine::dataflow) {
+         auto const flags = host_.flags().value_or(Flags{});
+         end["idle"] = flags.idle;
+         end["ready"] = flags.ready;
+      }
+      end["slices"] = slices_;
+      end["tests"] = tests_;
+      end["failed"] = failed_;
+      return end;
+   }
+
    bool beginsStopped() {
       auto const* const first = lines_.peek();
       return first != nullptr && parsed(*first) == json{{"host", "stop"}};
@@ -104,15 +115,15 @@ class Player final : private Patch::Observer {
 
    void play(Line const& line, bool isFirst) {
       auto const event = parsed(line);
+      line_ = line.number;
       try {
          if (event.is_object() && event.contains("host")) {
-            auto const hostLine = checkedHostLine(event, isFirst);
+            auto const hostLine = hostLineOf(event, situation(isFirst));
             records_->write({{"line", line.number}});
-            playHost(hostLine, event);
+            playHost(hostLine);
          } else {
             Patch const patch(host_.state(), event, options_.checks);
             records_->write({{"line", line.number}});
-            line_ = line.number;
             tests_ += patch.apply(*this);
          }
       } catch (BadInput const& error) {
@@ -123,69 +134,64 @@ class Player final : private Patch::Observer {
 
    // What follows every line.
    void afterwards(size_t line) {
-      slices_ += host_.drain();
+      if (!options_.manual) {
+         slices_ += host_.drain();
+      }
       host_.verify(location(options_.events, line));
    }
 
-   // The name of the host line; BadInput if it cannot be done.
-   std::string checkedHostLine(json const& event, bool isFirst) const {
-      auto const& given = event.at("host");
-      Pointer const at = Pointer() / "host";
-      auto const name = given.is_string() ? given.get<std::string>() : std::string();
-      for (auto const& [member, value] : event.items()) {
-         if (member != "host" && !(name == "slice" && member == "count") &&
-             !(name == "flag" && (member == "want" || member == "value"))) {
-            throw BadInput(Pointer() / member, "the unknown member " + quote(member),
-                           "what the host line needs and no more");
-         }
-      }
-      if (name == "flag") {
-         throw BadInput(at, "a flag",
-                        "a flag of the dataflow machine, which does not run here");
-      }
-      if (name == "slice") {
-         auto const count = event.find("count");
-         if (count == event.end() || !count->is_number_unsigned()) {
-            throw BadInput(Pointer() / "count",
-                           count == event.end() ? "nothing" : excerpt(*count),
-                           "a whole number of slices");
-         }
-      } else if (name == "start" && host_.isRunning()) {
-         throw BadInput(at, "a start while a machine runs", "a start after a stop");
-      } else if ((name == "stop" || name == "restart") && !host_.isRunning() &&
-                 !(name == "stop" && isFirst)) {
-         throw BadInput(at, "a " + name + " while no machine runs",
-                        "a " + name + " after a start");
-      } else if (name != "drain" && name != "slice" && name != "stop" &&
-                 name != "start" && name != "restart") {
-         throw BadInput(at, excerpt(given), kHostLines);
-      }
-      return name;
+   Situation situation(bool isFirst) const {
+      return {host_.isRunning(), options_.machine == Verify::Machine::dataflow,
+              isFirst};
    }
 
-   void playHost(std::string const& name, json const& event) {
-      if (name == "drain") {
-         slices_ += host_.drain();
-      } else if (name == "slice") {
-         slices_ += host_.slice(event.at("count").get<uint64_t>());
+   void playHost(HostLine const& line) {
+      using Kind = HostLine::Kind;
+      switch (line.kind) {
+         case Kind::drain:
+            slices_ += host_.drain();
+            break;
+         case Kind::slice:
+            slices_ += host_.slice(line.count);
+            break;
+         case Kind::stop:
+            host_.stop();
+            break;
+         case Kind::restart:
+            host_.stop();
+            host_.start();
+            break;
+         case Kind::start:
+            host_.start();
+            break;
+         case Kind::flag:
+            testFlag(line);
+            break;
       }
-      if (name == "stop" || name == "restart") {
-         host_.stop();
-      }
-      if (name == "start" || name == "restart") {
-         host_.start();
+   }
+
+   void testFlag(HostLine const& line) {
+      ++tests_;
+      auto const flags = host_.flags().value_or(Flags{});
+      bool const have = flags.*line.flag;
+      if (have != line.value) {
+         reportFailure(line.want, line.value, have);
       }
    }
 
    void writing(bool toOutput) override { host_.byAnotherWriterIs(toOutput); }
    void written() override { host_.byAnotherWriterIs(false); }
    void failed(FailedTest const& test) override {
+      reportFailure(test.pointer.to_string(), test.want, test.have);
+   }
+
+   void reportFailure(std::string const& path, json const& want, json const& have) {
       ++failed_;
       records_->write({{"test", "failed"},
                        {"line", line_},
-                       {"path", test.pointer.to_string()},
-                       {"want", test.want},
-                       {"have", test.have}});
+                       {"path", path},
+                       {"want", want},
+                       {"have", have}});
    }
 
    Options const& options_;

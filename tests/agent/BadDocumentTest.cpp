@@ -213,7 +213,8 @@ TEST(Document, MayHoldWhatTheTypesHoldWhenItIsUnchecked) {
       folder.write("state.json", "{ \"vtiStatusDir\": { \"vtiStatus\": { \"Vxlan1\": {"
                                  "\"vrfToSBDVlan\": { \"red\": 0 } } } } }");
    EXPECT_EQ(runAgent(folder, {"run", file}).status, 2);
-   EXPECT_EQ(runAgent(folder, {"run", "--unchecked", file}).status, 0);
+   EXPECT_EQ(runAgent(folder, {"run", "--sm", "reactor", "--unchecked", file}).status,
+             0);
 }
 
 TEST(Document, UncheckedVlanOutOfRangeFailsAsTheLibraryDoes) {
@@ -221,7 +222,8 @@ TEST(Document, UncheckedVlanOutOfRangeFailsAsTheLibraryDoes) {
    auto const file =
       folder.write("state.json", "{ \"vtiStatusDir\": { \"vtiStatus\": { \"Vxlan1\": {"
                                  "\"vrfToSBDVlan\": { \"red\": 5000 } } } } }");
-   auto const outcome = runAgent(folder, {"run", "--unchecked", file});
+   auto const outcome =
+      runAgent(folder, {"run", "--sm", "reactor", "--unchecked", file});
    EXPECT_EQ(outcome.status, 2);
    EXPECT_EQ(outcome.err, "mcastvpn-agent: the machine cannot be constructed: "
                           "Bridging::VlanId::value < 1 or > 4094 not allowed\n");
@@ -234,7 +236,8 @@ TEST(Document, UncheckedVlanOutOfRangeInANotificationEndsTheProcessWithItsMessag
       "{\"op\":\"add\",\"path\":\"/vtiStatusDir/vtiStatus/Vxlan1\",\"value\":{}}\n"
       "{\"op\":\"add\",\"path\":\"/vtiStatusDir/vtiStatus/Vxlan1/vrfToSBDVlan/red\","
       "\"value\":5000}\n");
-   auto const outcome = runAgent(folder, {"replay", "--unchecked", events});
+   auto const outcome =
+      runAgent(folder, {"replay", "--sm", "reactor", "--unchecked", events});
    EXPECT_EQ(outcome.status, 128 + SIGABRT);
    EXPECT_EQ(outcome.out, "{\"line\":0}\n{\"line\":1}\n{\"line\":2}\n");
    EXPECT_THAT(outcome.err,

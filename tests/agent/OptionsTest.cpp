@@ -86,7 +86,7 @@ TEST_P(RefusedUsage, EndsWithTwoAndSaysWhy) {
    EXPECT_EQ(outcome.status, 2);
    EXPECT_EQ(outcome.out, "");
    auto const& args = GetParam().args;
-   bool const isCommand = args[0] == "run" || args[0] == "replay";
+   bool const isCommand = args[0] == "run" || args[0] == "replay" || args[0] == "graph";
    if (isCommand) {
       EXPECT_EQ(outcome.err, std::string("mcastvpn-agent: ") + GetParam().message +
                                 "\nTry \"mcastvpn-agent help " + args[0] + "\".\n");
@@ -99,9 +99,10 @@ TEST_P(RefusedUsage, EndsWithTwoAndSaysWhy) {
 INSTANTIATE_TEST_SUITE_P(
    OfEveryKind, RefusedUsage,
    testing::Values(
-      BadUsage{"UnknownCommand",
-               {"walk"},
-               "\"walk\" stands here; allowed is a command: run, replay or help"},
+      BadUsage{
+         "UnknownCommand",
+         {"walk"},
+         "\"walk\" stands here; allowed is a command: run, replay, graph or help"},
       BadUsage{
          "UnknownOption",
          {"run", "--fast", "x"},
@@ -150,16 +151,15 @@ INSTANTIATE_TEST_SUITE_P(
                "McastVpnTransitMlag=on or McastVpnTransitMlag=off"},
       BadUsage{"HelpTopic",
                {"help", "walk"},
-               "help: \"walk\" stands here; allowed is run or replay"},
-      BadUsage{"Dataflow",
-               {"run", "--sm", "dataflow", "x"},
-               "--sm dataflow: not in this build"},
+               "help: \"walk\" stands here; allowed is run, replay or graph"},
       BadUsage{"Both", {"replay", "--sm", "both", "x"}, "--sm both: not in this build"},
       BadUsage{"Watch", {"run", "--watch", "x"}, "--watch: not in this build"},
       BadUsage{"Explain", {"explain", "x"}, "explain: not in this build"},
       BadUsage{"Plan", {"plan", "x"}, "plan: not in this build"},
       BadUsage{"Compare", {"compare", "x"}, "compare: not in this build"},
-      BadUsage{"Graph", {"graph", "--format", "dot"}, "graph: not in this build"}),
+      BadUsage{"GraphFormat",
+               {"graph", "--format", "svg"},
+               "--format: \"svg\" stands here; allowed is one of dot, mermaid"}),
    [](auto const& param) { return std::string(param.param.what); });
 
 TEST_F(Options, BadTraceLevelsAreNamedWithWhatIsAllowed) {

@@ -22,10 +22,11 @@ constexpr char const* kRedOnVlan10 = R"({
       "localVtepAddr": "10.0.0.1", "mlagVtepAddr": "10.0.0.100",
       "vrfToSBDVlan": { "red": 10 } } } } })";
 
+// With the reactor, which needs no task; DataflowTest.cpp has what the other adds.
 class Replay : public testing::Test {
  protected:
    Outcome play(std::string const& events, std::vector<std::string> options = {}) {
-      options.insert(options.begin(), "replay");
+      options.insert(options.begin(), {"replay", "--sm", "reactor"});
       options.push_back(folder_.write("events.jsonl", events));
       return runAgent(folder_, options);
    }
@@ -147,7 +148,7 @@ TEST_F(Replay, PrintsTheTraceBetweenTheOutputsInTheOrderInWhichThingsHappen) {
 }
 
 TEST_F(Replay, ReadsEventsFromStandardInput) {
-   auto const outcome = runAgent(folder_, {"replay", "-"},
+   auto const outcome = runAgent(folder_, {"replay", "--sm", "reactor", "-"},
                                  "{\"op\":\"test\",\"path\":\"/pegVlanStatus/pegVlan\","
                                  "\"value\":[]}\n");
    EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -159,7 +160,7 @@ TEST_F(Replay, AnswersALineOfStandardInputBeforeItReadsTheNext) {
    // A line is written, its answer is awaited, and only then the input ends.
    auto const outcome = runShell(
       folder_, "mkfifo '" + folder_.file("in") + "' '" + folder_.file("answers") +
-                  "'; " + shellQuoted(AGENT_PROGRAM) + " replay - <'" +
+                  "'; " + shellQuoted(AGENT_PROGRAM) + " replay --sm reactor - <'" +
                   folder_.file("in") + "' >'" + folder_.file("answers") +
                   "' & exec 3>'" + folder_.file("in") + "' 4<'" +
                   folder_.file("answers") +
@@ -187,11 +188,11 @@ TEST_F(Replay, OfIpv6FollowsItsInputsAndWritesNothing) {
 
 TEST_F(Replay, PrintsTheSameTwiceWithTheSameSeed) {
    auto const once =
-      runAgent(folder_, {"replay", "--seed", "42", "--state", "examples/minimal.jsonc",
-                         "examples/story.jsonl"});
+      runAgent(folder_, {"replay", "--seed", "42", "--slice-items", "3", "--state",
+                         "examples/minimal.jsonc", "examples/story.jsonl"});
    auto const again =
-      runAgent(folder_, {"replay", "--seed", "42", "--state", "examples/minimal.jsonc",
-                         "examples/story.jsonl"});
+      runAgent(folder_, {"replay", "--seed", "42", "--slice-items", "3", "--state",
+                         "examples/minimal.jsonc", "examples/story.jsonl"});
    EXPECT_EQ(once.status, 0) << once.out;
    EXPECT_EQ(once.out, again.out);
 }
@@ -233,7 +234,8 @@ TEST_P(RefusedEvent, EndsReplayWithTwoAtItsLineAndPublishesNothingOfIt) {
    auto const events =
       folder.write("events.jsonl", std::string("# comment\n{\"host\":\"drain\"}\n") +
                                       GetParam().line + "\n{\"host\":\"drain\"}\n");
-   auto const outcome = runAgent(folder, {"replay", "--state", state, events});
+   auto const outcome =
+      runAgent(folder, {"replay", "--sm", "reactor", "--state", state, events});
    EXPECT_EQ(outcome.status, 2);
    EXPECT_EQ(outcome.err,
              "mcastvpn-agent: " + events + ":3: " + GetParam().message + "\n");

@@ -83,7 +83,7 @@ TEST_F(Run, TakesArraysForSetsNamesForStatesAndComments) {
 
 TEST_F(Run, WithheldLeavesTheJoinAlone) {
    auto const result = outputs(R"({ "mcastEvpnConfig": { "transitVrf": ["red"] },
-        "mlagStatus": { "mlagState": 4 },
+        "mlagStatus": { "mlagState": 4 }, "pegVlanStatus": { "pegVlan": [10] },
         "vtiStatusDir": { "vtiStatus": { "Vxlan1": {
            "localVtepAddr": "10.0.0.1", "vrfToSBDVlan": { "red": 10 } } } } })");
    EXPECT_EQ(result["transitIntfColl"]["intf"], json::object());
@@ -92,13 +92,14 @@ TEST_F(Run, WithheldLeavesTheJoinAlone) {
 
 TEST_F(Run, ToggleOffWritesNoJoin) {
    auto const state = readText(SOURCE_FOLDER "/examples/minimal.jsonc");
-   auto const byOption = outputs(state, {"--toggle", "McastVpnTransitMlag=off"});
+   auto const byOption =
+      outputs(state, {"--sm", "reactor", "--toggle", "McastVpnTransitMlag=off"});
    EXPECT_EQ(byOption["membershipJoinStatus"]["vlan"], json::object());
    auto const file = folder_.write("toggles.json", R"({"McastVpnTransitMlag": false})");
-   auto const byFile = outputs(state, {"--toggle-file", file});
+   auto const byFile = outputs(state, {"--sm", "reactor", "--toggle-file", file});
    EXPECT_EQ(byFile, byOption);
-   auto const both =
-      outputs(state, {"--toggle-file", file, "--toggle", "McastVpnTransitMlag=on"});
+   auto const both = outputs(state, {"--sm", "reactor", "--toggle-file", file,
+                                     "--toggle", "McastVpnTransitMlag=on"});
    EXPECT_EQ(both["membershipJoinStatus"]["vlan"], json({{"10", join("Null0")}}));
 }
 
@@ -114,7 +115,7 @@ TEST_F(Run, RefusesABadToggleFile) {
 TEST_F(Run, TracesToStandardErrorWhileResultsGoToStandardOutput) {
    auto const state = readText(SOURCE_FOLDER "/examples/minimal.jsonc");
    auto const silent = run(state, {"--json"});
-   auto const traced = run(state, {"--json", "--trace", "8"});
+   auto const traced = run(state, {"--sm", "reactor", "--json", "--trace", "8"});
    EXPECT_EQ(traced.out, silent.out);
    EXPECT_THAT(traced.err, HasSubstr("handleInitialized( ipv4 )"));
    EXPECT_THAT(traced.err, HasSubstr("Transit enabled Vrf: red"));
@@ -151,7 +152,7 @@ TEST_F(Run, TableShowsNamesThatCouldBeMisreadInQuotesAndOnOneLine) {
       "mcastEvpnConfig": { "transitVrf": ["", "\u001b[31m\nx"] },
       "vtiStatusDir": { "vtiStatus": { "Vxlan1": { "vrfToSBDVlan": {
          "": 10, "a*": 10, "b, c": 10, "\u001b[31m\nx": 20, "Guest WLAN": 30 } } } } })",
-                            {"--trace", "8"});
+                            {"--sm", "reactor", "--trace", "8"});
    EXPECT_THAT(outcome.out, HasSubstr("\"\"*, \"a*\", \"b, c\"\n")) << outcome.out;
    EXPECT_THAT(outcome.out, HasSubstr("\"\\u001b[31m\\nx\"*"));
    EXPECT_THAT(outcome.out, HasSubstr("  Guest WLAN  "));
@@ -202,7 +203,8 @@ TEST_F(Run, TableTellsForEachVlanWhatItHasOrWhyNot) {
          "localVtepAddr": "10.0.0.1", "mlagVtepAddr": "10.0.0.100",
          "vrfToSBDVlan": { "red": 10, "blue": 20, "green": 10 } } } },
       "transitIntfColl": { "intf": { "Vlan30": { "ipAddr": "10.9.9.9" },
-                                     "Ethernet1": { "ipAddr": "10.8.8.8" } } } })");
+                                     "Ethernet1": { "ipAddr": "10.8.8.8" } } } })",
+                            {"--sm", "reactor"});
    auto const body = outcome.out.substr(outcome.out.find('\n'));
    EXPECT_EQ(body,
              R"(

@@ -80,7 +80,8 @@ TEST_P(VerifyOptionOf, AnotherWriterIsToldOfOnceWithItsPlaceAndItsCase) {
          "differences\n"));
 }
 
-INSTANTIATE_TEST_SUITE_P(OfEachMachine, VerifyOptionOf, testing::Values("reactor"));
+INSTANTIATE_TEST_SUITE_P(OfEachMachine, VerifyOptionOf,
+                         testing::Values("reactor", "dataflow"));
 
 TEST_F(VerifyOption, WhatTheReactorLeavesAtItsStartIsToldOf) {
    auto const outcome = run(std::string("{") + kRed +

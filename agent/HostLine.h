@@ -1,0 +1,33 @@
+#pragma once
+
+#include "agent/Host.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <string>
+
+namespace Agent {
+
+// A line of an event file that is for the host: {"host":"slice","count":3}.
+struct HostLine {
+   enum class Kind { drain, slice, stop, start, restart, flag };
+
+   Kind kind = Kind::drain;
+   uint64_t count = 0;           // of a slice line
+   std::string want;             // of a flag line: the name ...
+   bool Flags::* flag = nullptr; // ... which is this one ...
+   bool value = false;           // ... and what it should be
+};
+
+// Where in the play the line stands.
+struct Situation {
+   bool isRunning; // a machine
+   bool isDataflow;
+   bool isFirst; // of the event file
+};
+
+// BadInput if the line is not one, or cannot be done in its situation.
+HostLine hostLineOf(nlohmann::json const& event, Situation const& situation);
+
+} // namespace Agent
