@@ -19,11 +19,12 @@ std::vector<std::string> complaints(Outputs const& expected, Outputs const& actu
       auto const should = standsAt(expected, key);
       auto const is = standsAt(actual, key);
       auto const excuse = excuses.find(key);
+      auto complaint = key + ": ";
       if (should != is && excuse == excuses.end()) {
-         found.push_back(key + ": " + is + " in place of " + should);
+         found.push_back(complaint.append(is).append(" in place of ").append(should));
       } else if (should == is && excuse != excuses.end()) {
-         found.push_back(key + ": needs no excuse of " +
-                         std::string(excuse->second.name));
+         found.push_back(
+            complaint.append("needs no excuse of ").append(excuse->second.name));
       }
    }
    return found;

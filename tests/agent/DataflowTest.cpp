@@ -74,7 +74,7 @@ std::vector<std::vector<std::string>> const kModes = {{"--mode", "sync"},
 } // namespace
 
 TEST_F(Dataflow, EveryExampleEndsInTheSameOutputsInEveryMode) {
-   for (auto const* name : {"leaf-pair", "leaf-pair-peer", "minimal"}) {
+   for (auto const* name : {"leaf-pair", "leaf-pair-peer", "minimal", "restart"}) {
       auto const example =
          readText(std::string(SOURCE_FOLDER "/examples/") + name + ".jsonc");
       auto const first = run(example, {"--json", "--verify"});
