@@ -10,7 +10,7 @@
 #include "zin/EntityOps.h"
 
 #include <array>
-#include <source_location>
+#include <utility>
 
 namespace Irb::Multicast::Evpn {
 
@@ -18,18 +18,17 @@ using TransitIntfTrace::kDetail;
 using TransitIntfTrace::kEvent;
 
 TransitIntfSm::TransitIntfSm(Lidra::AddressFamily addressFamily,
-                             McastEvpnConfigPtr const& mcastEvpnConfig,
-                             VtiStatusDirPtr const& vtiStatusDir,
-                             MlagStatusPtr const& mlagStatus,
-                             TransitIntfCollPtr const& transitIntfColl,
-                             MembershipJoinStatusPtr const& membershipJoinStatus,
-                             PegVlanStatusPtr const& pegVlanStatus,
-                             Vorn::SmControl const& smControl)
+                             McastEvpnConfigPtr mcastEvpnConfig,
+                             VtiStatusDirPtr vtiStatusDir, MlagStatusPtr mlagStatus,
+                             TransitIntfCollPtr transitIntfColl,
+                             MembershipJoinStatusPtr membershipJoinStatus,
+                             PegVlanStatusPtr pegVlanStatus, Vorn::SmControl smControl)
    : NamedOutputs(this), addressFamily_(addressFamily),
-     mcastEvpnConfig_(mcastEvpnConfig), vtiStatusDir_(vtiStatusDir),
-     mlagStatus_(mlagStatus), transitIntfColl_(transitIntfColl),
-     membershipJoinStatus_(membershipJoinStatus), pegVlanStatus_(pegVlanStatus),
-     smControl_(smControl),
+     mcastEvpnConfig_(std::move(mcastEvpnConfig)),
+     vtiStatusDir_(std::move(vtiStatusDir)), mlagStatus_(std::move(mlagStatus)),
+     transitIntfColl_(std::move(transitIntfColl)),
+     membershipJoinStatus_(std::move(membershipJoinStatus)),
+     pegVlanStatus_(std::move(pegVlanStatus)), smControl_(std::move(smControl)),
      scanStateSubscription_(Pelk::Subscription<TransitIntfSm, InputSmScanState>::of<
                             &TransitIntfSm::inputSmScanStateDispatch>(this)) {
    handleInitialized();

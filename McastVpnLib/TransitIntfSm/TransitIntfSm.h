@@ -117,13 +117,11 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
       PegVlanStatusPtr const& pegVlanStatus, Vorn::SmControl const& smControl);
 
    // No argument may be null: fatal assertion.
-   TransitIntfSm(Lidra::AddressFamily addressFamily,
-                 McastEvpnConfigPtr const& mcastEvpnConfig,
-                 VtiStatusDirPtr const& vtiStatusDir, MlagStatusPtr const& mlagStatus,
-                 TransitIntfCollPtr const& transitIntfColl,
-                 MembershipJoinStatusPtr const& membershipJoinStatus,
-                 PegVlanStatusPtr const& pegVlanStatus,
-                 Vorn::SmControl const& smControl);
+   TransitIntfSm(Lidra::AddressFamily addressFamily, McastEvpnConfigPtr mcastEvpnConfig,
+                 VtiStatusDirPtr vtiStatusDir, MlagStatusPtr mlagStatus,
+                 TransitIntfCollPtr transitIntfColl,
+                 MembershipJoinStatusPtr membershipJoinStatus,
+                 PegVlanStatusPtr pegVlanStatus, Vorn::SmControl smControl);
 
    // --- inputs and outputs; fixed ---
    Lidra::AddressFamily addressFamily() const noexcept { return addressFamily_; }

@@ -59,13 +59,15 @@ class InputSm : public Vorn::Gen::InputStateMachine {
    }
 
  protected:
-   InputSm(Pelk::Ptr<Entity const> en, Root* root)
-      : en_(std::move(en)), root_(root),
-        subscription_(EnSubscription::template of<&Derived::enDispatch>(derived())) {}
    ~InputSm() override = default;
 
  private:
+   friend Derived;
    using EnSubscription = Pelk::Subscription<Derived, Entity>;
+
+   InputSm(Pelk::Ptr<Entity const> en, Root* root)
+      : en_(std::move(en)), root_(root),
+        subscription_(EnSubscription::template of<&Derived::enDispatch>(derived())) {}
 
    Derived* derived() noexcept { return static_cast<Derived*>(this); }
 

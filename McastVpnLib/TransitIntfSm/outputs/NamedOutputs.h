@@ -35,6 +35,9 @@ class MCASTVPNLIB_EXPORT NamedOutputs {
    using MembershipJoinStatusVlanGroupSourceIncludeIntfOutputKeyType =
       IncludeIntfOutput::Key;
 
+   NamedOutputs(NamedOutputs const&) = delete;
+   NamedOutputs& operator=(NamedOutputs const&) = delete;
+
    // --- transitIntfCollIntfOutput ---
    bool transitIntfCollIntfOutputReconciling() const {
       return transitSink_.reconciling();
@@ -276,8 +279,6 @@ class MCASTVPNLIB_EXPORT NamedOutputs {
  protected:
    explicit NamedOutputs(TransitIntfSm* sm) noexcept;
    ~NamedOutputs();
-   NamedOutputs(NamedOutputs const&) = delete;
-   NamedOutputs& operator=(NamedOutputs const&) = delete;
 
    OutputSink<TransitIntfOutput> transitSink_;
    OutputSink<RouterIntfOutput> routerSink_;

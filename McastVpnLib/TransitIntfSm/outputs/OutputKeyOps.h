@@ -161,6 +161,9 @@ struct Operations {
    };
 
  private:
+   friend Key;
+   Operations() noexcept = default;
+
    Key const& self() const noexcept { return static_cast<Key const&>(*this); }
 };
 
