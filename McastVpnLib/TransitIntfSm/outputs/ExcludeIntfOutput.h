@@ -1,23 +1,17 @@
 #pragma once
 
 #include "McastVpnLib/Export.h"
-#include "McastVpnLib/TransitIntfSm/OutputState.h"
-#include "McastVpnLib/TransitIntfSm/outputs/OutputKeys.h"
-#include "zin/ValueTraits.h"
+#include "McastVpnLib/TransitIntfSm/outputs/SourceIntfOutput.h"
+#include "gmp/SourceMembershipJoin.h"
+#include "lidra/IntfId.h"
 
 namespace Irb::Multicast::Evpn {
-
-class TransitIntfSm;
 
 // into( membershipJoinStatus.vlan[ vlanId ].group[ anyGrpOrSrc ].source[ anyGrpOrSrc ]
 // .excludeIntf[ intfId ] ): the interfaces that do not want a source, which the
 // pipeline only ever withdraws.
-// For the members see OutputSink.h and OutputReconciler.h.
-struct MCASTVPNLIB_EXPORT ExcludeIntfOutput {
-   using State = FlumaCode::TransitIntfSm::OutputState;
-   using Key = OutputKeys::ExcludeIntfKey;
-   using Value = Zin::Unit;
-
+struct MCASTVPNLIB_EXPORT ExcludeIntfOutput
+   : SourceIntfOutput<ExcludeIntfOutput, OutputKeys::ExcludeIntfName> {
    struct SeenName {
       static constexpr char const* name =
          "membershipJoinStatusVlanGroupSourceExcludeIntfOutputSeen";
@@ -37,12 +31,22 @@ struct MCASTVPNLIB_EXPORT ExcludeIntfOutput {
       state.membershipJoinStatusVlanGroupSourceExcludeIntfOutputReadyIs(true);
    }
 
-   static void insert(TransitIntfSm& sm, char const* function, Key const& key,
-                      Value const& value, bool const& overtaken);
-   static void remove(TransitIntfSm& sm, char const* function, Key const& key);
+   static constexpr char kInserting[] =
+      "into( membershipJoinStatus.vlan[ vlanId ].group[ anyGrpOrSrc ].source[ "
+      "anyGrpOrSrc ].excludeIntf[ intfId ] ): inserting k1={}, k2={}, k3={}, k4={}";
+   static constexpr char kDeleting[] =
+      "into( membershipJoinStatus.vlan[ vlanId ].group[ anyGrpOrSrc ].source[ "
+      "anyGrpOrSrc ].excludeIntf[ intfId ] ): deleting k1={}, k2={}, k3={}, k4={}";
 
-   template <typename Visitor>
-   static bool walk(TransitIntfSm& sm, Key const* bookmark, Visitor& visitor);
+   static auto const& leaves(Gmp::SourceMembershipJoin const& source) {
+      return source.excludeIntf();
+   }
+   static void leafIs(Gmp::SourceMembershipJoin& source, Lidra::IntfId intfId) {
+      source.excludeIntfIs(intfId);
+   }
+   static void leafDel(Gmp::SourceMembershipJoin& source, Lidra::IntfId intfId) {
+      source.excludeIntfDel(intfId);
+   }
 };
 
 } // namespace Irb::Multicast::Evpn

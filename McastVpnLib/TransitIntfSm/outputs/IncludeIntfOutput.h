@@ -1,22 +1,16 @@
 #pragma once
 
 #include "McastVpnLib/Export.h"
-#include "McastVpnLib/TransitIntfSm/OutputState.h"
-#include "McastVpnLib/TransitIntfSm/outputs/OutputKeys.h"
-#include "zin/ValueTraits.h"
+#include "McastVpnLib/TransitIntfSm/outputs/SourceIntfOutput.h"
+#include "gmp/SourceMembershipJoin.h"
+#include "lidra/IntfId.h"
 
 namespace Irb::Multicast::Evpn {
 
-class TransitIntfSm;
-
 // into( membershipJoinStatus.vlan[ vlanId ].group[ anyGrpOrSrc ].source[ anyGrpOrSrc ]
 // .includeIntf[ intfId ] ): the interfaces that want a source.
-// For the members see OutputSink.h and OutputReconciler.h.
-struct MCASTVPNLIB_EXPORT IncludeIntfOutput {
-   using State = FlumaCode::TransitIntfSm::OutputState;
-   using Key = OutputKeys::IncludeIntfKey;
-   using Value = Zin::Unit;
-
+struct MCASTVPNLIB_EXPORT IncludeIntfOutput
+   : SourceIntfOutput<IncludeIntfOutput, OutputKeys::IncludeIntfName> {
    struct SeenName {
       static constexpr char const* name =
          "membershipJoinStatusVlanGroupSourceIncludeIntfOutputSeen";
@@ -36,12 +30,22 @@ struct MCASTVPNLIB_EXPORT IncludeIntfOutput {
       state.membershipJoinStatusVlanGroupSourceIncludeIntfOutputReadyIs(true);
    }
 
-   static void insert(TransitIntfSm& sm, char const* function, Key const& key,
-                      Value const& value, bool const& overtaken);
-   static void remove(TransitIntfSm& sm, char const* function, Key const& key);
+   static constexpr char kInserting[] =
+      "into( membershipJoinStatus.vlan[ vlanId ].group[ anyGrpOrSrc ].source[ "
+      "anyGrpOrSrc ].includeIntf[ intfId ] ): inserting k1={}, k2={}, k3={}, k4={}";
+   static constexpr char kDeleting[] =
+      "into( membershipJoinStatus.vlan[ vlanId ].group[ anyGrpOrSrc ].source[ "
+      "anyGrpOrSrc ].includeIntf[ intfId ] ): deleting k1={}, k2={}, k3={}, k4={}";
 
-   template <typename Visitor>
-   static bool walk(TransitIntfSm& sm, Key const* bookmark, Visitor& visitor);
+   static auto const& leaves(Gmp::SourceMembershipJoin const& source) {
+      return source.includeIntf();
+   }
+   static void leafIs(Gmp::SourceMembershipJoin& source, Lidra::IntfId intfId) {
+      source.includeIntfIs(intfId);
+   }
+   static void leafDel(Gmp::SourceMembershipJoin& source, Lidra::IntfId intfId) {
+      source.includeIntfDel(intfId);
+   }
 };
 
 } // namespace Irb::Multicast::Evpn
