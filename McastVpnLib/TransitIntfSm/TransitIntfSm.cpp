@@ -278,6 +278,9 @@ void TransitIntfSm::doDeleteAll() {
    mlagStatusSm3_->doDeleteAll();
    pegVlanStatusSm4_->doDeleteAll();
    vtiStatusDirSm1_->doDeleteAll();
+   if (isBeingDeleted()) {
+      return; // an object that is about to go tells nobody of its tables
+   }
    groupByAttr0DelAll();
    includeSink_.seen().delAll();
    excludeSink_.seen().delAll();

@@ -1,4 +1,5 @@
 #include "support/DataflowFixture.h"
+#include "support/NotificationRecorder.h"
 
 namespace {
 
@@ -96,6 +97,52 @@ TEST_F(TransitIntfSmReentry, AStatusThatComesBackWhileItIsWithdrawnKeepsItsVrfs)
    dir->vtiStatusDel(vxlan1());
    EXPECT_EQ(addressOf(10), "10.2.2.2");
    EXPECT_EQ(addressOf(20), "10.2.2.2");
+}
+
+TEST_F(TransitIntfSmReentry, ALevelThatIsTakenOutEachTimeIsGivenUp) {
+   startQuietly();
+   transit("red");
+   map("red", 10);
+   int taken = 0;
+   log.actionIs([&](std::string const& event) {
+      if (event == "+ vlan[10]") {
+         ++taken;
+         joins->vlanDel(10);
+      }
+   });
+   peg->pegVlanIs(10);
+   EXPECT_GE(taken, 1);
+   EXPECT_LE(taken, 2);
+   EXPECT_FALSE(hasJoin(10));
+   EXPECT_EQ(addressOf(10), kLocal);
+   // The next evaluation of the VLAN, with nobody in its way, has it.
+   log.actionIs(nullptr);
+   peg->pegVlanDel(10);
+   peg->pegVlanIs(10);
+   EXPECT_TRUE(hasJoin(10));
+   acted = 1;
+}
+
+TEST_F(TransitIntfSmReentry, AVrfThatComesWhileItsGroupIsAnnouncedSharesTheVlan) {
+   startQuietly();
+   transit("red");
+   transit("blue");
+   peg->pegVlanIs(10);
+   NotificationRecorder groups(*sm);
+   groups.actionIs([&] {
+      groups.actionIs(nullptr);
+      ++acted;
+      map("blue", 10);
+   });
+   map("red", 10);
+   EXPECT_THAT(outputs(), IsEmpty()) << "two VRFs share the VLAN";
+}
+
+TEST_F(TransitIntfSmReentry, AStatusReplacedInALiveDeleteAllIsFollowedStill) {
+   redOn10();
+   when("- intf[Vlan10]", [&] { dir->vtiStatusIs(statusNew("Vxlan1")); });
+   sm->doDeleteAll();
+   EXPECT_TRUE(sm->vtiStatusDirSm1()->vxlanChild() != nullptr);
 }
 
 TEST_F(TransitIntfSmReentry, AChangeDuringTheInsertionScanIsInTheOutputAtTheEnd) {

@@ -136,7 +136,10 @@ void VtiStatusDirSm1::doDeleteAll() {
    for (auto entry = children_.iterate(); entry; ++entry) {
       auto const child = entry.value();
       child->doDeleteAll();
-      childSmVtiStatusVxlanVtiStatusPtrConstDel(child->intfId());
+      // Whoever was notified may have put another status in its place.
+      if (childSmVtiStatusVxlanVtiStatusPtrConst(child->intfId()) == child) {
+         childSmVtiStatusVxlanVtiStatusPtrConstDel(child->intfId());
+      }
    }
 }
 

@@ -15,14 +15,18 @@ SourcePath find(Joins const& joins, Bridging::VlanId vlanId,
    return path;
 }
 
+namespace {
+
+// Whoever is notified of a new level may take it out again. It is made once more; but
+// whoever takes it out each time shall not keep the event thread for ever.
+constexpr int kAttempts = 2;
+
+} // namespace
+
 SourcePath create(Joins& joins, Bridging::VlanId vlanId, Lidra::IpGenAddr const& group,
                   Lidra::IpGenAddr const& source, bool const& overtaken) {
-   for (;;) {
-      // What is there already is used, once nobody has taken a level out again.
-      if (auto path = find(joins, vlanId, group, source)) {
-         return path;
-      }
-      SourcePath path;
+   SourcePath path = find(joins, vlanId, group, source);
+   for (int attempt = 0; !path && attempt < kAttempts; ++attempt) {
       path.vlan = joins.vlanIs(vlanId);
       if (!overtaken) {
          path.group = path.vlan->groupIs(group);
@@ -34,21 +38,26 @@ SourcePath create(Joins& joins, Bridging::VlanId vlanId, Lidra::IpGenAddr const&
          prune(joins, find(joins, vlanId, group, source));
          return {};
       }
+      path = find(joins, vlanId, group, source);
    }
+   if (!path) {
+      prune(joins, path);
+   }
+   return path;
 }
 
 Pelk::Ptr<Gmp::VlanMembershipJoin> createVlan(Joins& joins, Bridging::VlanId vlanId,
                                               bool const& overtaken) {
-   for (;;) {
-      auto vlan = joins.vlanIs(vlanId);
+   Pelk::Ptr<Gmp::VlanMembershipJoin> vlan = joins.vlan(vlanId);
+   for (int attempt = 0; !vlan && attempt < kAttempts; ++attempt) {
+      auto const made = joins.vlanIs(vlanId);
       if (overtaken) {
-         pruneVlan(joins, *vlan);
+         pruneVlan(joins, *made);
          return nullptr;
       }
-      if (joins.vlan(vlanId) == vlan) {
-         return vlan;
-      }
+      vlan = joins.vlan(vlanId);
    }
+   return vlan;
 }
 
 void prune(Joins& joins, SourcePath const& path) {

@@ -38,8 +38,12 @@ void TransitIntfSm::eventToTransitVlanStream(uint16_t sbdVlan,
                       "transitVlanStream = merge( vrfStream, vtiStatusStream, "
                       "pegVlanStream ): sbdVlan={} vrfName={} addDel={}",
                       sbdVlan, vrfName, addDel);
-   RunningVlan const running(*this, sbdVlan);
+   RunningVlan running(*this, sbdVlan);
    auto const group = groupBy(sbdVlan, vrfName, addDel);
+   if (groupByAttr0(sbdVlan) == group) {
+      // What was decided while the group was announced did not know of this VRF yet.
+      running.overtaken = false;
+   }
    Bridging::VlanId const vlanId(sbdVlan);
    bool const enabled = isTransitVlan(*group, vlanId);
    DUALO_FMT_ALWAYS(qtHandle_, TransitIntfTrace::transitIntfSm, kDecision,
