@@ -15,13 +15,14 @@ struct Comparison {
    enum class Kind {
       ratio,      // first / second
       difference, // first - second, in nanoseconds
+      speedup,    // second / first
    };
 
    std::string what;
    std::string first; // names of benchmarks
    std::string second;
    Kind kind = Kind::ratio;
-   double target = 0; // at most this
+   double target = 0; // at most this; a speedup: at least
 };
 
 // Prints as usual, and remembers the median of each benchmark's time per item.
@@ -81,12 +82,17 @@ inline int compare(int argc, char** argv, std::vector<Comparison> const& compari
       if (first == 0 || second == 0) {
          continue; // filtered out of this run
       }
-      bool const isRatio = comparison.kind == Comparison::Kind::ratio;
-      double const measured = isRatio ? first / second : first - second;
-      std::printf("%-58s %6.2f %-2s <= %-4g %-2s %s\n", comparison.what.c_str(),
-                  measured, isRatio ? "x" : "ns", comparison.target,
-                  isRatio ? "x" : "ns",
-                  measured <= comparison.target ? "reached" : "MISSED");
+      using enum Comparison::Kind;
+      double const measured = comparison.kind == ratio     ? first / second
+                              : comparison.kind == speedup ? second / first
+                                                           : first - second;
+      char const* const unit = comparison.kind == difference ? "ns" : "x";
+      bool const isReached = comparison.kind == speedup ? measured >= comparison.target
+                                                        : measured <= comparison.target;
+      std::printf("%-58s %6.2f %-2s %s %-4g %-2s %s\n", comparison.what.c_str(),
+                  measured, unit,
+                  comparison.kind == speedup ? ">=" : "<=", comparison.target, unit,
+                  isReached ? "reached" : "MISSED");
    }
    return 0;
 }

@@ -13,7 +13,8 @@ cd "$(dirname "$0")/.."
 
 packages=(g++ cmake make ninja-build ccache pkgconf
    nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev)
-bench_packages=(libbenchmark-dev libabsl-dev libboost-dev libspdlog-dev)
+bench_packages=(libbenchmark-dev libabsl-dev libboost-dev libspdlog-dev
+   libsqlite3-dev valgrind)
 oldest_clang=19
 oldest_fmt=10
 fmt_release=trixie # the first Debian release whose fmt is new enough
