@@ -223,6 +223,9 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    void eventToTransitVlanStream(uint16_t sbdVlan, L3::VrfName const& vrfName,
                                  bool addDel);
 
+   // The second scan of the mappings of the interface that carries EVPN begins.
+   void mappingScanBegins();
+
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }
 
@@ -231,6 +234,20 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    // thing overtakes.
    struct RunningVlan;
    struct RunningVrf;
+   // Which sinks of the join tree have anything to do or to say.
+   enum class JoinWork : uint8_t { none, include, all };
+   // All that a decision and its address are made of, as versions where it is much.
+   struct EvaluatedInputs {
+      uint32_t transitVrf = 0;
+      uint32_t pegVlan = 0;
+      uint32_t vrfToSBDVlan = 0;
+      Mlag::MlagState mlagState{};
+      Vxlan::VtiStatus const* status = nullptr;
+      Lidra::IpAddr localVtepAddr;
+      Lidra::IpAddr mlagVtepAddr;
+
+      bool operator==(EvaluatedInputs const&) const = default;
+   };
 
    ~TransitIntfSm() override;
 
@@ -245,13 +262,18 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    bool streaming() const noexcept { return initialScanDone_ && !isBeingDeleted(); }
    // The status of the interface that carries EVPN, or null.
    Vxlan::VtiStatus const* vxlanStatus() const;
+   EvaluatedInputs inputsNow() const;
    void flattenTransitVrf(char const* function);
+   // Whether an evaluation can be left out: nothing is written yet, nobody would be
+   // told of it, and the second scan of the mappings, which evaluates every VLAN that
+   // has VRFs, is still to come, or has done or does so from the same inputs.
+   bool isRepetition();
    Pelk::Ptr<GroupByCollectionValueType0>
    groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel);
    bool isTransitVlan(GroupByCollectionValueType0 const& group,
                       Bridging::VlanId vlanId) const;
    void writeJoins(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);
-   bool joinsAreRight(Bridging::VlanId vlanId, bool enabled) const;
+   JoinWork joinWork(Bridging::VlanId vlanId, bool enabled) const;
    void writeTransitIntf(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);
    Lidra::IpGenAddr const& genAddr(Lidra::IpAddr addr);
 
@@ -278,6 +300,10 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    GroupByMap groupByAttr0_;
    RunningVlan* runningVlans_ = nullptr;
    RunningVrf* runningVrfs_ = nullptr;
+   // What the second scan of the mappings found when it began, and whether nothing has
+   // changed since.
+   EvaluatedInputs scannedInputs_;
+   bool inputsAsScanned_ = false;
    // The address that was last asked for, and what its text says in the general form.
    Lidra::IpAddr lastAddr_;
    Lidra::IpGenAddr lastGenAddr_;

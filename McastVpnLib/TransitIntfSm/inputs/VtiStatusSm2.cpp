@@ -235,6 +235,10 @@ bool VtiStatusSm2::doInputScan3() {
    if (inputScanComplete3()) {
       return true;
    }
+   if (index_ && initialScanDone() && !resumed) {
+      secondScan3Began_ = true;
+      root()->mappingScanBegins();
+   }
    auto const& vrfToSBDVlan = en_->vrfToSBDVlan();
    auto const from = bookmark3_;
    auto const walked = walkSlice(

@@ -94,6 +94,11 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
    uint32_t inputScanState1() const { return static_cast<uint32_t>(state1_); }
    uint32_t inputScanState3() const { return static_cast<uint32_t>(state3_); }
    L3::VrfName const& inputScanBookmark3() const { return bookmark3_; }
+   // The first pass is over, and the second has not begun.
+   bool secondScan3IsToCome() const noexcept {
+      return initialized() && state3_ == ScanState::initialComplete &&
+             !secondScan3Began_;
+   }
    bool inputScanComplete1() const { return isComplete(state1_); }
    bool inputScanComplete3() const { return isComplete(state3_); }
    bool shouldYield1() const;
@@ -139,6 +144,7 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
 
    ScanState state1_ = ScanState::notStarted;
    ScanState state3_ = ScanState::notStarted;
+   bool secondScan3Began_ = false;
    L3::VrfName bookmark3_;
    uint32_t versionVrfToSBDVlan_ = 0;
 

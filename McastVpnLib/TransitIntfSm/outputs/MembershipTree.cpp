@@ -38,6 +38,10 @@ SourcePath create(Joins& joins, Bridging::VlanId vlanId, Lidra::IpGenAddr const&
          prune(joins, find(joins, vlanId, group, source));
          return {};
       }
+      if (joins.subscribers() == 0 && path.vlan->subscribers() == 0 &&
+          path.group->subscribers() == 0) {
+         return path; // nobody was notified
+      }
       path = find(joins, vlanId, group, source);
    }
    if (!path) {

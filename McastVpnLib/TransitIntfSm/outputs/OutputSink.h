@@ -40,6 +40,8 @@ class MCASTVPNLIB_EXPORT OutputSink {
    bool reconciling() const noexcept { return reconciling_; }
    void reconcilingIs(bool reconciling) noexcept { reconciling_ = reconciling; }
    uint8_t state() const noexcept { return state_; }
+   // Nothing comes through to the entity.
+   bool heldBack() const noexcept { return reconciling_ && state_ == kSkipBoth; }
    void stateIs(uint8_t state) noexcept { state_ = state; }
 
    Seen const& seen() const noexcept { return seen_; }

@@ -28,7 +28,9 @@ class SeenTable {
       }
    }
    // Removes the key; returns its value, or a default one if it was not there.
-   Value del(Key const& key) { return map_.extract(key).value_or(Value()); }
+   Value del(Key const& key) {
+      return map_.empty() ? Value() : map_.extract(key).value_or(Value());
+   }
    void delAll() { map_.clear(); }
 
  private:

@@ -16,6 +16,9 @@ void TransitIntfSm::eventToMlagStream(Mlag::MlagState) {
 
 // Every transit VRF is evaluated, for the function named.
 void TransitIntfSm::flattenTransitVrf(char const* function) {
+   if (isRepetition()) {
+      return;
+   }
    auto const& transitVrf = mcastEvpnConfig_->transitVrf();
    StreamOps::flattening(function, "mcastEvpnConfig.transitVrf", transitVrf.size());
    for (auto member = transitVrf.iterate(); member; ++member) {

@@ -20,7 +20,7 @@ bool elementsAreTraced() {
 
 void TransitIntfSm::eventToPegVlanStream(
    Bridging::VlanId vlanId, Zin::Optional<Routing::Multicast::PegVlan> const&) {
-   if (!streaming()) {
+   if (!streaming() || isRepetition()) {
       return;
    }
    TRANSIT_INTF_TRACE(

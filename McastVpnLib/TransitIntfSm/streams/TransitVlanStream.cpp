@@ -92,19 +92,22 @@ bool TransitIntfSm::isTransitVlan(GroupByCollectionValueType0 const& group,
 
 void TransitIntfSm::writeJoins(Bridging::VlanId vlanId, bool enabled,
                                bool const& overtaken) {
-   if (joinsAreRight(vlanId, enabled)) {
+   auto const work = joinWork(vlanId, enabled);
+   if (work == JoinWork::none) {
       return;
    }
    auto const anyGrpOrSrc = Lidra::IpGenAddr::ipGenAddrZero(addressFamily_);
    auto const intfId = StreamOps::nullIntf();
-   routerSink_.remove(OutputKeys::validKey<RouterIntfOutput::Key>(vlanId, intfId));
-   if (overtaken) {
-      return;
-   }
-   excludeSink_.remove(OutputKeys::validKey<ExcludeIntfOutput::Key>(
-      vlanId, anyGrpOrSrc, anyGrpOrSrc, intfId));
-   if (overtaken) {
-      return;
+   if (work == JoinWork::all) {
+      routerSink_.remove(OutputKeys::validKey<RouterIntfOutput::Key>(vlanId, intfId));
+      if (overtaken) {
+         return;
+      }
+      excludeSink_.remove(OutputKeys::validKey<ExcludeIntfOutput::Key>(
+         vlanId, anyGrpOrSrc, anyGrpOrSrc, intfId));
+      if (overtaken) {
+         return;
+      }
    }
    auto const key = OutputKeys::validKey<IncludeIntfOutput::Key>(vlanId, anyGrpOrSrc,
                                                                  anyGrpOrSrc, intfId);
@@ -115,33 +118,38 @@ void TransitIntfSm::writeJoins(Bridging::VlanId vlanId, bool enabled,
    }
 }
 
-// Whether the three sinks would change nothing and say nothing.
-bool TransitIntfSm::joinsAreRight(Bridging::VlanId vlanId, bool enabled) const {
+// One way through the tree serves the three sinks.
+TransitIntfSm::JoinWork TransitIntfSm::joinWork(Bridging::VlanId vlanId,
+                                                bool enabled) const {
    if (routerSink_.reconciling() || excludeSink_.reconciling() ||
        includeSink_.reconciling() || TransitIntfTrace::transitIntfSm.enabled(kDetail)) {
-      return false;
+      return JoinWork::all;
    }
+   auto const absent = enabled ? JoinWork::include : JoinWork::none;
    auto const* const atVlan = membershipJoinStatus_->vlan().find(vlanId);
    if (atVlan == nullptr) {
-      return !enabled;
+      return absent;
    }
    auto const& vlan = *atVlan->value();
    auto const intfId = StreamOps::nullIntf();
    if (vlan.routerIntf().contains(intfId) ||
        (vlan.routerIntf().empty() && vlan.group().empty())) {
-      return false;
+      return JoinWork::all;
    }
    auto const anyGrpOrSrc = Lidra::IpGenAddr::ipGenAddrZero(addressFamily_);
    auto const* const atGroup = vlan.group().find(anyGrpOrSrc);
    auto const* const atSource =
       atGroup != nullptr ? atGroup->value()->source().find(anyGrpOrSrc) : nullptr;
    if (atSource == nullptr) {
-      return !enabled;
+      return absent;
    }
    auto const& source = *atSource->value();
-   // A source that is there is always looked at for removal, with what it leaves empty.
-   return enabled && source.includeIntf().contains(intfId) &&
-          !source.excludeIntf().contains(intfId);
+   if (source.excludeIntf().contains(intfId) ||
+       (source.excludeIntf().empty() && source.includeIntf().empty())) {
+      return JoinWork::all;
+   }
+   return enabled && source.includeIntf().contains(intfId) ? JoinWork::none
+                                                           : JoinWork::include;
 }
 
 void TransitIntfSm::writeTransitIntf(Bridging::VlanId vlanId, bool enabled,

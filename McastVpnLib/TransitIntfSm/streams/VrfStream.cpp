@@ -7,7 +7,7 @@ namespace Irb::Multicast::Evpn {
 using TransitIntfTrace::kStream;
 
 void TransitIntfSm::eventToVrfStream(L3::VrfName const& vrfName) {
-   if (!streaming()) {
+   if (!streaming() || isRepetition()) {
       return;
    }
    TRANSIT_INTF_TRACE(kStream,

@@ -1,0 +1,66 @@
+#include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
+#include "McastVpnLib/TransitIntfSm/TransitIntfTrace.h"
+#include "McastVpnLib/TransitIntfSm/inputs/VtiStatusDirSm1.h"
+#include "McastVpnLib/TransitIntfSm/inputs/VtiStatusSm2.h"
+
+#include <array>
+
+// What the second pass need not do. Each of its five scans evaluates the VLANs of the
+// VRFs that it comes to; the one of the mappings comes to every VRF.
+namespace Irb::Multicast::Evpn {
+
+namespace {
+
+bool isTraced(Pelk::Ptr<Fennlog::TraceHandle> const& ring) {
+   using namespace TransitIntfTrace;
+   constexpr std::array kLevels = {kDecision, kFilter, kStream, kDetail};
+   if (Fennlog::ringOf(ring) != nullptr) {
+      return true;
+   }
+   for (auto const level : kLevels) {
+      if (transitIntfSm.enabled(level)) {
+         return true;
+      }
+   }
+   return false;
+}
+
+} // namespace
+
+TransitIntfSm::EvaluatedInputs TransitIntfSm::inputsNow() const {
+   auto const* const status = vxlanStatus();
+   EvaluatedInputs inputs;
+   inputs.transitVrf = mcastEvpnConfig_->transitVrf().version();
+   inputs.pegVlan = pegVlanStatus_->pegVlan().version();
+   inputs.mlagState = mlagStatus_->mlagState();
+   inputs.status = status;
+   if (status != nullptr) {
+      inputs.vrfToSBDVlan = status->vrfToSBDVlan().version();
+      inputs.localVtepAddr = status->localVtepAddr();
+      inputs.mlagVtepAddr = status->mlagVtepAddr();
+   }
+   return inputs;
+}
+
+void TransitIntfSm::mappingScanBegins() {
+   scannedInputs_ = inputsNow();
+   inputsAsScanned_ = true;
+}
+
+bool TransitIntfSm::isRepetition() {
+   // From the first change on everything is evaluated, also when it is taken back.
+   inputsAsScanned_ = inputsAsScanned_ && inputsNow() == scannedInputs_;
+   if (!includeSink_.heldBack() || !excludeSink_.heldBack() ||
+       !transitSink_.heldBack() || !routerSink_.heldBack() || subscribers() != 0 ||
+       isTraced(qtHandle_)) {
+      return false;
+   }
+   if (inputsAsScanned_) {
+      return true;
+   }
+   auto const* const child = vtiStatusDirSm1_->vxlanChild();
+   return child != nullptr && child->en().get() == vxlanStatus() &&
+          !vtiStatusDirSm1_->inputScanComplete3() && child->secondScan3IsToCome();
+}
+
+} // namespace Irb::Multicast::Evpn
