@@ -25,7 +25,8 @@ constexpr char const* kTables = R"(
 
 constexpr char const* kReactorView = R"(
    CREATE VIEW wanted AS
-      SELECT DISTINCT vlan FROM map JOIN transit USING( vrf );
+      SELECT vlan FROM map
+      WHERE EXISTS ( SELECT 1 FROM transit WHERE transit.vrf = map.vrf );
 )";
 
 constexpr char const* kDataflowView = R"(
@@ -107,7 +108,7 @@ void Sqlite<rule>::triggers() const {
            trigger("stateSet", "UPDATE ON state",
                    "DELETE FROM intf WHERE NEW.mlag = 4;\n"
                    "UPDATE intf SET addr = ( SELECT addr FROM chosen );\n"
-                   "INSERT INTO intf SELECT vlan, ( SELECT addr FROM chosen )"
+                   "INSERT OR IGNORE INTO intf SELECT vlan, ( SELECT addr FROM chosen )"
                    " FROM wanted WHERE OLD.mlag = 4 AND NEW.mlag <> 4;\n"));
    if constexpr (rule == Rule::dataflow) {
       execute(trigger("pegAdd", "INSERT ON peg", evaluation("NEW.vlan")) +
@@ -117,9 +118,10 @@ void Sqlite<rule>::triggers() const {
 
 template <Rule rule>
 void Sqlite<rule>::start() {
-   execute("INSERT INTO joins SELECT vlan FROM wanted;"
-           "INSERT INTO intf SELECT vlan, ( SELECT addr FROM chosen ) FROM wanted"
-           " WHERE ( SELECT mlag FROM state ) <> 4");
+   execute(
+      "INSERT OR IGNORE INTO joins SELECT vlan FROM wanted;"
+      "INSERT OR IGNORE INTO intf SELECT vlan, ( SELECT addr FROM chosen ) FROM wanted"
+      " WHERE ( SELECT mlag FROM state ) <> 4");
 }
 
 template <Rule rule>

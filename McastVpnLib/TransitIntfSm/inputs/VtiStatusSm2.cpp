@@ -189,17 +189,15 @@ void VtiStatusSm2::noteAll() {
 Zin::Optional<Bridging::VlanIdOrNone>
 VtiStatusSm2::remember(L3::VrfName const& vrf,
                        Zin::Optional<Bridging::VlanIdOrNone> const& now) {
-   auto* const entry = remembered_.find(vrf);
-   auto const before =
-      entry != nullptr ? Zin::Optional(entry->value().vlanId) : std::nullopt;
-   bool const handled = entry != nullptr && entry->value().handled;
+   Zin::Optional<SbdVlan> last;
    if (!now) {
-      remembered_.erase(vrf);
-   } else if (entry != nullptr) {
-      entry->value() = SbdVlan{*now};
-   } else {
-      remembered_.insert(vrf, SbdVlan{*now});
+      last = remembered_.extract(vrf);
+   } else if (auto const [entry, isNew] = remembered_.insert(vrf, SbdVlan{*now});
+              !isNew) {
+      last = std::exchange(entry->value(), SbdVlan{*now});
    }
+   auto const before = last ? Zin::Optional(last->vlanId) : std::nullopt;
+   bool const handled = last && last->handled;
    if (before == now) {
       return handled ? before : std::nullopt;
    }
@@ -240,6 +238,8 @@ bool VtiStatusSm2::doInputScan3() {
       root()->mappingScanBegins();
    }
    auto const& vrfToSBDVlan = en_->vrfToSBDVlan();
+   // At once: growing with many members takes longer than a slice may last.
+   remembered_.reserve(vrfToSBDVlan.size());
    auto const from = bookmark3_;
    auto const walked = walkSlice(
       vrfToSBDVlan, resumed ? &from : nullptr,
