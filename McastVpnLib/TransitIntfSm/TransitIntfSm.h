@@ -304,6 +304,10 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    // changed since.
    EvaluatedInputs scannedInputs_;
    bool inputsAsScanned_ = false;
+   // The status that was last found, and the version of the directory then (which has
+   // none of this number).
+   mutable Vxlan::VtiStatus const* vxlanStatus_ = nullptr;
+   mutable uint32_t vxlanStatusVersion_ = UINT32_MAX;
    // The address that was last asked for, and what its text says in the general form.
    Lidra::IpAddr lastAddr_;
    Lidra::IpGenAddr lastGenAddr_;

@@ -2,6 +2,18 @@
 
 namespace Irb::Multicast::Evpn::MembershipTree {
 
+namespace {
+
+// Whether it is this child, and no other, that stands under the key.
+template <typename Children, typename Child>
+bool isChild(Children const& children, typename Children::key_type const& key,
+             Child const& child) {
+   auto const* const entry = children.find(key);
+   return entry != nullptr && entry->value().get() == &child;
+}
+
+} // namespace
+
 SourcePath find(Joins const& joins, Bridging::VlanId vlanId,
                 Lidra::IpGenAddr const& group, Lidra::IpGenAddr const& source) {
    SourcePath path;
@@ -67,10 +79,11 @@ Pelk::Ptr<Gmp::VlanMembershipJoin> createVlan(Joins& joins, Bridging::VlanId vla
 void prune(Joins& joins, SourcePath const& path) {
    auto const& [vlan, group, source] = path;
    if (source && source->includeIntf().empty() && source->excludeIntf().empty() &&
-       group->source(source->source()) == source) {
+       isChild(group->source(), source->source(), *source)) {
       group->sourceDel(source->source());
    }
-   if (group && group->source().empty() && vlan->group(group->group()) == group) {
+   if (group && group->source().empty() &&
+       isChild(vlan->group(), group->group(), *group)) {
       vlan->groupDel(group->group());
    }
    if (vlan) {
@@ -80,7 +93,7 @@ void prune(Joins& joins, SourcePath const& path) {
 
 void pruneVlan(Joins& joins, Gmp::VlanMembershipJoin const& vlan) {
    if (vlan.routerIntf().empty() && vlan.group().empty() &&
-       joins.vlan(vlan.vlanId()).get() == &vlan) {
+       isChild(joins.vlan(), vlan.vlanId(), vlan)) {
       joins.vlanDel(vlan.vlanId());
    }
 }

@@ -28,8 +28,13 @@ void TransitIntfSm::eventToVrfStream(L3::VrfName const& vrfName) {
 }
 
 Vxlan::VtiStatus const* TransitIntfSm::vxlanStatus() const {
-   auto const* const entry = vtiStatusDir_->vtiStatus().find(StreamOps::vxlanIntf());
-   return entry != nullptr ? entry->value().get() : nullptr;
+   auto const& statuses = vtiStatusDir_->vtiStatus();
+   if (vxlanStatusVersion_ != statuses.version()) {
+      auto const* const entry = statuses.find(StreamOps::vxlanIntf());
+      vxlanStatus_ = entry != nullptr ? entry->value().get() : nullptr;
+      vxlanStatusVersion_ = statuses.version();
+   }
+   return vxlanStatus_;
 }
 
 } // namespace Irb::Multicast::Evpn
