@@ -112,7 +112,7 @@ class PELK_EXPORT HashBlock {
    }
    // The first home at or after the given one whose chain holds a member, or kNoSlot.
    size_t nextHome(size_t home) const noexcept;
-   size_t firstHome() const noexcept { return nextHome(firstWord_ * 64); }
+   size_t firstHome() const noexcept { return nextHome(size_t{firstWord_} * 64); }
 
    // A free slot of the group, which there must be.
    size_t freeSlot(size_t number) const noexcept {

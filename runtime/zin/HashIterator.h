@@ -128,7 +128,7 @@ class HashForwardIterator {
       group_ = group;
       order_ = block_->group(group).order;
       left_ = block_->group(group).count;
-      base_ = entries_ + size_t{group} * Impl::kGroupSlots;
+      base_ = entries_ + group * Impl::kGroupSlots;
    }
 
    E* base_ = nullptr; // of the group's first slot

@@ -16,9 +16,9 @@ HashMap2018<Name, Key, Value>::search(Key const& key) const -> Found {
       auto const inGroup = static_cast<uint32_t>(std::countr_zero(equal));
       size_t const slot = home * Impl::kGroupSlots + inGroup;
       // A product of 32 bits: one extension and one addition less on the way there.
-      Entry* const entry = reinterpret_cast<Entry*>(
-         reinterpret_cast<std::byte*>(entries() + home * Impl::kGroupSlots) +
-         inGroup * static_cast<uint32_t>(sizeof(Entry)));
+      uint32_t const offset = inGroup * static_cast<uint32_t>(sizeof(Entry));
+      auto* const entry = reinterpret_cast<Entry*>(
+         reinterpret_cast<std::byte*>(entries() + home * Impl::kGroupSlots) + offset);
       if (entry->key() == key) [[likely]] {
          if (entry == nullptr) {
             __builtin_unreachable(); // saves the caller's test

@@ -28,6 +28,10 @@ struct SourceIntfOutput {
 
    template <typename Visitor>
    static bool walk(TransitIntfSm& sm, Key const* bookmark, Visitor& visitor);
+
+ private:
+   friend Traits;
+   SourceIntfOutput() = default;
 };
 
 } // namespace Irb::Multicast::Evpn
