@@ -89,17 +89,15 @@ inline constexpr std::array kEdges = {
 
 // The node's place in kNodes; their number if there is none.
 constexpr size_t indexOf(std::string_view name) noexcept {
-   auto const* const found =
-      std::find_if(kNodes.begin(), kNodes.end(),
-                   [name](Node const& node) { return node.name == name; });
+   auto const* const found = std::ranges::find(kNodes, name, &Node::name);
    return static_cast<size_t>(found - kNodes.begin());
 }
 
-static_assert(std::all_of(kEdges.begin(), kEdges.end(),
-                          [](Edge const& edge) {
-                             return indexOf(edge.from) < indexOf(edge.to) &&
-                                    indexOf(edge.to) < kNodes.size();
-                          }),
+static_assert(std::ranges::all_of(kEdges,
+                                  [](Edge const& edge) {
+                                     return indexOf(edge.from) < indexOf(edge.to) &&
+                                            indexOf(edge.to) < kNodes.size();
+                                  }),
               "an edge leads from a node to a later one");
 
 // The graph for Graphviz, and for Mermaid.
