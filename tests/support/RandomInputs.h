@@ -134,7 +134,8 @@ class RandomInputs {
    // Fewer for the reactor, which lets VRFs share them.
    uint16_t vlanId() {
       static constexpr uint16_t kVlans[] = {1, 10, 20, 4094, 30, 40, 50, 60};
-      return kVlans[below(pegVlans_ == nullptr ? 4 : std::size(kVlans))];
+      return kVlans[below(
+         pegVlans_ == nullptr ? 4u : static_cast<uint32_t>(std::size(kVlans)))];
    }
    Bridging::VlanIdOrNone vlanOrNone() {
       return pegVlans_ == nullptr && oneIn(5) ? uint16_t{0} : vlanId();
