@@ -65,11 +65,10 @@ class InputSm : public Vorn::Gen::InputStateMachine {
    friend Derived;
    using EnSubscription = Pelk::Subscription<Derived, Entity>;
 
-   InputSm(Pelk::Ptr<Entity const> en, Root* root)
+   // Derived hands itself over: while this is made, it is no Derived to cast to yet.
+   InputSm(Pelk::Ptr<Entity const> en, Root* root, Derived* derived)
       : en_(std::move(en)), root_(root),
-        subscription_(EnSubscription::template of<&Derived::enDispatch>(derived())) {}
-
-   Derived* derived() noexcept { return static_cast<Derived*>(this); }
+        subscription_(EnSubscription::template of<&Derived::enDispatch>(derived)) {}
 
    Pelk::Ptr<Entity const> en_;
    Root* root_;

@@ -8,7 +8,7 @@ namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 McastEvpnConfigSm0::McastEvpnConfigSm0(
    Pelk::Ptr<Routing::Multicast::Evpn::Config const> en, Root* root)
-   : InputSm(std::move(en), root), scan0_(this) {}
+   : InputSm(std::move(en), root, this), scan0_(this) {}
 
 McastEvpnConfigSm0::~McastEvpnConfigSm0() = default;
 

@@ -4,7 +4,7 @@
 namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 MlagStatusSm3::MlagStatusSm3(Pelk::Ptr<Mlag::Status const> en, Root* root)
-   : InputSm(std::move(en), root), scan2_(this) {}
+   : InputSm(std::move(en), root, this), scan2_(this) {}
 
 MlagStatusSm3::~MlagStatusSm3() = default;
 

@@ -8,7 +8,7 @@ namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 PegVlanStatusSm4::PegVlanStatusSm4(
    Pelk::Ptr<Routing::Multicast::PegVlanStatus const> en, Root* root)
-   : InputSm(std::move(en), root), scan4_(this) {}
+   : InputSm(std::move(en), root, this), scan4_(this) {}
 
 PegVlanStatusSm4::~PegVlanStatusSm4() = default;
 

@@ -14,7 +14,7 @@ using TransitIntfTrace::kFile;
 using TransitIntfTrace::vtiStatusDirSm1;
 
 VtiStatusDirSm1::VtiStatusDirSm1(Pelk::Ptr<Vxlan::VtiStatusDir const> en, Root* root)
-   : InputSm(std::move(en), root), scan1_(this), scan3_(this) {}
+   : InputSm(std::move(en), root, this), scan1_(this), scan3_(this) {}
 
 VtiStatusDirSm1::~VtiStatusDirSm1() {
    childSmVtiStatusVxlanVtiStatusPtrConstDelAll();
