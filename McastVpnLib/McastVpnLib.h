@@ -57,7 +57,9 @@ MCASTVPNLIB_EXPORT Pelk::Ptr<TransitSm> transitSmFactory(
 // machine's OutputState says when it is.
 //
 // Any null argument is a fatal assertion. A mapped VLAN outside 1..4094 raises a
-// Zin::RangeException from a synchronous start; nothing is subscribed then.
+// Zin::RangeException from here if it is met before this returns, in a synchronous
+// start or in the first slice of a scan; nothing is subscribed then. Met later, in a
+// task or by a notification, it ends the process.
 MCASTVPNLIB_EXPORT Pelk::Ptr<TransitIntfSm> transitIntfSmFactory(
    Lidra::AddressFamily addressFamily,
    Pelk::Ptr<Routing::Multicast::Evpn::Config const> const& mcastEvpnConfig,

@@ -1,21 +1,14 @@
 #include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
+#include "McastVpnLib/TransitIntfSm/inputs/McastEvpnConfigSm0.h"
+#include "McastVpnLib/TransitIntfSm/inputs/MlagStatusSm3.h"
+#include "McastVpnLib/TransitIntfSm/inputs/PegVlanStatusSm4.h"
+#include "McastVpnLib/TransitIntfSm/inputs/VtiStatusDirSm1.h"
 #include "zin/AttributeMakers.h"
-#include "zin/Decimal.h"
+#include "zin/NumberTraits.h"
 
 #include <array>
 
 // The machine's attributes and the types of its keys, by name.
-
-template <>
-struct Zin::ValueTraits<uint16_t> {
-   static constexpr std::string_view name = "unsigned short";
-   static constexpr ValueForm form = ValueForm::number;
-   static constexpr std::string_view allowed = "a number below 65536";
-   static std::string toText(uint16_t value) { return std::to_string(value); }
-   static uint16_t fromText(std::string_view text) {
-      return Zin::decimalFromText<uint16_t>(text);
-   }
-};
 
 namespace Irb::Multicast::Evpn {
 
@@ -73,6 +66,18 @@ constexpr std::array kAttributes = {
       "idle", Sm::kIdle, [](auto const& sm) { return sm.idle(); }, Zin::Fixed{}),
    Zin::valueAttribute<Sm>(
       "ready", Sm::kReady, [](auto const& sm) { return sm.ready(); }, Zin::Fixed{}),
+   Zin::pointerAttribute<Sm>(
+      "mcastEvpnConfigSm0", Sm::kMcastEvpnConfigSm0,
+      [](auto const& sm) -> auto& { return sm.mcastEvpnConfigSm0(); }),
+   Zin::pointerAttribute<Sm>(
+      "vtiStatusDirSm1", Sm::kVtiStatusDirSm1,
+      [](auto const& sm) -> auto& { return sm.vtiStatusDirSm1(); }),
+   Zin::pointerAttribute<Sm>(
+      "mlagStatusSm3", Sm::kMlagStatusSm3,
+      [](auto const& sm) -> auto& { return sm.mlagStatusSm3(); }),
+   Zin::pointerAttribute<Sm>(
+      "pegVlanStatusSm4", Sm::kPegVlanStatusSm4,
+      [](auto const& sm) -> auto& { return sm.pegVlanStatusSm4(); }),
 };
 constexpr Zin::EntityType kType{"Irb::Multicast::Evpn::TransitIntfSm", kAttributes};
 Zin::TypeRegistration const registration(kType);

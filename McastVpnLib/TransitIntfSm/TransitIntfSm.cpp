@@ -149,7 +149,8 @@ void TransitIntfSm::startInputs() {
 template <typename Machine, typename Input>
 void TransitIntfSm::startInput(Pelk::Ptr<Machine>& machine,
                                Pelk::Ptr<Input const> const& input) {
-   machine = Pelk::makePtr<Machine>(input, this);
+   machine = Pelk::makePtr<Machine>(input);
+   machine->parentIs(this);
    machine->handleInitialized();
    machine->doInitializeTask();
    if (synchronous_) {

@@ -106,6 +106,10 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    static constexpr int16_t kGroupByAttr0 = 270;
    static constexpr int16_t kIdle = 271;
    static constexpr int16_t kReady = 272;
+   static constexpr int16_t kMcastEvpnConfigSm0 = 273;
+   static constexpr int16_t kVtiStatusDirSm1 = 274;
+   static constexpr int16_t kMlagStatusSm3 = 275;
+   static constexpr int16_t kPegVlanStatusSm4 = 276;
 
    // Makes the machine, which starts at once, and switches its notifications on.
    // transitIntfSmFactory() (McastVpnLib/McastVpnLib.h) is the same.

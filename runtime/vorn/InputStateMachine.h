@@ -1,8 +1,10 @@
 #pragma once
 
+#include "pelk/Entity.h"
 #include "pelk/Export.h"
 #include "pelk/Ptr.h"
-#include "pelk/SharedObject.h"
+
+#include <cstdint>
 
 namespace Vorn::Gen {
 
@@ -10,12 +12,20 @@ namespace Vorn::Gen {
 // starts, in slices where its parent runs asynchronously, and afterwards hands each
 // change of the input to its parent.
 //
-// It is counted; every reactor entry point runs inside an InReactor guard, and does
-// nothing once isBeingDeleted().
+// It is counted, and read by name through its type's table of attributes, whose changes
+// it announces to nobody; every reactor entry point runs inside an InReactor guard, and
+// does nothing once isBeingDeleted().
 //
 // Event thread only.
-class PELK_EXPORT InputStateMachine : public Pelk::SharedObject {
+class PELK_EXPORT InputStateMachine : public Pelk::Entity {
  public:
+   // Attribute ids; a machine's own come after these. Frozen.
+   static constexpr int16_t kEn = 258;
+   static constexpr int16_t kParent = 259;
+   static constexpr int16_t kInitialized = 260;
+   static constexpr int16_t kInReactor = 261;
+   static constexpr int16_t kFirstOwn = 262;
+
    // Whether the parent's initial scan is over.
    virtual bool initialScanDone() const = 0;
    // Whether the parent runs without tasks.

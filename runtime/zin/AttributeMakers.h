@@ -2,6 +2,9 @@
 
 #include "zin/TypeTable.h"
 
+#include <concepts>
+#include <memory>
+
 // Makes the rows of an entity type's table (zin/TypeTable.h). Accessors are given as
 // lambdas without captures, so that each row is a set of plain functions:
 //
@@ -44,9 +47,12 @@ constexpr Attribute collectionAttribute(std::string_view name, int16_t id,
    row.memberHas = [](Pelk::Entity const& entity, std::string_view key) {
       return Get{}(as<E>(entity)).contains(ValueTraits<Key>::fromText(key));
    };
-   row.memberDel = [](Pelk::Entity& entity, std::string_view key) {
-      Del{}(as<E>(entity), ValueTraits<Key>::fromText(key));
-   };
+   row.writable = !std::same_as<Del, Fixed>;
+   if constexpr (!std::same_as<Del, Fixed>) {
+      row.memberDel = [](Pelk::Entity& entity, std::string_view key) {
+         Del{}(as<E>(entity), ValueTraits<Key>::fromText(key));
+      };
+   }
    return row;
 }
 
@@ -92,13 +98,13 @@ constexpr Attribute valueAttribute(std::string_view name, int16_t id, Get get, S
    return row;
 }
 
-// Get gives the Ptr.
+// Get gives the Ptr, or a plain pointer.
 template <typename E, typename Get>
 constexpr Attribute pointerAttribute(std::string_view name, int16_t id, Get) {
    Attribute row{name, id, AttributeKind::pointer};
    row.writable = false;
    row.target = [](Pelk::Entity const& entity) -> Pelk::Entity const* {
-      return Get{}(Impl::as<E>(entity)).get();
+      return std::to_address(Get{}(Impl::as<E>(entity)));
    };
    return row;
 }
@@ -145,8 +151,8 @@ constexpr Attribute mapAttribute(std::string_view name, int16_t id, Get, Set, De
    return row;
 }
 
-// What the two kinds of children have in common: made in place (Add) or made first
-// and put there whole (see adoptedChildrenAttribute).
+// What all children have in common, whether they are made in place, made first and put
+// there whole (see adoptedChildrenAttribute), or only shown (Del is Fixed).
 template <typename E, typename Child, typename Get, typename Del>
 constexpr Attribute childrenAttributeBase(std::string_view name, int16_t id) {
    Attribute row =
@@ -166,6 +172,12 @@ constexpr Attribute childrenAttributeBase(std::string_view name, int16_t id) {
       return member == nullptr ? nullptr : member->value();
    };
    return row;
+}
+
+// Children that come and go with what their parent does.
+template <typename E, typename Child, typename Get>
+constexpr Attribute shownChildrenAttribute(std::string_view name, int16_t id, Get) {
+   return childrenAttributeBase<E, Child, Get, Fixed>(name, id);
 }
 
 // Add makes a child in the collection: (entity, key, InitialValues const&) to Ptr.

@@ -5,6 +5,7 @@
 #include "lidra/IpAddr.h"
 #include "lidra/IpGenAddr.h"
 #include "mlag/MlagState.h"
+#include "zin/NumberTraits.h"
 #include "zin/TypeTable.h"
 
 namespace Zin {
@@ -17,7 +18,7 @@ struct Registrations {
       TypeRegistration(valueTypeOf<T>)...};
 };
 
-Registrations<bool, Unit, Bridging::VlanId, Bridging::VlanIdOrNone, L3::VrfName,
+Registrations<bool, uint16_t, uint32_t, Unit, Bridging::VlanId, Bridging::VlanIdOrNone, L3::VrfName,
               Lidra::AddressFamily, Lidra::IntfId, Lidra::IpAddr, Lidra::IpGenAddr,
               Mlag::MlagState> const registrations;
 

@@ -134,19 +134,21 @@ TEST(TypeTable, EachAttributeHasTheOperationsOfItsKind) {
          bool const isValue =
             it.kind == AttributeKind::key || it.kind == AttributeKind::value;
          bool const isChildren = it.kind == AttributeKind::children;
+         bool const changes = it.isCollection() && it.writable;
          EXPECT_EQ(it.get != nullptr, isValue);
          EXPECT_EQ(it.set != nullptr, it.kind == AttributeKind::value && it.writable);
          EXPECT_EQ(it.target != nullptr, it.kind == AttributeKind::pointer);
-         for (bool const present :
-              {it.size != nullptr, it.memberHas != nullptr, it.members != nullptr,
-               it.memberDel != nullptr, it.keyType != nullptr}) {
+         for (bool const present : {it.size != nullptr, it.memberHas != nullptr,
+                                    it.members != nullptr, it.keyType != nullptr}) {
             EXPECT_EQ(present, it.isCollection());
          }
+         EXPECT_EQ(it.memberDel != nullptr, changes);
          EXPECT_EQ(it.memberGet != nullptr, it.isCollection() && !isChildren);
-         EXPECT_EQ(it.memberIs != nullptr, it.isCollection() && !isChildren);
+         EXPECT_EQ(it.memberIs != nullptr, changes && !isChildren);
          EXPECT_EQ(it.child != nullptr, isChildren);
          EXPECT_EQ(it.childType != nullptr, isChildren);
-         EXPECT_EQ(it.childIs != nullptr || it.childNew != nullptr, isChildren);
+         EXPECT_EQ(it.childIs != nullptr || it.childNew != nullptr,
+                   changes && isChildren);
          EXPECT_EQ(it.childNew != nullptr, it.childAdopt != nullptr);
       }
    }

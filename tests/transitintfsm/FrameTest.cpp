@@ -238,9 +238,10 @@ TEST_F(TransitIntfSmFrame, AttributesAreThoseThatTheFactoryWasGiven) {
                            "mlagStatus", "transitIntfColl", "membershipJoinStatus",
                            "pegVlanStatus", "initialized", "synchronous",
                            "initialScanDone", "inputSmScanState", "outputState",
-                           "groupByAttr0", "idle", "ready"));
+                           "groupByAttr0", "idle", "ready", "mcastEvpnConfigSm0",
+                           "vtiStatusDirSm1", "mlagStatusSm3", "pegVlanStatusSm4"));
    EXPECT_EQ(ids.front(), 258);
-   EXPECT_EQ(ids.back(), 272);
+   EXPECT_EQ(ids.back(), 276);
 }
 
 TEST_F(TransitIntfSmFrame, ANullArgumentEndsTheProcess) {
@@ -277,6 +278,43 @@ TEST_F(TransitIntfSmEnd, DestructionLeavesTheOutputsAndLetsGoOfTheInputs) {
    EXPECT_EQ(subscribers(), 0u);
    EXPECT_EQ(outputs(), before);
    EXPECT_THAT(log.takeNotified(), IsEmpty());
+}
+
+// Calls back at each line of the trace, and passes on nothing.
+class TraceCalls final : public Pelk::TraceSink {
+ public:
+   using Call = std::function<void(Pelk::TraceRecord const&)>;
+
+   explicit TraceCalls(Call call)
+      : call_(std::move(call)), before_(Pelk::Trace::sinkIs(this)) {}
+   ~TraceCalls() override { Pelk::Trace::sinkIs(before_); }
+   void trace(Pelk::TraceRecord const& record) override { call_(record); }
+
+ private:
+   Call call_;
+   Pelk::TraceSink* before_;
+};
+
+TEST_F(TransitIntfSmEnd, IsMarkedBeforeItsInputMachinesAreAskedAndItsStreamsAreClosed) {
+   transitOn("red", 10);
+   startQuietly();
+   auto const before = outputs();
+   auto* const machine = sm.get();
+   std::vector<std::string> asked;
+   TraceCalls const calls([&](Pelk::TraceRecord const& record) {
+      asked.emplace_back(record.name);
+      EXPECT_TRUE(machine->isBeingDeleted());
+      EXPECT_EQ(subscribers(), 0u);
+      machine->eventToTransitVlanStream(10, "red", false);
+      machine->eventToVrfStream("red");
+      machine->handleInputReady();
+   });
+   sm = nullptr;
+   EXPECT_THAT(asked,
+               ElementsAre("McastEvpnConfigSm0", "MlagStatusSm3", "PegVlanStatusSm4",
+                           "VtiStatusDirSm1", "VtiStatusSm2"));
+   EXPECT_EQ(outputs(), before);
+   EXPECT_THAT(log.take(), IsEmpty());
 }
 
 TEST_F(TransitIntfSmEnd, AnEndInTheMiddleOfAScanLeavesNoTask) {

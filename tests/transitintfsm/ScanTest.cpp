@@ -1,6 +1,9 @@
 #include "support/DataflowFixture.h"
 #include "support/DeathMessages.h"
 
+#include <algorithm>
+#include <array>
+
 namespace {
 
 using namespace Support;
@@ -9,12 +12,14 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 using testing::Not;
 using ScanState = TransitIntfSm::InputSmScanState;
 
 // What the contract cases ask of one scan. fill() makes members; none of the other
 // inputs has more than one.
 struct ConfigScan {
+   using Machine = TransitIntfSm::McastEvpnConfigSm0;
    static constexpr char const* kTask =
       "Irb::Multicast::Evpn::TransitIntfSm-McastEvpnConfigSm0InputScanTask0";
    static constexpr char const* kUnit = "McastEvpnConfigSm0 transitVrf";
@@ -40,9 +45,13 @@ struct ConfigScan {
    static bool shouldYield(TransitIntfSm& sm) {
       return sm.mcastEvpnConfigSm0()->shouldYield0();
    }
+   static void scan(TransitIntfSm::McastEvpnConfigSm0& machine) {
+      machine.doInputScan0();
+   }
 };
 
 struct PegScan {
+   using Machine = TransitIntfSm::PegVlanStatusSm4;
    static constexpr char const* kTask =
       "Irb::Multicast::Evpn::TransitIntfSm-PegVlanStatusSm4InputScanTask4";
    static constexpr char const* kUnit = "PegVlanStatusSm4 pegVlan";
@@ -68,9 +77,13 @@ struct PegScan {
    static bool shouldYield(TransitIntfSm& sm) {
       return sm.pegVlanStatusSm4()->shouldYield4();
    }
+   static void scan(TransitIntfSm::PegVlanStatusSm4& machine) {
+      machine.doInputScan4();
+   }
 };
 
 struct AddressScan {
+   using Machine = TransitIntfSm::VtiStatusDirSm1;
    static constexpr char const* kTask =
       "Irb::Multicast::Evpn::TransitIntfSm-VtiStatusDirSm1InputScanTask1";
    static constexpr char const* kUnit = "VtiStatusDirSm1 child";
@@ -100,6 +113,7 @@ struct AddressScan {
    static bool shouldYield(TransitIntfSm& sm) {
       return sm.vtiStatusDirSm1()->shouldYield1();
    }
+   static void scan(TransitIntfSm::VtiStatusDirSm1& machine) { machine.doInputScan1(); }
 };
 
 struct MappingScan : AddressScan {
@@ -121,7 +135,30 @@ struct MappingScan : AddressScan {
    static bool shouldYield(TransitIntfSm& sm) {
       return sm.vtiStatusDirSm1()->shouldYield3();
    }
+   static void scan(TransitIntfSm::VtiStatusDirSm1& machine) { machine.doInputScan3(); }
 };
+
+// Of a task that runs when no other is due.
+constexpr Kolm::TaskPriority kLastPriority(1000);
+
+// A machine without its input, whose scan is started.
+template <typename Case>
+void scanOfNothing(TransitIntfSm& sm) {
+   auto const machine = Pelk::makePtr<typename Case::Machine>(nullptr);
+   machine->parentIs(&sm);
+   machine->handleInitialized();
+   Case::scan(*machine);
+}
+
+// Whether the second pass of all scans but one is over.
+bool allButOneAreComplete(TransitIntfSm const& sm) {
+   std::array const states = {sm.mcastEvpnConfigSm0()->inputScanState0(),
+                              sm.vtiStatusDirSm1()->inputScanState1(),
+                              sm.mlagStatusSm3()->inputScanState2(),
+                              sm.vtiStatusDirSm1()->inputScanState3(),
+                              sm.pegVlanStatusSm4()->inputScanState4()};
+   return std::ranges::count(states, 2u) == 4;
+}
 
 template <typename Case>
 class InputScan : public DataflowTest {
@@ -207,6 +244,33 @@ TYPED_TEST(InputScan, SynchronouslyHasNoTaskAndNeverYields) {
    EXPECT_EQ(TypeParam::state(*this->sm), 2u);
 }
 
+TYPED_TEST(InputScan, NoOutputIsReconciledBeforeItsSecondPassIsOver) {
+   this->transitOn("red", 10);
+   TypeParam::fill(*this, 20);
+   this->template startAsync<Kolm::PollShare>(1u);
+   auto& machine = *this->sm;
+   TypeParam::taskIs(machine, this->scheduler, kLastPriority, Pelk::String("last"));
+   size_t slicesAlone = 0;
+   while (!machine.ready()) {
+      if (machine.initialScanDone() && TypeParam::state(machine) != 2) {
+         EXPECT_EQ(machine.transitIntfCollIntfOutputReconciliationState(), 3u);
+         EXPECT_EQ(
+            machine.membershipJoinStatusVlanRouterIntfOutputReconciliationState(), 3u);
+         EXPECT_THAT(this->outputs(), IsEmpty());
+         slicesAlone += allButOneAreComplete(machine) ? 1 : 0;
+      }
+      ASSERT_TRUE(this->scheduler->runSlice());
+   }
+   EXPECT_GT(slicesAlone, 0u); // this scan is what the outputs waited for
+}
+
+TYPED_TEST(InputScan, WithoutAnInputItEndsTheProcess) {
+   this->startQuietly();
+   EXPECT_DEATH(scanOfNothing<TypeParam>(*this->sm),
+                assertionMessage("en() && \"Sm args can only be null if marked as "
+                                 "Optional in the SM type declaration\""));
+}
+
 TYPED_TEST(InputScan, ATaskIsKeptOnlyIfAllThreeAreTheSame) {
    this->startQuietly();
    auto& machine = *this->sm;
@@ -223,6 +287,47 @@ TYPED_TEST(InputScan, ATaskIsKeptOnlyIfAllThreeAreTheSame) {
 }
 
 class TransitIntfSmInputs : public DataflowTest {};
+
+// The scan whose flag is the last starts the second pass from inside, and runs its own
+// there if its task has nothing pending, which ends the task: both are left alone when
+// the publish returns.
+TEST_F(TransitIntfSmInputs, TheLastScansSecondPassMayBeOverBeforeItsFirst) {
+   transitOn("red", 10);
+   transit("blue");
+   startAsync<Kolm::PollShare>(1u);
+   scheduler->shareIs(std::make_unique<Kolm::UnlimitedShare>());
+   sm->mcastEvpnConfigSm0()->task0()->taskWorkPendingIs(0);
+   log.take();
+   runUntilReady();
+   Events completions;
+   for (auto const& event : log.take()) {
+      if (event.starts_with("9 doInputScan0: ") && event.ends_with("complete.")) {
+         completions.push_back(event);
+      }
+   }
+   EXPECT_THAT(
+      completions,
+      ElementsAre("9 doInputScan0: McastEvpnConfigSm0 scan, and parent scan, complete.",
+                  "9 doInputScan0: McastEvpnConfigSm0 initial scan, and parent scan, "
+                  "complete."));
+   EXPECT_FALSE(sm->mcastEvpnConfigSm0()->task0());
+}
+
+// It is over in one step, which is late only if its task has work pending.
+TEST_F(TransitIntfSmInputs, TheScanOfTheMlagStateIsWaitedForAsTheOthersAre) {
+   transitOn("red", 10);
+   transitOn("blue", 20);
+   startAsync<Kolm::PollShare>(1u);
+   auto& mlagSm = *sm->mlagStatusSm3();
+   mlagSm.task2Is(scheduler, kLastPriority, "last")->taskWorkPendingIs(1);
+   while (!allButOneAreComplete(*sm)) {
+      ASSERT_TRUE(scheduler->runSlice());
+   }
+   EXPECT_EQ(mlagSm.inputScanState2(), 3u);
+   EXPECT_EQ(sm->transitIntfCollIntfOutputReconciliationState(), 3u);
+   EXPECT_THAT(outputs(), IsEmpty());
+   runUntilReady();
+}
 
 TEST_F(TransitIntfSmInputs, AChangeDuringAScanIsHandledAtOnce) {
    transitOn("red", 10);
@@ -340,15 +445,16 @@ TEST_F(TransitIntfSmVti, AnInterfaceThatAppearsIsScannedForBothStreamsAtOnce) {
 
 TEST_F(TransitIntfSmVti, AnInterfaceThatGoesWithdrawsEveryEntryBeforeItsChildGoes) {
    transitOn("red", 10);
-   map("blue", 20);
+   for (uint16_t n = 20; n < 30; ++n) {
+      map(("vrf" + std::to_string(n)).c_str(), n);
+   }
    startQuietly();
    auto const gone = child("Vxlan1");
    Events expected{"vtiIntf=Vxlan1"};
-   for (auto const& entry : gone->remembered()) {
+   for (auto const& entry : status->vrfToSBDVlan()) {
       expected.push_back("vtiIntf=Vxlan1 vrfName=" + std::string(entry.key().view()) +
                          " oldSbdVlan=Optional( " +
-                         std::to_string(entry.value().vlanId.value()) +
-                         " ) newSbdVlan=None");
+                         std::to_string(entry.value().value()) + " ) newSbdVlan=None");
    }
    dir->vtiStatusDel(vxlan1());
    EXPECT_THAT(evaluations(), testing::ElementsAreArray(expected));
@@ -405,6 +511,11 @@ TEST_F(TransitIntfSmVti, AChildsScanYieldsByItsParentsTaskAndGoesOnAtItsVrf) {
                               "iterations (1 total items)"));
    runUntilReady();
    EXPECT_EQ(child("Vxlan1")->inputScanState3(), 2u);
+   // All of a pass, whatever the number of its slices.
+   EXPECT_THAT(log.take(), IsSupersetOf({"9 doInputScan3: VtiStatusSm2 initial scan "
+                                         "complete. Processed 5 children. ",
+                                         "9 doInputScan3: VtiStatusSm2 scan "
+                                         "complete. Processed 5 children. "}));
 }
 
 TEST_F(TransitIntfSmVti, AReactorOfAChildMarksItsParentAndNests) {

@@ -1,5 +1,7 @@
 #include "vorn/InputStateMachine.h"
 
+#include "zin/TypeTable.h"
+
 #include <gmock/gmock.h>
 #include <memory>
 #include <type_traits>
@@ -23,6 +25,10 @@ class Machine final : public InputStateMachine {
    void doInitializeTask() override {}
    void handleInitialized() override { initializedIs(true); }
    void hasNotificationActiveIs(bool) override {}
+   Zin::EntityType const& entityType() const noexcept override {
+      static constexpr Zin::EntityType kType{"Tests::Machine", {}};
+      return kType;
+   }
 
  private:
    bool* gone_;

@@ -7,8 +7,8 @@
 namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 McastEvpnConfigSm0::McastEvpnConfigSm0(
-   Pelk::Ptr<Routing::Multicast::Evpn::Config const> en, Root* root)
-   : InputSm(std::move(en), root, this), scan0_(this) {}
+   Pelk::Ptr<Routing::Multicast::Evpn::Config const> en)
+   : InputSm(std::move(en), this), scan0_(this) {}
 
 McastEvpnConfigSm0::~McastEvpnConfigSm0() = default;
 
@@ -47,6 +47,7 @@ void McastEvpnConfigSm0::enDispatch(Pelk::Publisher*, Pelk::Subscriber*,
 }
 
 void McastEvpnConfigSm0::handleTransitVrf0Reactor(L3::VrfName const& vrf) {
+   Pelk::Ptr const guard(root());
    Vorn::Gen::InReactor const inReactor(this);
    handleTransitVrf0(vrf);
 }

@@ -41,7 +41,7 @@ extern template class InputScan<InputScan0>;
 class MCASTVPNLIB_EXPORT McastEvpnConfigSm0 final
    : public InputSm<McastEvpnConfigSm0, Routing::Multicast::Evpn::Config> {
  public:
-   McastEvpnConfigSm0(Pelk::Ptr<Routing::Multicast::Evpn::Config const> en, Root* root);
+   explicit McastEvpnConfigSm0(Pelk::Ptr<Routing::Multicast::Evpn::Config const> en);
 
    void doInitializeTask() override { scan0_.initializeTask(); }
    void doInputScan() override;
@@ -78,6 +78,9 @@ class MCASTVPNLIB_EXPORT McastEvpnConfigSm0 final
 
    // Of the configuration's transit VRFs, as last seen.
    uint32_t versionTransitVrf() const { return versionTransitVrf_; }
+
+   static Zin::EntityType const& type() noexcept;
+   Zin::EntityType const& entityType() const noexcept override { return type(); }
 
  private:
    friend InputScan0;

@@ -1,10 +1,11 @@
 #include "McastVpnLib/TransitIntfSm/inputs/MlagStatusSm3.h"
 
 #include "McastVpnLib/TransitIntfSm/inputs/InputScanImpl.h"
+
 namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
-MlagStatusSm3::MlagStatusSm3(Pelk::Ptr<Mlag::Status const> en, Root* root)
-   : InputSm(std::move(en), root, this), scan2_(this) {}
+MlagStatusSm3::MlagStatusSm3(Pelk::Ptr<Mlag::Status const> en)
+   : InputSm(std::move(en), this), scan2_(this) {}
 
 MlagStatusSm3::~MlagStatusSm3() = default;
 
@@ -32,6 +33,7 @@ void MlagStatusSm3::enDispatch(Pelk::Publisher*, Pelk::Subscriber*, int16_t attr
 }
 
 void MlagStatusSm3::handleMlagState2Reactor() {
+   Pelk::Ptr const guard(root());
    Vorn::Gen::InReactor const inReactor(this);
    handleMlagState2();
 }

@@ -33,7 +33,7 @@ extern template class InputScan<InputScan2>;
 class MCASTVPNLIB_EXPORT MlagStatusSm3 final
    : public InputSm<MlagStatusSm3, Mlag::Status> {
  public:
-   MlagStatusSm3(Pelk::Ptr<Mlag::Status const> en, Root* root);
+   explicit MlagStatusSm3(Pelk::Ptr<Mlag::Status const> en);
 
    void doInitializeTask() override { scan2_.initializeTask(); }
    void doInputScan() override;
@@ -65,6 +65,9 @@ class MCASTVPNLIB_EXPORT MlagStatusSm3 final
       scan2_.taskDispatch(publisher, subscriber, attributeId, key, value);
    }
    void tasksDel() { task2Del(); }
+
+   static Zin::EntityType const& type() noexcept;
+   Zin::EntityType const& entityType() const noexcept override { return type(); }
 
  private:
    ~MlagStatusSm3() override;

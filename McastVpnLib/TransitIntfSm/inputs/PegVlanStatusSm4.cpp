@@ -7,8 +7,8 @@
 namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 
 PegVlanStatusSm4::PegVlanStatusSm4(
-   Pelk::Ptr<Routing::Multicast::PegVlanStatus const> en, Root* root)
-   : InputSm(std::move(en), root, this), scan4_(this) {}
+   Pelk::Ptr<Routing::Multicast::PegVlanStatus const> en)
+   : InputSm(std::move(en), this), scan4_(this) {}
 
 PegVlanStatusSm4::~PegVlanStatusSm4() = default;
 
@@ -47,6 +47,7 @@ void PegVlanStatusSm4::enDispatch(Pelk::Publisher*, Pelk::Subscriber*,
 }
 
 void PegVlanStatusSm4::handlePegVlan4Reactor(Bridging::VlanId vlanId) {
+   Pelk::Ptr const guard(root());
    Vorn::Gen::InReactor const inReactor(this);
    handlePegVlan4(vlanId);
 }

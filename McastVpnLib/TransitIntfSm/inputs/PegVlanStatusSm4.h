@@ -39,7 +39,7 @@ extern template class InputScan<InputScan4>;
 class MCASTVPNLIB_EXPORT PegVlanStatusSm4 final
    : public InputSm<PegVlanStatusSm4, Routing::Multicast::PegVlanStatus> {
  public:
-   PegVlanStatusSm4(Pelk::Ptr<Routing::Multicast::PegVlanStatus const> en, Root* root);
+   explicit PegVlanStatusSm4(Pelk::Ptr<Routing::Multicast::PegVlanStatus const> en);
 
    void doInitializeTask() override { scan4_.initializeTask(); }
    void doInputScan() override;
@@ -76,6 +76,9 @@ class MCASTVPNLIB_EXPORT PegVlanStatusSm4 final
 
    // Of the PEG VLANs, as last seen.
    uint32_t versionPegVlan() const { return versionPegVlan_; }
+
+   static Zin::EntityType const& type() noexcept;
+   Zin::EntityType const& entityType() const noexcept override { return type(); }
 
  private:
    friend InputScan4;

@@ -13,8 +13,8 @@ using TransitIntfTrace::kEvent;
 using TransitIntfTrace::kFile;
 using TransitIntfTrace::vtiStatusDirSm1;
 
-VtiStatusDirSm1::VtiStatusDirSm1(Pelk::Ptr<Vxlan::VtiStatusDir const> en, Root* root)
-   : InputSm(std::move(en), root, this), scan1_(this), scan3_(this) {}
+VtiStatusDirSm1::VtiStatusDirSm1(Pelk::Ptr<Vxlan::VtiStatusDir const> en)
+   : InputSm(std::move(en), this), scan1_(this), scan3_(this) {}
 
 VtiStatusDirSm1::~VtiStatusDirSm1() {
    childSmVtiStatusVxlanVtiStatusPtrConstDelAll();
@@ -85,11 +85,13 @@ void VtiStatusDirSm1::enDispatch(Pelk::Publisher*, Pelk::Subscriber*,
 }
 
 void VtiStatusDirSm1::handleVtiStatus1Reactor(Lidra::IntfId intf) {
+   Pelk::Ptr const guard(root());
    Vorn::Gen::InReactor const inReactor(this);
    InputScan1::item(*this, intf);
 }
 
 void VtiStatusDirSm1::handleVtiStatus3Reactor(Lidra::IntfId intf) {
+   Pelk::Ptr const guard(root());
    Vorn::Gen::InReactor const inReactor(this);
    InputScan3::item(*this, intf);
 }
@@ -170,7 +172,8 @@ VtiStatusDirSm1::childSmVtiStatusVxlanVtiStatusPtrConstIs(StatusPtr const& vtiSt
       }
       present->shutdown();
    }
-   auto made = Pelk::makePtr<VtiStatusSm2>(vtiStatus, this);
+   auto made = Pelk::makePtr<VtiStatusSm2>(vtiStatus);
+   made->parentIs(this);
    children_.assign(intf, made);
    if (intf == StreamOps::vxlanIntf()) {
       vxlanChild_ = made.get();

@@ -74,7 +74,7 @@ class MCASTVPNLIB_EXPORT VtiStatusDirSm1 final
 
    static constexpr char const* kUnit = DirectoryScan::kUnit;
 
-   VtiStatusDirSm1(Pelk::Ptr<Vxlan::VtiStatusDir const> en, Root* root);
+   explicit VtiStatusDirSm1(Pelk::Ptr<Vxlan::VtiStatusDir const> en);
 
    void doInitializeTask() override;
    void doInputScan() override;
@@ -153,6 +153,9 @@ class MCASTVPNLIB_EXPORT VtiStatusDirSm1 final
       scan3_.taskDispatch(publisher, subscriber, attributeId, key, value);
    }
    void tasksDel();
+
+   static Zin::EntityType const& type() noexcept;
+   Zin::EntityType const& entityType() const noexcept override { return type(); }
 
  private:
    ~VtiStatusDirSm1() override;

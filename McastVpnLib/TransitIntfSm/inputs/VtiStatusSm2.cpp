@@ -34,9 +34,8 @@ void traceBegin(Root const& root, bool complete, bool resumed) {
 
 } // namespace
 
-VtiStatusSm2::VtiStatusSm2(Pelk::Ptr<Vxlan::VtiStatus const> en,
-                           VtiStatusDirSm1* parent)
-   : en_(std::move(en)), parent_(parent), onEn_(this) {
+VtiStatusSm2::VtiStatusSm2(Pelk::Ptr<Vxlan::VtiStatus const> en)
+   : en_(std::move(en)), onEn_(this) {
    if (en_->intfId() == StreamOps::vxlanIntf()) {
       index_ = std::make_unique<VlanVrfIndex>();
    }
@@ -148,6 +147,7 @@ void VtiStatusSm2::doInputScan() {
 }
 
 void VtiStatusSm2::handleLocalVtepAddrMAmlagVtepAddr1Reactor() {
+   Pelk::Ptr const guard(root());
    Vorn::Gen::InReactor const inReactor(this);
    handleLocalVtepAddrMAmlagVtepAddr1();
 }
@@ -159,6 +159,7 @@ void VtiStatusSm2::handleLocalVtepAddrMAmlagVtepAddr1() {
 }
 
 void VtiStatusSm2::handleVrfToSBDVlan3Reactor(L3::VrfName const& vrf) {
+   Pelk::Ptr const guard(root());
    Vorn::Gen::InReactor const inReactor(this);
    handleVrfToSBDVlan3(vrf);
 }
@@ -249,6 +250,7 @@ bool VtiStatusSm2::doInputScan3() {
       },
       [this] { return shouldYield3(); });
    versionStore();
+   scanned3_ += walked.items;
    if (walked.next) {
       ScanTrace::yielding(vtiStatusSm2, __func__, VtiStatusDirSm1::kUnit, walked.items,
                           vrfToSBDVlan.size());
@@ -262,7 +264,8 @@ bool VtiStatusSm2::doInputScan3() {
    indexed_ = true;
    bool const initial = !initialScanDone();
    state3_ = completeState();
-   ScanTrace::childComplete(vtiStatusSm2, __func__, initial, walked.items);
+   ScanTrace::childComplete(vtiStatusSm2, __func__, initial,
+                            std::exchange(scanned3_, 0));
    return true;
 }
 

@@ -38,7 +38,8 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
  public:
    struct RememberedName {
       static constexpr char const* name = "rememberedSbdVlan";
-      static constexpr uint32_t seed = 0x51d8c7a3;
+      // VRFs are withdrawn in the order in which the status has them.
+      static constexpr uint32_t seed = Vxlan::VtiStatus::VrfToSBDVlanTag::seed;
    };
    struct SbdVlan {
       Bridging::VlanIdOrNone vlanId;
@@ -46,10 +47,12 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
    };
    using Remembered = Zin::HashMap2018<RememberedName, L3::VrfName, SbdVlan>;
 
-   VtiStatusSm2(Pelk::Ptr<Vxlan::VtiStatus const> en, VtiStatusDirSm1* parent);
+   explicit VtiStatusSm2(Pelk::Ptr<Vxlan::VtiStatus const> en);
 
    Pelk::Ptr<Vxlan::VtiStatus const> const& en() const noexcept { return en_; }
+   // Set before anything else is asked.
    VtiStatusDirSm1* parent() const noexcept { return parent_; }
+   void parentIs(VtiStatusDirSm1* parent) noexcept { parent_ = parent; }
    Evpn::TransitIntfSm* root() const noexcept;
    Lidra::IntfId intfId() const noexcept { return en_->intfId(); }
 
@@ -121,6 +124,9 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
    // that nobody asks about.
    VlanVrfIndex const* currentIndex() const noexcept;
 
+   static Zin::EntityType const& type() noexcept;
+   Zin::EntityType const& entityType() const noexcept override { return type(); }
+
  private:
    ~VtiStatusSm2() override;
 
@@ -139,13 +145,14 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
    remember(L3::VrfName const& vrf, Zin::Optional<Bridging::VlanIdOrNone> const& now);
 
    Pelk::Ptr<Vxlan::VtiStatus const> en_;
-   VtiStatusDirSm1* parent_;
+   VtiStatusDirSm1* parent_ = nullptr;
    on_en onEn_;
 
    ScanState state1_ = ScanState::notStarted;
    ScanState state3_ = ScanState::notStarted;
    bool secondScan3Began_ = false;
    L3::VrfName bookmark3_;
+   uint64_t scanned3_ = 0; // by the current pass
    uint32_t versionVrfToSBDVlan_ = 0;
 
    Remembered remembered_;

@@ -1,13 +1,12 @@
 #pragma once
 
 #include "McastVpnLib/Export.h"
+#include "McastVpnLib/TransitIntfSm/Root.h"
 #include "McastVpnLib/TransitIntfSm/outputs/SeenTable.h"
 
 #include <cstdint>
 
 namespace Irb::Multicast::Evpn {
-
-class TransitIntfSm;
 
 // What an output holds back from its entity while it is reconciled: a set of bits.
 // Frozen.
@@ -50,6 +49,9 @@ class MCASTVPNLIB_EXPORT OutputSink {
    // The write is given up where the flag comes up meanwhile: whoever was notified of
    // the first part of it made a younger decision, which is written already.
    void insert(Key const& key, Value const& value, bool const& overtaken) {
+      if (FlumaCode::TransitIntfSm::rootIsBeingDeleted(*sm_)) {
+         return;
+      }
       if (reconciling_) {
          seen_.is(key, value);
          if ((state_ & kSkipInsertions) != 0) {
@@ -60,6 +62,9 @@ class MCASTVPNLIB_EXPORT OutputSink {
    }
 
    void remove(Key const& key) {
+      if (FlumaCode::TransitIntfSm::rootIsBeingDeleted(*sm_)) {
+         return;
+      }
       if (reconciling_) {
          seen_.del(key);
          if ((state_ & kSkipDeletions) != 0) {

@@ -1,4 +1,4 @@
-#include "McastVpnLib/TransitIntfSm/inputs/InputSm.h"
+#include "McastVpnLib/TransitIntfSm/Root.h"
 
 #include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
 #include "McastVpnLib/TransitIntfSm/TransitIntfTrace.h"
