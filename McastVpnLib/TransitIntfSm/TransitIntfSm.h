@@ -25,6 +25,7 @@
 #include "vxlan/VtiStatusDir.h"
 #include "zin/Optional.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
@@ -238,6 +239,11 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    // thing overtakes.
    struct RunningVlan;
    struct RunningVrf;
+   // A VLAN's group, and how many VRFs it had before the event.
+   struct Grouped {
+      Pelk::Ptr<GroupByCollectionValueType0> group;
+      size_t before;
+   };
    // Which sinks of the join tree have anything to do or to say.
    enum class JoinWork : uint8_t { none, include, all };
    // All that a decision and its address are made of, as versions where it is much.
@@ -268,12 +274,13 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    Vxlan::VtiStatus const* vxlanStatus() const;
    EvaluatedInputs inputsNow() const;
    void flattenTransitVrf(char const* function);
-   // Whether an evaluation can be left out: nothing is written yet, nobody would be
-   // told of it, and the second scan of the mappings, which evaluates every VLAN that
-   // has VRFs, is still to come, or has done or does so from the same inputs.
+   // Whether nothing is written yet, and nobody would be told of an evaluation.
+   bool isUnseen() const;
+   // Whether an evaluation can be left out: it is not seen, and the second scan of the
+   // mappings, which evaluates every VLAN that has VRFs, is still to come, or has done
+   // or does so from the same inputs.
    bool isRepetition();
-   Pelk::Ptr<GroupByCollectionValueType0>
-   groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel);
+   Grouped groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel);
    bool isTransitVlan(GroupByCollectionValueType0 const& group,
                       Bridging::VlanId vlanId) const;
    void writeJoins(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);

@@ -35,7 +35,8 @@ struct NoBookmark {};
 //    scanned(state), scannedIs(state)   the stream's flag
 //    versionStore(machine)        refreshes the machine's version of the input
 //    collection(machine)          what is scanned, and
-//    item(machine, key)           its handler; false if the member is not done with;
+//    item(machine, key)           its handler, which may take the member's value as
+//                                 well; false if the member is not done with;
 //    single(machine)              in place of both, for an input of one value
 //
 // Event thread only. Who calls holds a use of the parent and of the machine.

@@ -112,7 +112,13 @@ bool InputScan<Traits>::slice() {
       auto const& collection = Traits::collection(*machine_);
       auto const walked = walkSlice(
          collection, state_ == ScanState::interrupted ? &from : nullptr,
-         [this](Bookmark const& key) { return Traits::item(*machine_, key); },
+         [this](Bookmark const& key, auto const& value) {
+            if constexpr (requires { Traits::item(*machine_, key, value); }) {
+               return Traits::item(*machine_, key, value);
+            } else {
+               return Traits::item(*machine_, key);
+            }
+         },
          [this] { return shouldYield(); });
       if (!walked.next) {
          return true;

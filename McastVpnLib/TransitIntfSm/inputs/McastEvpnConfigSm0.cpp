@@ -25,8 +25,8 @@ InputScan0::collection(Machine const& machine) {
    return machine.en()->transitVrf();
 }
 
-bool InputScan0::item(Machine& machine, Bookmark const& vrf) {
-   machine.handleTransitVrf0(vrf);
+bool InputScan0::item(Machine& machine, Bookmark const& vrf, Zin::Unit) {
+   machine.handleTransitVrf0(vrf, ::FlumaCode::Unit());
    return true;
 }
 
@@ -53,16 +53,21 @@ void McastEvpnConfigSm0::handleTransitVrf0Reactor(L3::VrfName const& vrf) {
 }
 
 void McastEvpnConfigSm0::handleTransitVrf0(L3::VrfName const& vrf) {
+   Zin::Optional<::FlumaCode::Unit> present;
+   if (en()->transitVrfHas(vrf)) {
+      present.emplace();
+   }
+   handleTransitVrf0(vrf, present);
+}
+
+void McastEvpnConfigSm0::handleTransitVrf0(
+   L3::VrfName const& vrf, Zin::Optional<::FlumaCode::Unit> const& present) {
    if (!initialized()) {
       return;
    }
    PELK_FMTRACE(InputScan0::handler(), TransitIntfTrace::kEvent,
                 TransitIntfTrace::kFile, "k: {}", ::FlumaCode::flumaPrint(vrf));
    InputScan0::versionStore(*this);
-   Zin::Optional<::FlumaCode::Unit> present;
-   if (en()->transitVrfHas(vrf)) {
-      present.emplace();
-   }
    root()->eventToTransitCfgStream(vrf, present);
 }
 

@@ -3,8 +3,10 @@
 #include "McastVpnLib/Export.h"
 #include "McastVpnLib/TransitIntfSm/inputs/InputScan.h"
 #include "McastVpnLib/TransitIntfSm/inputs/InputSm.h"
+#include "McastVpnLib/TransitIntfSm/print/FlumaPrint.h"
 #include "l3/VrfName.h"
 #include "routing/MulticastEvpnConfig.h"
+#include "zin/Optional.h"
 
 #include <cstdint>
 
@@ -31,7 +33,7 @@ struct MCASTVPNLIB_EXPORT InputScan0 {
    static void versionStore(Machine& machine);
    static Routing::Multicast::Evpn::Config::TransitVrfSet const&
    collection(Machine const& machine);
-   static bool item(Machine& machine, Bookmark const& vrf);
+   static bool item(Machine& machine, Bookmark const& vrf, Zin::Unit value);
 };
 
 extern template class InputScan<InputScan0>;
@@ -50,6 +52,9 @@ class MCASTVPNLIB_EXPORT McastEvpnConfigSm0 final
                    int16_t attributeId, void const* key, void const* value) noexcept;
    // Hands the VRF to the configuration stream, present or not.
    void handleTransitVrf0(L3::VrfName const& vrf);
+   // The same for whoever knows whether it is there.
+   void handleTransitVrf0(L3::VrfName const& vrf,
+                          Zin::Optional<::FlumaCode::Unit> const& present);
    void handleTransitVrf0Reactor(L3::VrfName const& vrf);
    // Hands every VRF that is still there to the stream as gone. A change that was
    // missed before is a fatal assertion.

@@ -25,8 +25,9 @@ InputScan4::collection(Machine const& machine) {
    return machine.en()->pegVlan();
 }
 
-bool InputScan4::item(Machine& machine, Bookmark const& vlanId) {
-   machine.handlePegVlan4(vlanId);
+bool InputScan4::item(Machine& machine, Bookmark const& vlanId,
+                      Routing::Multicast::PegVlan const& pegVlan) {
+   machine.handlePegVlan4(vlanId, pegVlan);
    return true;
 }
 
@@ -53,16 +54,21 @@ void PegVlanStatusSm4::handlePegVlan4Reactor(Bridging::VlanId vlanId) {
 }
 
 void PegVlanStatusSm4::handlePegVlan4(Bridging::VlanId vlanId) {
+   Zin::Optional<Routing::Multicast::PegVlan> present;
+   if (auto const* const member = en()->pegVlan().find(vlanId)) {
+      present = member->value();
+   }
+   handlePegVlan4(vlanId, present);
+}
+
+void PegVlanStatusSm4::handlePegVlan4(
+   Bridging::VlanId vlanId, Zin::Optional<Routing::Multicast::PegVlan> const& present) {
    if (!initialized()) {
       return;
    }
    PELK_FMTRACE(InputScan4::handler(), TransitIntfTrace::kEvent,
                 TransitIntfTrace::kFile, "k: {}", ::FlumaCode::flumaPrint(vlanId));
    InputScan4::versionStore(*this);
-   Zin::Optional<Routing::Multicast::PegVlan> present;
-   if (auto const* const member = en()->pegVlan().find(vlanId)) {
-      present = member->value();
-   }
    root()->eventToPegVlanStream(vlanId, present);
 }
 

@@ -5,6 +5,7 @@
 #include "McastVpnLib/TransitIntfSm/inputs/InputSm.h"
 #include "bridging/VlanId.h"
 #include "routing/PegVlanStatus.h"
+#include "zin/Optional.h"
 
 #include <cstdint>
 
@@ -29,7 +30,8 @@ struct MCASTVPNLIB_EXPORT InputScan4 {
    static void versionStore(Machine& machine);
    static Routing::Multicast::PegVlanStatus::PegVlanMap const&
    collection(Machine const& machine);
-   static bool item(Machine& machine, Bookmark const& vlanId);
+   static bool item(Machine& machine, Bookmark const& vlanId,
+                    Routing::Multicast::PegVlan const& pegVlan);
 };
 
 extern template class InputScan<InputScan4>;
@@ -48,6 +50,9 @@ class MCASTVPNLIB_EXPORT PegVlanStatusSm4 final
                    int16_t attributeId, void const* key, void const* value) noexcept;
    // Hands the VLAN to the PEG VLAN stream, with its record if there is one.
    void handlePegVlan4(Bridging::VlanId vlanId);
+   // The same for whoever knows its record.
+   void handlePegVlan4(Bridging::VlanId vlanId,
+                       Zin::Optional<Routing::Multicast::PegVlan> const& present);
    void handlePegVlan4Reactor(Bridging::VlanId vlanId);
    // Hands every VLAN that is still there to the stream as gone. A change that was
    // missed before is a fatal assertion.

@@ -29,9 +29,10 @@ struct WalkResult {
    Zin::Optional<Key> next;
 };
 
-// Hands the members of a collection to item(key), in the collection's order, from the
-// bookmark on (null: from the start), until mustYield() says so after one of them. An
-// item that returns false is not done with: the walk stops, and begins there again.
+// Hands the members of a collection to item(key, value), in the collection's order,
+// from the bookmark on (null: from the start), until mustYield() says so after one of
+// them. An item that returns false is not done with: the walk stops, and begins there
+// again. Key and value are copies, which last until the item is done.
 template <typename Collection, typename Item, typename MustYield>
 auto walkSlice(Collection const& collection,
                typename Collection::key_type const* bookmark, Item item,
@@ -42,7 +43,8 @@ auto walkSlice(Collection const& collection,
       bookmark != nullptr ? collection.iterate(*bookmark) : collection.iterate();
    while (member) {
       Key const key = member.key();
-      bool const done = item(key);
+      typename Collection::mapped_type const value = member.value();
+      bool const done = item(key, value);
       ++result.items;
       if (!done) {
          result.next = key;

@@ -165,15 +165,20 @@ void VtiStatusSm2::handleVrfToSBDVlan3Reactor(L3::VrfName const& vrf) {
 }
 
 void VtiStatusSm2::handleVrfToSBDVlan3(L3::VrfName const& vrf) {
+   Zin::Optional<Bridging::VlanIdOrNone> now;
+   if (auto const* const entry = en_->vrfToSBDVlan().find(vrf)) {
+      now = entry->value();
+   }
+   handleVrfToSBDVlan3(vrf, now);
+}
+
+void VtiStatusSm2::handleVrfToSBDVlan3(
+   L3::VrfName const& vrf, Zin::Optional<Bridging::VlanIdOrNone> const& now) {
    if (!initialized()) {
       return;
    }
    PELK_FMTRACE(vtiStatusSm2, kEvent, kFile, "k: {}", ::FlumaCode::flumaPrint(vrf));
    versionStore();
-   Zin::Optional<Bridging::VlanIdOrNone> now;
-   if (auto const* const entry = en_->vrfToSBDVlan().find(vrf)) {
-      now = entry->value();
-   }
    auto const before = remember(vrf, now);
    parent_->onChildEvent3(intfId(), vrf, before, now);
 }
@@ -244,8 +249,8 @@ bool VtiStatusSm2::doInputScan3() {
    auto const from = bookmark3_;
    auto const walked = walkSlice(
       vrfToSBDVlan, resumed ? &from : nullptr,
-      [this](L3::VrfName const& vrf) {
-         handleVrfToSBDVlan3(vrf);
+      [this](L3::VrfName const& vrf, Bridging::VlanIdOrNone sbdVlan) {
+         handleVrfToSBDVlan3(vrf, sbdVlan);
          return true;
       },
       [this] { return shouldYield3(); });

@@ -89,6 +89,9 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
    void handleLocalVtepAddrMAmlagVtepAddr1Reactor();
    // Reports the VRF, with its VLAN of before and of now, to the VTI status stream.
    void handleVrfToSBDVlan3(L3::VrfName const& vrf);
+   // The same for whoever knows the VLAN of now.
+   void handleVrfToSBDVlan3(L3::VrfName const& vrf,
+                            Zin::Optional<Bridging::VlanIdOrNone> const& now);
    void handleVrfToSBDVlan3Reactor(L3::VrfName const& vrf);
 
    // One slice of each scan; false if it was interrupted.

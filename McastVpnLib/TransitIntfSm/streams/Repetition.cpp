@@ -47,12 +47,16 @@ void TransitIntfSm::mappingScanBegins() {
    inputsAsScanned_ = true;
 }
 
+bool TransitIntfSm::isUnseen() const {
+   return includeSink_.heldBack() && excludeSink_.heldBack() &&
+          transitSink_.heldBack() && routerSink_.heldBack() && subscribers() == 0 &&
+          !isTraced(qtHandle_);
+}
+
 bool TransitIntfSm::isRepetition() {
    // From the first change on everything is evaluated, also when it is taken back.
    inputsAsScanned_ = inputsAsScanned_ && inputsNow() == scannedInputs_;
-   if (!includeSink_.heldBack() || !excludeSink_.heldBack() ||
-       !transitSink_.heldBack() || !routerSink_.heldBack() || subscribers() != 0 ||
-       isTraced(qtHandle_)) {
+   if (!isUnseen()) {
       return false;
    }
    if (inputsAsScanned_) {

@@ -3,6 +3,8 @@
 #include "McastVpnLib/TransitIntfSm/streams/StreamOps.h"
 #include "dualo/FmtDualo.h"
 
+#include <utility>
+
 namespace Irb::Multicast::Evpn {
 
 using TransitIntfTrace::kDecision;
@@ -39,8 +41,11 @@ void TransitIntfSm::eventToTransitVlanStream(uint16_t sbdVlan,
                       "pegVlanStream ): sbdVlan={} vrfName={} addDel={}",
                       sbdVlan, vrfName, addDel);
    RunningVlan running(*this, sbdVlan);
-   auto const group = groupBy(sbdVlan, vrfName, addDel);
-   if (groupByAttr0(sbdVlan) == group) {
+   auto const [group, before] = groupBy(sbdVlan, vrfName, addDel);
+   if (before > 1 && group->coll().size() > 1 && isUnseen()) {
+      return; // decided when the second VRF came: no output is to have it
+   }
+   if (running.overtaken && groupByAttr0(sbdVlan) == group) {
       // What was decided while the group was announced did not know of this VRF yet.
       running.overtaken = false;
    }
@@ -58,13 +63,14 @@ void TransitIntfSm::eventToTransitVlanStream(uint16_t sbdVlan,
 }
 
 // The VLAN's group after the event; one that was left empty is not kept any more.
-Pelk::Ptr<TransitIntfSm::GroupByCollectionValueType0>
-TransitIntfSm::groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel) {
+TransitIntfSm::Grouped TransitIntfSm::groupBy(uint16_t sbdVlan,
+                                              L3::VrfName const& vrfName, bool addDel) {
    auto group = groupByAttr0(sbdVlan);
    if (!group) {
       group = Pelk::makePtr<GroupByCollectionValueType0>();
       groupByAttr0Is(sbdVlan, group);
    }
+   size_t const before = group->coll().size();
    if (addDel) {
       TRANSIT_INTF_TRACE_AS(
          kFilter, "eventToTransitVlanStream",
@@ -80,7 +86,7 @@ TransitIntfSm::groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel
          groupByAttr0Del(sbdVlan);
       }
    }
-   return group;
+   return {std::move(group), before};
 }
 
 bool TransitIntfSm::isTransitVlan(GroupByCollectionValueType0 const& group,
