@@ -164,6 +164,11 @@ class HashMapIterator : private Impl::HashIteratorBase {
    HashMapIterator(Map const& map, Key const& bookmark) : HashIteratorBase(map) {
       slot_ = map.slotFrom(bookmark, Map::Bound::notBelow);
    }
+   // At the first member whose hash is not below.
+   struct ByHash {};
+   HashMapIterator(Map const& map, uint32_t hash, ByHash) : HashIteratorBase(map) {
+      slot_ = map.slotFromHash(hash);
+   }
    ~HashMapIterator() { leave(); }
 
    // Whether it stands on a member, be it a removed one.

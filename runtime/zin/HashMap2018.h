@@ -157,6 +157,14 @@ class HashMap2018 : private Impl::HashMapBase {
       return GenericIterator(*this, bookmark);
    }
 
+   // The seed of the order that the members stand in; an empty map may take another.
+   HashSeed const& orderSeed() const noexcept { return block_->seed(); }
+   // At the first member whose hash by that seed is not below the given one: for an
+   // index of a map's members, which need not keep their keys.
+   GenericIterator iterateFromHash(uint32_t hash) const {
+      return GenericIterator(*this, hash, {});
+   }
+
    // Requires that no GenericIterator stands on either map.
    void swap(HashMap2018& other) noexcept;
 
@@ -196,6 +204,7 @@ class HashMap2018 : private Impl::HashMapBase {
                                 size_t slot) const;
    // The first member on that side of the key, or kNoSlot.
    size_t slotFrom(Key const& key, Bound bound) const;
+   size_t slotFromHash(uint32_t hash) const;
 
    template <typename K, typename... Args>
    Inserted insertAt(Key const& key, K&& newKey, Args&&... args);

@@ -1,11 +1,15 @@
 #pragma once
 
+#include "McastVpnLib/Export.h"
+#include "McastVpnLib/TransitIntfSm/inputs/HashPositions.h"
 #include "bridging/VlanId.h"
 #include "l3/VrfName.h"
 #include "vxlan/VtiStatus.h"
-#include "zin/HashMap2018.h"
+#include "zin/Hash.h"
+#include "zin/Optional.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -14,24 +18,33 @@ namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm {
 // The VRFs that a tunnel interface maps to each VLAN, so that an event of one VLAN need
 // not walk the whole map. Values that are no VLAN are not kept: nothing asks for them.
 //
-// A VLAN's VRFs are walked in the same order in which a walk of vrfToSBDVlan meets
-// them. A set stays where it is as long as the index lives, since a walk may stand on
-// it while VRFs come and go. Event thread only.
-class VlanVrfIndex {
+// Most VLANs have one VRF, whose name is kept. Of several only the places in the map
+// are: four bytes each, since the map has their names. Event thread only.
+class MCASTVPNLIB_EXPORT VlanVrfIndex {
  public:
-   // The order of a collection follows from its seed and its keys alone.
-   struct VrfsName {
-      static constexpr char const* name = "vlanVrfs";
-      static constexpr uint32_t seed = Vxlan::VtiStatus::VrfToSBDVlanTag::seed;
-   };
-   using Vrfs = Zin::HashMap2018<VrfsName, L3::VrfName>;
+   using Map = Vxlan::VtiStatus::VrfToSBDVlanMap;
+
+   // Of the map, which outlives this.
+   explicit VlanVrfIndex(Map const& map) noexcept : map_(map) {}
 
    void add(Bridging::VlanIdOrNone vlanId, L3::VrfName const& vrf);
    void del(Bridging::VlanIdOrNone vlanId, L3::VrfName const& vrf);
-   // The VLAN's VRFs; null if it never had any.
-   Vrfs const* vrfs(Bridging::VlanId vlanId) const noexcept;
+   // Whether the map has the order that this was made in.
+   bool isInOrder() const noexcept;
+
+   // The VLAN's first VRF, or the first behind the given one, which need not be there
+   // any more, in the order in which a walk of the map meets them. Requires that the
+   // index says what the map does.
+   Zin::Optional<L3::VrfName>
+   vrfAfter(Bridging::VlanId vlanId, Zin::Optional<L3::VrfName> const& last = {}) const;
 
  private:
+   struct Vrfs {
+      size_t count = 0;
+      L3::VrfName only;        // while there has been only one
+      HashPositions positions; // of all, once there were two
+   };
+
    static constexpr size_t kPage = 64;
    static constexpr size_t kPages = 64;
 
@@ -41,7 +54,13 @@ class VlanVrfIndex {
       return vlanId.value() >= Bridging::VlanId::kMin &&
              vlanId.value() <= Bridging::VlanId::kMax;
    }
+   Vrfs& vrfsIs(Bridging::VlanIdOrNone vlanId);
+   uint32_t position(L3::VrfName const& vrf) const;
+   bool isBehind(L3::VrfName const& vrf, Zin::Optional<L3::VrfName> const& last) const;
 
+   Map const& map_;
+   Zin::HashSeed seed_{0}; // of the map, since there was anything here
+   size_t count_ = 0;
    std::array<std::unique_ptr<Page>, kPages> pages_;
 };
 

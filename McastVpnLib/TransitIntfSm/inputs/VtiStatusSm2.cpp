@@ -37,7 +37,7 @@ void traceBegin(Root const& root, bool complete, bool resumed) {
 VtiStatusSm2::VtiStatusSm2(Pelk::Ptr<Vxlan::VtiStatus const> en)
    : en_(std::move(en)), onEn_(this) {
    if (en_->intfId() == StreamOps::vxlanIntf()) {
-      index_ = std::make_unique<VlanVrfIndex>();
+      index_ = std::make_unique<VlanVrfIndex>(en_->vrfToSBDVlan());
    }
 }
 
@@ -307,8 +307,9 @@ void VtiStatusSm2::shutdown() {
 }
 
 VlanVrfIndex const* VtiStatusSm2::currentIndex() const noexcept {
-   return indexed_ && toldVersion_ == en_->vrfToSBDVlan().version() ? index_.get()
-                                                                    : nullptr;
+   bool const isCurrent = index_ && indexed_ && index_->isInOrder() &&
+                          toldVersion_ == en_->vrfToSBDVlan().version();
+   return isCurrent ? index_.get() : nullptr;
 }
 
 } // namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm

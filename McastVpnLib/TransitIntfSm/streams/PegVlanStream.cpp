@@ -38,11 +38,9 @@ void TransitIntfSm::eventToPegVlanStream(
       auto const* const index =
          child && child->en() == status ? child->currentIndex() : nullptr;
       if (index != nullptr) {
-         if (auto const* const vrfs = index->vrfs(vlanId)) {
-            for (auto member = vrfs->iterate(); member && isCurrent(); ++member) {
-               auto const vrfName = member.key();
-               eventToTransitVlanStream(vlanId, vrfName, true);
-            }
+         for (auto vrfName = index->vrfAfter(vlanId); vrfName && isCurrent();
+              vrfName = index->vrfAfter(vlanId, vrfName)) {
+            eventToTransitVlanStream(vlanId, *vrfName, true);
          }
          return;
       }
