@@ -9,11 +9,7 @@ auto VlanVrfIndex::vrfsIs(Bridging::VlanIdOrNone vlanId) -> Vrfs& {
    if (!page) {
       page = std::make_unique<Page>();
    }
-   auto& vrfs = (*page)[vlanId.value() % kPage];
-   if (!vrfs) {
-      vrfs = std::make_unique<Vrfs>();
-   }
-   return *vrfs;
+   return (*page)[vlanId.value() % kPage];
 }
 
 uint32_t VlanVrfIndex::position(L3::VrfName const& vrf) const {
@@ -72,7 +68,7 @@ Zin::Optional<L3::VrfName>
 VlanVrfIndex::vrfAfter(Bridging::VlanId vlanId,
                        Zin::Optional<L3::VrfName> const& last) const {
    auto const& page = pages_[vlanId.value() / kPage];
-   auto const* const vrfs = page ? (*page)[vlanId.value() % kPage].get() : nullptr;
+   auto const* const vrfs = page ? &(*page)[vlanId.value() % kPage] : nullptr;
    if (vrfs == nullptr || vrfs->count == 0) {
       return std::nullopt;
    }

@@ -48,7 +48,7 @@ class MCASTVPNLIB_EXPORT VlanVrfIndex {
    static constexpr size_t kPage = 64;
    static constexpr size_t kPages = 64;
 
-   using Page = std::array<std::unique_ptr<Vrfs>, kPage>;
+   using Page = std::array<Vrfs, kPage>;
 
    static bool isVlan(Bridging::VlanIdOrNone vlanId) noexcept {
       return vlanId.value() >= Bridging::VlanId::kMin &&

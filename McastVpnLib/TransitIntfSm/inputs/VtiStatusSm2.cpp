@@ -169,17 +169,18 @@ void VtiStatusSm2::handleVrfToSBDVlan3(L3::VrfName const& vrf) {
    if (auto const* const entry = en_->vrfToSBDVlan().find(vrf)) {
       now = entry->value();
    }
-   handleVrfToSBDVlan3(vrf, now);
+   handleVrfToSBDVlan3(vrf, now, false);
 }
 
-void VtiStatusSm2::handleVrfToSBDVlan3(
-   L3::VrfName const& vrf, Zin::Optional<Bridging::VlanIdOrNone> const& now) {
+void VtiStatusSm2::handleVrfToSBDVlan3(L3::VrfName const& vrf,
+                                       Zin::Optional<Bridging::VlanIdOrNone> const& now,
+                                       bool isRemembered) {
    if (!initialized()) {
       return;
    }
    PELK_FMTRACE(vtiStatusSm2, kEvent, kFile, "k: {}", ::FlumaCode::flumaPrint(vrf));
    versionStore();
-   auto const before = remember(vrf, now);
+   auto const before = isRemembered ? now : remember(vrf, now);
    parent_->onChildEvent3(intfId(), vrf, before, now);
 }
 
@@ -250,7 +251,7 @@ bool VtiStatusSm2::doInputScan3() {
    auto const walked = walkSlice(
       vrfToSBDVlan, resumed ? &from : nullptr,
       [this](L3::VrfName const& vrf, Bridging::VlanIdOrNone sbdVlan) {
-         handleVrfToSBDVlan3(vrf, sbdVlan);
+         handleVrfToSBDVlan3(vrf, sbdVlan, isKnown());
          return true;
       },
       [this] { return shouldYield3(); });
@@ -266,7 +267,7 @@ bool VtiStatusSm2::doInputScan3() {
       }
       return false;
    }
-   indexed_ = true;
+   everyVrfHandled_ = true;
    bool const initial = !initialScanDone();
    state3_ = completeState();
    ScanTrace::childComplete(vtiStatusSm2, __func__, initial,
@@ -307,9 +308,7 @@ void VtiStatusSm2::shutdown() {
 }
 
 VlanVrfIndex const* VtiStatusSm2::currentIndex() const noexcept {
-   bool const isCurrent = index_ && indexed_ && index_->isInOrder() &&
-                          toldVersion_ == en_->vrfToSBDVlan().version();
-   return isCurrent ? index_.get() : nullptr;
+   return isKnown() && index_ && index_->isInOrder() ? index_.get() : nullptr;
 }
 
 } // namespace Irb::Multicast::Evpn::FlumaCode::TransitIntfSm

@@ -89,9 +89,10 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
    void handleLocalVtepAddrMAmlagVtepAddr1Reactor();
    // Reports the VRF, with its VLAN of before and of now, to the VTI status stream.
    void handleVrfToSBDVlan3(L3::VrfName const& vrf);
-   // The same for whoever knows the VLAN of now.
+   // The same for whoever knows the VLAN of now, and perhaps that it is remembered.
    void handleVrfToSBDVlan3(L3::VrfName const& vrf,
-                            Zin::Optional<Bridging::VlanIdOrNone> const& now);
+                            Zin::Optional<Bridging::VlanIdOrNone> const& now,
+                            bool isRemembered);
    void handleVrfToSBDVlan3Reactor(L3::VrfName const& vrf);
 
    // One slice of each scan; false if it was interrupted.
@@ -141,6 +142,10 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
    ScanState completeState() const {
       return initialScanDone() ? ScanState::complete : ScanState::initialComplete;
    }
+   // Every VRF was handled, and every change was told: the map says what is remembered.
+   bool isKnown() const noexcept {
+      return everyVrfHandled_ && toldVersion_ == en_->vrfToSBDVlan().version();
+   }
    void versionStore() { versionVrfToSBDVlan_ = en_->vrfToSBDVlan().version(); }
    void noteAll();
    // Remembers the VRF's VLAN of now and returns the one of before.
@@ -160,7 +165,7 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
 
    Remembered remembered_;
    std::unique_ptr<VlanVrfIndex> index_;
-   bool indexed_ = false;     // every VRF was handled once
+   bool everyVrfHandled_ = false;
    uint32_t toldVersion_ = 0; // where the map's version is if all changes were told
 };
 
