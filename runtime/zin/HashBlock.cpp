@@ -25,11 +25,11 @@ HashShape shapeOf(uint32_t homesLog2, uint32_t atLeastSpare) {
            homes * kMostOnAverage};
 }
 
-// Bits of the hash only: very many homes leave fewer of them than a tag could hold.
-uint32_t tagMaskOf(uint32_t homesLog2) {
+// Bits of the hash only: with very many homes, some of those that choose the home
+// stand in the tag as well.
+uint32_t tagShiftOf(uint32_t homesLog2) {
    constexpr uint32_t kMostHomesLog2 = 32 - (kTagBits - 1);
-   uint32_t const missing = homesLog2 - std::min(homesLog2, kMostHomesLog2);
-   return uint32_t{kTagMask} << missing;
+   return 64 - kTagBits - std::min(homesLog2, kMostHomesLog2);
 }
 
 } // namespace
@@ -56,8 +56,8 @@ HashShape HashShape::wider(uint32_t chained) const {
 constinit HashBlock::None HashBlock::none_;
 
 HashBlock::HashBlock(HashSeed const& seed, HashShape const& shape) noexcept
-   : seed_(seed), shape_(shape), addressShift_(64 - kTagBits - shape.homesLog2),
-     tagMask_(tagMaskOf(shape.homesLog2)), firstWord_(wordCount()),
+   : seed_(seed), shape_(shape), slotShift_(64 - kGroupSlotsLog2 - shape.homesLog2),
+     tagShift_(tagShiftOf(shape.homesLog2)), firstWord_(wordCount()),
      groups_(reinterpret_cast<HashGroup*>(&tags(shape.groups()))) {
    for (size_t number = 0; number < shape.groups(); ++number) {
       ::new (&tags(number)) HashTags;

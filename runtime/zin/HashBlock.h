@@ -39,7 +39,7 @@ struct PELK_EXPORT HashShape {
 //
 // The top bits of a hash choose its home, so that the homes stand in the order of their
 // members' hashes; within a group, and from group to group of a chain, the order is
-// kept as well. Members move only when a group is split, and when the table grows.
+// kept as well. A member moves only when its group is full, and when the table grows.
 class PELK_EXPORT HashBlock {
  public:
    static constexpr size_t kNoSlot = std::numeric_limits<size_t>::max();
@@ -68,14 +68,19 @@ class PELK_EXPORT HashBlock {
    HashShape const& shape() const noexcept { return shape_; }
    // Of a hash in the upper half.
    Address addressOf(uint64_t hash) const noexcept {
-      uint64_t const bits = hash >> addressShift_;
-      return {bits >> kTagBits, static_cast<SlotTag>(bits & tagMask_)};
+      return {firstSlotOf(hash) / kGroupSlots, tagOf(hash, tagShift_)};
+   }
+   // The first slot of a hash's home: a search begins there, by the shortest way.
+   size_t firstSlotOf(uint64_t hash) const noexcept {
+      return hash >> slotShift_ & ~size_t{kGroupSlots - 1};
+   }
+   // One bit for each member with the hash's tag, in the group that begins there.
+   uint32_t equalToTagOf(uint64_t hash, size_t firstSlot) const noexcept {
+      return Tags::equalToTagOf(hash, tagShift_, &tagAt(firstSlot));
    }
 
    HashTags& tags(size_t number) noexcept {
-      // In bytes: an index into an array behind this would be computed anew.
-      return *reinterpret_cast<HashTags*>(reinterpret_cast<std::byte*>(this + 1) +
-                                          number * sizeof(HashTags));
+      return reinterpret_cast<HashTags*>(this + 1)[number];
    }
    HashTags const& tags(size_t number) const noexcept {
       return const_cast<HashBlock*>(this)->tags(number);
@@ -145,6 +150,11 @@ class PELK_EXPORT HashBlock {
    // one. `tail` is the group of the one before, 0 at first.
    size_t append(size_t& tail, uint64_t hash) noexcept;
 
+   // Whether the group goes on in one that is not full.
+   bool nextHasRoom(size_t number) const noexcept {
+      HashGroup const& group = groups()[number];
+      return group.goesOn() && groups()[group.nextGroup()].count < kGroupSlots;
+   }
    bool hasSpareGroup() const noexcept { return firstSpare_ != 0; }
    // Lets the group go on in a spare one, which there must be.
    size_t chain(size_t number) noexcept;
@@ -159,6 +169,9 @@ class PELK_EXPORT HashBlock {
    constexpr explicit HashBlock(HashGroup* groups) noexcept
       : seed_(0), shape_{0, 0, 0, 0}, groups_(groups) {}
 
+   SlotTag const& tagAt(size_t slot) const noexcept {
+      return reinterpret_cast<SlotTag const*>(this + 1)[slot];
+   }
    uint64_t* words() noexcept {
       return reinterpret_cast<uint64_t*>(groups() + shape_.groups());
    }
@@ -181,8 +194,8 @@ class PELK_EXPORT HashBlock {
 
    alignas(16) HashSeed seed_;
    HashShape shape_;
-   uint32_t addressShift_ = 64 - kTagBits;
-   uint32_t tagMask_ = kTagMask;
+   uint32_t slotShift_ = 64 - kGroupSlotsLog2; // a slot's number in its group is left
+   uint32_t tagShift_ = 64 - kTagBits;
    uint32_t firstSpare_ = 0; // they are linked by their `next`
    uint32_t firstWord_ = 0;  // of the bitmap: none before it has a bit set
    HashGroup* groups_ = nullptr;

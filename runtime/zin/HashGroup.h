@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && defined(__x86_64__)
 #include <emmintrin.h>
 #endif
 
@@ -12,7 +12,8 @@
 // moving a member.
 namespace Zin::Impl {
 
-inline constexpr uint32_t kGroupSlots = 16;
+inline constexpr uint32_t kGroupSlotsLog2 = 4;
+inline constexpr uint32_t kGroupSlots = 1u << kGroupSlotsLog2;
 
 // The 15 bits of a hash below those that choose the group, and a zero. Two members of a
 // group rarely have the same; then the whole hash decides, and then the key.
@@ -21,6 +22,10 @@ inline constexpr uint32_t kTagBits = 16;
 inline constexpr SlotTag kTagMask = 0xfffe;
 // In slots that hold no member: above all tags.
 inline constexpr SlotTag kFreeTag = 0xffff;
+// The shift brings the tag to the lower end of the hash.
+constexpr SlotTag tagOf(uint64_t hash, uint32_t shift) noexcept {
+   return static_cast<SlotTag>(hash >> shift & kTagMask);
+}
 
 // The slots of a group by rank, in four bits each, the lowest first. What stands behind
 // the last member's rank means nothing.
@@ -77,15 +82,24 @@ struct PortableTags {
       }
       return count;
    }
+   static uint32_t equalToTagOf(uint64_t hash, uint32_t shift,
+                                SlotTag const* tags) noexcept {
+      return equal(tags, tagOf(hash, shift));
+   }
 };
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && defined(__x86_64__)
 struct SseTags {
    static uint32_t equal(SlotTag const* tags, SlotTag tag) noexcept {
-      __m128i const wanted = broadcast(tag);
-      return static_cast<uint32_t>(_mm_movemask_epi8(
-         _mm_packs_epi16(_mm_cmpeq_epi16(load(tags), wanted),
-                         _mm_cmpeq_epi16(load(tags + kGroupSlots / 2), wanted))));
+      return equal(tags, broadcast(tag));
+   }
+   // All that is done to the tag is done while the group's tags are on their way.
+   static uint32_t equalToTagOf(uint64_t hash, uint32_t shift,
+                                SlotTag const* tags) noexcept {
+      __m128i const bits = _mm_srl_epi64(_mm_cvtsi64_si128(static_cast<int64_t>(hash)),
+                                         _mm_cvtsi32_si128(static_cast<int>(shift)));
+      __m128i const each = _mm_shuffle_epi32(_mm_shufflelo_epi16(bits, 0), 0);
+      return equal(tags, _mm_and_si128(each, broadcast(kTagMask)));
    }
    static uint32_t below(SlotTag const* tags, SlotTag tag) noexcept {
       // SSE2 compares signed numbers only; but an unsigned difference stops at zero.
@@ -100,6 +114,11 @@ struct SseTags {
    }
 
  private:
+   static uint32_t equal(SlotTag const* tags, __m128i wanted) noexcept {
+      return static_cast<uint32_t>(_mm_movemask_epi8(
+         _mm_packs_epi16(_mm_cmpeq_epi16(load(tags), wanted),
+                         _mm_cmpeq_epi16(load(tags + kGroupSlots / 2), wanted))));
+   }
    static __m128i broadcast(SlotTag tag) noexcept {
       return _mm_set1_epi16(static_cast<int16_t>(tag));
    }

@@ -210,7 +210,7 @@ class HashMap2018 : private Impl::HashMapBase {
    Inserted insertAt(Key const& key, K&& newKey, Args&&... args);
    Place makeRoom(Key const& key, uint64_t& hash, Place place);
    void rehash(Impl::HashShape const& shape);
-   Place split(Place place);
+   Place spill(Place place);
    void eraseAt(size_t slot);
    void removeSlot(size_t slot) noexcept;
    void closeGroup(size_t group) noexcept;

@@ -10,15 +10,12 @@ namespace Zin {
 template <CollectionName Name, HashableKey Key, typename Value>
 [[gnu::always_inline]] inline auto
 HashMap2018<Name, Key, Value>::search(Key const& key) const -> Found {
-   auto const [home, tag] = block_->addressOf(hashOf(key));
-   for (uint32_t equal = block_->tags(home).equal(tag); equal != 0;
+   uint64_t const hash = hashOf(key);
+   size_t const first = block_->firstSlotOf(hash);
+   for (uint32_t equal = block_->equalToTagOf(hash, first); equal != 0;
         equal &= equal - 1) {
-      auto const inGroup = static_cast<uint32_t>(std::countr_zero(equal));
-      size_t const slot = home * Impl::kGroupSlots + inGroup;
-      // A product of 32 bits: one extension and one addition less on the way there.
-      uint32_t const offset = inGroup * static_cast<uint32_t>(sizeof(Entry));
-      auto* const entry = reinterpret_cast<Entry*>(
-         reinterpret_cast<std::byte*>(entries() + home * Impl::kGroupSlots) + offset);
+      size_t const slot = first + static_cast<uint32_t>(std::countr_zero(equal));
+      Entry* const entry = entries() + slot;
       if (entry->key() == key) [[likely]] {
          if (entry == nullptr) {
             __builtin_unreachable(); // saves the caller's test
@@ -26,7 +23,7 @@ HashMap2018<Name, Key, Value>::search(Key const& key) const -> Found {
          return {entry, slot};
       }
    }
-   if (!block_->group(home).goesOn()) [[likely]] {
+   if (!block_->group(first / Impl::kGroupSlots).goesOn()) [[likely]] {
       return {nullptr, Block::kNoSlot};
    }
    return searchFar(key);
@@ -163,7 +160,7 @@ auto HashMap2018<Name, Key, Value>::insertAt(Key const& key, K&& newKey, Args&&.
    return {entries() + slot, true};
 }
 
-// Splits the key's group, or makes the table larger, until the key has a free slot.
+// Makes room in the key's group, or a larger table, until the key has a free slot.
 template <CollectionName Name, HashableKey Key, typename Value>
 [[gnu::noinline]] auto HashMap2018<Name, Key, Value>::makeRoom(Key const& key,
                                                                uint64_t& hash,
@@ -174,8 +171,8 @@ template <CollectionName Name, HashableKey Key, typename Value>
       if (!full && block_->group(place.group).count < shape.groupSlots) {
          return place;
       }
-      if (!full && block_->hasSpareGroup()) {
-         place = split(place);
+      if (!full && (block_->nextHasRoom(place.group) || block_->hasSpareGroup())) {
+         place = spill(place);
          continue;
       }
       // Long chains in a table that is nearly empty: more homes would not shorten them.
@@ -187,25 +184,24 @@ template <CollectionName Name, HashableKey Key, typename Value>
    }
 }
 
-// Moves the upper half of a full group to a new one behind it; nothing if all of the
-// group is below the place. Ascending members fill their groups that way.
+// Moves the highest member of a full group to the next one of its chain, a new one if
+// need be; nothing if all of the group is below the place. Few members are then not in
+// their home, and ascending members fill their groups.
 template <CollectionName Name, HashableKey Key, typename Value>
-auto HashMap2018<Name, Key, Value>::split(Place place) -> Place {
-   size_t const added = block_->chain(place.group);
-   Impl::HashGroup& full = block_->group(place.group);
-   if (place.rank == full.count) {
-      return {added, 0, false};
+auto HashMap2018<Name, Key, Value>::spill(Place place) -> Place {
+   size_t const next = block_->nextHasRoom(place.group)
+                          ? block_->group(place.group).nextGroup()
+                          : block_->chain(place.group);
+   uint32_t const last = Impl::kGroupSlots - 1;
+   if (place.rank > last) {
+      return {next, 0, false};
    }
-   constexpr uint32_t kHalf = Impl::kGroupSlots / 2;
-   for (uint32_t rank = kHalf; rank < Impl::kGroupSlots; ++rank) {
-      size_t const slot = full.order.slotAt(kHalf);
-      size_t const from = place.group * Impl::kGroupSlots + slot;
-      size_t const to = block_->freeSlot(added);
-      moveMember(from, to);
-      block_->take(to, rank - kHalf, block_->tags(place.group).slots[slot]);
-      block_->release(from);
-   }
-   return place.rank <= kHalf ? place : Place{added, place.rank - kHalf, false};
+   size_t const from = block_->slotAt(place.group, last);
+   size_t const to = block_->freeSlot(next);
+   moveMember(from, to);
+   block_->take(to, 0, block_->tags(place.group).slots[from % Impl::kGroupSlots]);
+   block_->release(from);
+   return place;
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
