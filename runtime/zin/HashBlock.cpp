@@ -127,18 +127,6 @@ size_t HashBlock::unlink(size_t number) noexcept {
    return next;
 }
 
-size_t HashBlock::append(size_t& tail, uint64_t hash) noexcept {
-   Address const address = addressOf(hash);
-   if (groups()[tail].next != address.home) {
-      tail = static_cast<uint32_t>(address.home);
-   } else if (groups()[tail].count == kGroupSlots) {
-      tail = chain(tail);
-   }
-   size_t const slot = freeSlot(tail);
-   take(slot, groups()[tail].count, address.tag);
-   return slot;
-}
-
 size_t HashBlock::chain(size_t number) noexcept {
    size_t const added = firstSpare_;
    firstSpare_ = groups()[added].next;

@@ -119,20 +119,14 @@ class PELK_EXPORT HashBlock {
    size_t nextHome(size_t home) const noexcept;
    size_t firstHome() const noexcept { return nextHome(size_t{firstWord_} * 64); }
 
-   // A free slot of the group, which there must be.
-   size_t freeSlot(size_t number) const noexcept {
-      return number * kGroupSlots + groups()[number].freeSlot();
-   }
-   // Gives a free slot to a member of the given rank in its group.
-   void take(size_t slot, uint32_t rank, SlotTag tag) noexcept {
-      size_t const number = slot / kGroupSlots;
-      auto const inGroup = static_cast<uint32_t>(slot % kGroupSlots);
+   // Gives a free slot of the group to a member of the given rank in it.
+   void take(size_t number, uint32_t slot, uint32_t rank, SlotTag tag) noexcept {
       HashGroup& group = groups()[number];
       if (group.count == 0) [[unlikely]] {
          setHeld(homeOf(number));
       }
-      group.take(inGroup, rank);
-      tags(number).slots[inGroup] = tag;
+      group.take(slot, rank);
+      tags(number).slots[slot] = tag;
    }
    // True if the slot's group is empty now: then unlink() must follow.
    bool release(size_t slot) noexcept {
@@ -148,7 +142,17 @@ class PELK_EXPORT HashBlock {
 
    // Fills an empty table with members in ascending order: returns the slot of the next
    // one. `tail` is the group of the one before, 0 at first.
-   size_t append(size_t& tail, uint64_t hash) noexcept;
+   size_t append(size_t& tail, uint64_t hash) noexcept {
+      Address const address = addressOf(hash);
+      if (groups()[tail].next != address.home) {
+         tail = address.home;
+      } else if (groups()[tail].count == kGroupSlots) {
+         tail = chain(tail);
+      }
+      uint32_t const slot = groups()[tail].count;
+      take(tail, slot, slot, address.tag);
+      return tail * kGroupSlots + slot;
+   }
 
    // Whether the group goes on in one that is not full.
    bool nextHasRoom(size_t number) const noexcept {

@@ -38,18 +38,16 @@ class SlotOrder {
    }
    // Requires that the slot stands in the order.
    constexpr uint32_t rankOf(uint32_t slot) const noexcept {
-      uint64_t const others = word_ ^ (kOnes * slot);
-      // The lowest zero of four bits: a borrow reaches only those above it.
-      uint64_t const zeros = (others - kOnes) & ~others & (kOnes * 8);
-      return static_cast<uint32_t>(std::countr_zero(zeros)) / 4;
+      return static_cast<uint32_t>(std::countr_zero(topBitOf(slot))) / 4;
    }
    constexpr void open(uint32_t rank, uint32_t slot) noexcept {
       uint64_t const before = (uint64_t{1} << (4 * rank)) - 1;
       word_ =
          (word_ & before) | (uint64_t{slot} << (4 * rank)) | ((word_ & ~before) << 4);
    }
-   constexpr void close(uint32_t rank) noexcept {
-      uint64_t const before = (uint64_t{1} << (4 * rank)) - 1;
+   // Requires that the slot stands in the order.
+   constexpr void close(uint32_t slot) noexcept {
+      uint64_t const before = topBitOf(slot) / 8 - 1;
       word_ = (word_ & before) | ((word_ >> 4) & ~before);
    }
 
@@ -61,6 +59,14 @@ class SlotOrder {
 
  private:
    static constexpr uint64_t kOnes = 0x1111111111111111;
+
+   // The highest of the four bits that hold the slot.
+   constexpr uint64_t topBitOf(uint32_t slot) const noexcept {
+      uint64_t const others = word_ ^ (kOnes * slot);
+      // The lowest zero of four bits: a borrow reaches only those above it.
+      uint64_t const zeros = (others - kOnes) & ~others & (kOnes * 8);
+      return zeros & (~zeros + 1);
+   }
 
    uint64_t word_ = 0;
 };
@@ -164,7 +170,7 @@ struct HashGroup {
 
    // Requires that there is one.
    uint32_t freeSlot() const noexcept {
-      return static_cast<uint32_t>(std::countr_one(used));
+      return static_cast<uint32_t>(std::countr_zero(~uint32_t{used}));
    }
    // Gives a free slot to a member of the given rank.
    void take(uint32_t slot, uint32_t rank) noexcept {
@@ -173,7 +179,7 @@ struct HashGroup {
       ++count;
    }
    void release(uint32_t slot) noexcept {
-      order.close(order.rankOf(slot));
+      order.close(slot);
       used = static_cast<uint16_t>(used & ~(1u << slot));
       --count;
    }

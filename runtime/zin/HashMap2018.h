@@ -208,6 +208,14 @@ class HashMap2018 : private Impl::HashMapBase {
 
    template <typename K, typename... Args>
    Inserted insertAt(Key const& key, K&& newKey, Args&&... args);
+   template <typename K, typename... Args>
+   Inserted insertFar(Key const& key, K&& newKey, Args&&... args);
+   template <typename... Args>
+   Inserted addAt(Place const& place, Impl::SlotTag tag, Args&&... args);
+   bool hasRoom(size_t group) const noexcept {
+      return size_ < block_->shape().maxSize &&
+             block_->group(group).count < block_->shape().groupSlots;
+   }
    Place makeRoom(Key const& key, uint64_t& hash, Place place);
    void rehash(Impl::HashShape const& shape);
    Place spill(Place place);

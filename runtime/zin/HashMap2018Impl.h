@@ -103,6 +103,8 @@ size_t HashMap2018<Name, Key, Value>::slotFrom(Key const& key, Bound bound) cons
    return place.found && bound == Bound::above ? block_->nextSlot(slot) : slot;
 }
 
+// Most keys are new, and the first of their tag in a home with room: nothing is called
+// for them, so that nothing is saved for a call.
 template <CollectionName Name, HashableKey Key, typename Value>
 size_t HashMap2018<Name, Key, Value>::slotFromHash(uint32_t hash) const {
    Block::Address const address = block_->addressOf(uint64_t{hash} << 32);
@@ -129,35 +131,54 @@ template <CollectionName Name, HashableKey Key, typename Value>
 template <typename K, typename... Args>
 auto HashMap2018<Name, Key, Value>::insertAt(Key const& key, K&& newKey, Args&&... args)
    -> Inserted {
-   uint64_t hash = hashOf(key);
-   auto const [home, tag] = block_->addressOf(hash);
+   auto const [home, tag] = block_->addressOf(hashOf(key));
    Impl::HashTags const& tags = block_->tags(home);
-   Place place{home, tags.below(tag), false};
-   if (tags.equal(tag) != 0 || block_->group(home).goesOn()) [[unlikely]] {
-      place = locate(key, hash);
-      if (place.found) {
-         return {entries() + block_->slotAt(place.group, place.rank), false};
-      }
-   } else {
+   if (tags.equal(tag) == 0 && !block_->group(home).goesOn() && hasRoom(home))
+      [[likely]] {
       countWork(1);
+      return addAt({home, tags.below(tag), false}, tag, std::forward<K>(newKey),
+                   std::forward<Args>(args)...);
+   }
+   return insertFar(key, std::forward<K>(newKey), std::forward<Args>(args)...);
+}
+
+template <CollectionName Name, HashableKey Key, typename Value>
+template <typename K, typename... Args>
+[[gnu::noinline]] auto
+HashMap2018<Name, Key, Value>::insertFar(Key const& key, K&& newKey, Args&&... args)
+   -> Inserted {
+   uint64_t hash = hashOf(key);
+   Place place = locate(key, hash);
+   if (place.found) {
+      return {entries() + block_->slotAt(place.group, place.rank), false};
+   }
+   if (hasRoom(place.group)) {
+      return addAt(place, block_->addressOf(hash).tag, std::forward<K>(newKey),
+                   std::forward<Args>(args)...);
    }
    // What may throw comes before the first change; the arguments may stand in the map.
-   size_t slot;
-   if (size_ < block_->shape().maxSize &&
-       block_->group(place.group).count < block_->shape().groupSlots) [[likely]] {
-      slot = block_->freeSlot(place.group);
-      ::new (entries() + slot)
-         Entry(std::in_place, std::forward<K>(newKey), std::forward<Args>(args)...);
+   Entry fresh(std::in_place, std::forward<K>(newKey), std::forward<Args>(args)...);
+   place = makeRoom(fresh.key(), hash, place);
+   return addAt(place, block_->addressOf(hash).tag, std::move(fresh));
+}
+
+// Makes the member in a free slot of the group, which there must be.
+template <CollectionName Name, HashableKey Key, typename Value>
+template <typename... Args>
+[[gnu::always_inline]] inline auto
+HashMap2018<Name, Key, Value>::addAt(Place const& place, Impl::SlotTag tag,
+                                     Args&&... args) -> Inserted {
+   uint32_t const slot = block_->group(place.group).freeSlot();
+   Entry* const entry = entries() + (place.group * Impl::kGroupSlots + slot);
+   if constexpr (sizeof...(Args) == 1 && (std::same_as<Args, Entry> && ...)) {
+      ::new (entry) Entry(std::forward<Args>(args)...);
    } else {
-      Entry fresh(std::in_place, std::forward<K>(newKey), std::forward<Args>(args)...);
-      place = makeRoom(fresh.key(), hash, place);
-      slot = block_->freeSlot(place.group);
-      ::new (entries() + slot) Entry(std::move(fresh));
+      ::new (entry) Entry(std::in_place, std::forward<Args>(args)...);
    }
-   block_->take(slot, place.rank, block_->addressOf(hash).tag);
+   block_->take(place.group, slot, place.rank, tag);
    ++size_;
    bumpVersion();
-   return {entries() + slot, true};
+   return {entry, true};
 }
 
 // Makes room in the key's group, or a larger table, until the key has a free slot.
@@ -167,10 +188,10 @@ template <CollectionName Name, HashableKey Key, typename Value>
                                                                Place place) -> Place {
    while (true) {
       Impl::HashShape const& shape = block_->shape();
-      bool const full = size_ >= shape.maxSize;
-      if (!full && block_->group(place.group).count < shape.groupSlots) {
+      if (hasRoom(place.group)) {
          return place;
       }
+      bool const full = size_ >= shape.maxSize;
       if (!full && (block_->nextHasRoom(place.group) || block_->hasSpareGroup())) {
          place = spill(place);
          continue;
@@ -197,9 +218,9 @@ auto HashMap2018<Name, Key, Value>::spill(Place place) -> Place {
       return {next, 0, false};
    }
    size_t const from = block_->slotAt(place.group, last);
-   size_t const to = block_->freeSlot(next);
-   moveMember(from, to);
-   block_->take(to, 0, block_->tags(place.group).slots[from % Impl::kGroupSlots]);
+   uint32_t const to = block_->group(next).freeSlot();
+   moveMember(from, next * Impl::kGroupSlots + to);
+   block_->take(next, to, 0, block_->tags(place.group).slots[from % Impl::kGroupSlots]);
    block_->release(from);
    return place;
 }
@@ -213,17 +234,21 @@ void HashMap2018<Name, Key, Value>::rehash(Impl::HashShape const& shape) {
    auto* const to = static_cast<Entry*>(larger->entries());
    countWork(size_);
    size_t tail = 0;
-   for (size_t slot = old->firstSlot(); slot != Block::kNoSlot;) {
-      size_t const next = old->nextSlot(slot);
-      size_t const moved = larger->append(tail, hashKeyWide(seed, from[slot].key()));
-      relocate(to + moved, from + slot);
-      Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
-         auto& it = static_cast<GenericIterator&>(base);
-         if (it.slot_ == slot) {
-            it.movedTo_ = moved;
-         }
-      });
-      slot = next;
+   for (size_t group = old->firstHome(); group != Block::kNoSlot;
+        group = old->groupBehind(group)) {
+      Impl::SlotOrder order = old->group(group).order;
+      for (uint32_t left = old->group(group).count; left != 0; --left) {
+         size_t const slot = group * Impl::kGroupSlots + order.first();
+         order.removeFirst();
+         size_t const moved = larger->append(tail, hashKeyWide(seed, from[slot].key()));
+         relocate(to + moved, from + slot);
+         Impl::HashIteratorBase::forEach(iterators_, [=](auto& base) {
+            auto& it = static_cast<GenericIterator&>(base);
+            if (it.slot_ == slot) {
+               it.movedTo_ = moved;
+            }
+         });
+      }
    }
    Impl::HashIteratorBase::forEach(iterators_, [](auto& base) {
       auto& it = static_cast<GenericIterator&>(base);
