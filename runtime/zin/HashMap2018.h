@@ -231,4 +231,5 @@ class HashMap2018 : private Impl::HashMapBase {
 
 } // namespace Zin
 
+#include "zin/HashMap2018Growth.h"
 #include "zin/HashMap2018Impl.h"
