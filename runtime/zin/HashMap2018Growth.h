@@ -8,28 +8,6 @@ namespace Zin {
 // Most keys are new, and the first of their tag in a home with room: nothing is called
 // for them, so that nothing is saved for a call.
 template <CollectionName Name, HashableKey Key, typename Value>
-size_t HashMap2018<Name, Key, Value>::slotFromHash(uint32_t hash) const {
-   Block::Address const address = block_->addressOf(uint64_t{hash} << 32);
-   size_t number = address.home;
-   auto const isBelow = [&](uint32_t rank) {
-      countWork(1);
-      size_t const slot = block_->slotAt(number, rank);
-      auto const tag = block_->tags(number).slots[slot % Impl::kGroupSlots];
-      return tag != address.tag ? tag < address.tag
-                                : hashOf(entries()[slot].key()) >> 32 < hash;
-   };
-   while (block_->group(number).goesOn() && isBelow(block_->group(number).count - 1u)) {
-      number = block_->group(number).nextGroup();
-   }
-   uint32_t rank = block_->tags(number).below(address.tag);
-   while (rank < block_->group(number).count && isBelow(rank)) {
-      ++rank;
-   }
-   return rank < block_->group(number).count ? block_->slotAt(number, rank)
-                                             : block_->slotBehind(number);
-}
-
-template <CollectionName Name, HashableKey Key, typename Value>
 template <typename K, typename... Args>
 auto HashMap2018<Name, Key, Value>::insertAt(Key const& key, K&& newKey, Args&&... args)
    -> Inserted {

@@ -104,6 +104,28 @@ size_t HashMap2018<Name, Key, Value>::slotFrom(Key const& key, Bound bound) cons
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
+size_t HashMap2018<Name, Key, Value>::slotFromHash(uint32_t hash) const {
+   Block::Address const address = block_->addressOf(uint64_t{hash} << 32);
+   size_t number = address.home;
+   auto const isBelow = [&](uint32_t rank) {
+      countWork(1);
+      size_t const slot = block_->slotAt(number, rank);
+      auto const tag = block_->tags(number).slots[slot % Impl::kGroupSlots];
+      return tag != address.tag ? tag < address.tag
+                                : hashOf(entries()[slot].key()) >> 32 < hash;
+   };
+   while (block_->group(number).goesOn() && isBelow(block_->group(number).count - 1u)) {
+      number = block_->group(number).nextGroup();
+   }
+   uint32_t rank = block_->tags(number).below(address.tag);
+   while (rank < block_->group(number).count && isBelow(rank)) {
+      ++rank;
+   }
+   return rank < block_->group(number).count ? block_->slotAt(number, rank)
+                                             : block_->slotBehind(number);
+}
+
+template <CollectionName Name, HashableKey Key, typename Value>
 [[gnu::always_inline]] inline void HashMap2018<Name, Key, Value>::eraseAt(size_t slot) {
    Entry* const entry = entries() + slot;
    if (iterators_ != nullptr && keepForIterators(slot)) [[unlikely]] {
