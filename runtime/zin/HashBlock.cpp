@@ -39,7 +39,7 @@ HashShape HashShape::smallest() noexcept {
 }
 
 HashShape HashShape::larger(uint32_t chained) const {
-   if (groupSlots == 0) {
+   if (groupSlots < kSmallestSlots) {
       return smallest();
    }
    if (groupSlots < kGroupSlots) {
@@ -52,8 +52,10 @@ HashShape HashShape::wider(uint32_t chained) const {
    return shapeOf(homesLog2, 2 * chained + 1);
 }
 
-// Lives for ever: maps of static storage duration use it while others are destroyed.
-constinit HashBlock::None HashBlock::none_;
+// They live for ever: maps of static storage duration use them while others are
+// destroyed.
+constinit HashBlock::Shared HashBlock::none_(0);
+constinit HashBlock::Shared HashBlock::one_(1);
 
 HashBlock::HashBlock(HashSeed const& seed, HashShape const& shape) noexcept
    : seed_(seed), shape_(shape), slotShift_(64 - kGroupSlotsLog2 - shape.homesLog2),

@@ -52,12 +52,15 @@ class PELK_EXPORT HashBlock {
 
    // A table of no slots at all, which the empty maps share.
    static HashBlock* none() noexcept;
+   // A table of one member in one slot, which the maps share that keep that member
+   // themselves. Nobody writes to it.
+   static HashBlock* one() noexcept;
 
    // Memory for entries of the given size, with all slots free; std::bad_alloc.
    static HashBlock* allocate(HashSeed const& seed, HashShape const& shape,
                               size_t entrySize);
    static void deallocate(HashBlock* block) noexcept {
-      if (block != none()) {
+      if (block != none() && block != one()) {
          ::operator delete(block);
       }
    }
@@ -166,12 +169,12 @@ class PELK_EXPORT HashBlock {
    uint32_t chainedAtMost() const noexcept;
 
  private:
-   struct None;
+   struct Shared;
 
    HashBlock(HashSeed const& seed, HashShape const& shape) noexcept;
-   // The table of no slots.
-   constexpr explicit HashBlock(HashGroup* groups) noexcept
-      : seed_(0), shape_{0, 0, 0, 0}, groups_(groups) {}
+   // A shared table of that many members and slots.
+   constexpr HashBlock(HashGroup* groups, uint32_t members) noexcept
+      : seed_(0), shape_{0, members, 0, members}, groups_(groups) {}
 
    SlotTag const& tagAt(size_t slot) const noexcept {
       return reinterpret_cast<SlotTag const*>(this + 1)[slot];
@@ -205,21 +208,29 @@ class PELK_EXPORT HashBlock {
    HashGroup* groups_ = nullptr;
    void* entries_ = nullptr;
 
-   static None none_;
+   static Shared none_;
+   static Shared one_;
 };
 
-// The table of no slots, with the group that a search reads and its bitmap.
-struct HashBlock::None {
-   constexpr None() noexcept : block(&group) {}
+// A table of no slot or of one, with the group that a search reads and its bitmap. Its
+// tags say that every slot is free: whether a key is present is not found here.
+struct HashBlock::Shared {
+   constexpr explicit Shared(uint16_t members) noexcept
+      : block(&group, members), word(members) {
+      group.used = group.count = members;
+   }
 
    HashBlock block;
    HashTags tags;
    HashGroup group;
-   uint64_t word = 0;
+   uint64_t word;
 };
 
 inline HashBlock* HashBlock::none() noexcept {
    return &none_.block;
+}
+inline HashBlock* HashBlock::one() noexcept {
+   return &one_.block;
 }
 
 } // namespace Zin::Impl

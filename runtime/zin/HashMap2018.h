@@ -2,6 +2,7 @@
 
 #include "pelk/Assert.h"
 #include "zin/HashBlock.h"
+#include "zin/HashInline.h"
 #include "zin/HashIterator.h"
 #include "zin/HashKey.h"
 
@@ -41,7 +42,8 @@ struct NoValue {
 // between.
 //
 // The collection counts its changes, and notifies nobody: whoever owns it does, after
-// the change. Event thread only. An empty map owns no memory.
+// the change. Event thread only. An empty map owns no memory; nor does one of a single
+// member, if its name wants that (keepsFirstInline).
 //
 // Pointers and references to members last until the next change. If memory is short, or
 // a constructor throws, the map stays as it was. A removed value is destroyed when the
@@ -122,7 +124,7 @@ class HashMap2018 : private Impl::HashMapBase {
    }
    // Takes the member out, if there is one. The key may be the member's own.
    bool erase(Key const& key) {
-      Found const found = search(key);
+      Found const found = lookUp(key);
       if (found.entry == nullptr) {
          return false;
       }
@@ -158,10 +160,16 @@ class HashMap2018 : private Impl::HashMapBase {
    }
 
    // The seed of the order that the members stand in; an empty map may take another.
-   HashSeed const& orderSeed() const noexcept { return block_->seed(); }
+   HashSeed const& orderSeed() const noexcept
+      requires(!keepsFirstInline<Name>)
+   {
+      return block_->seed();
+   }
    // At the first member whose hash by that seed is not below the given one: for an
    // index of a map's members, which need not keep their keys.
-   GenericIterator iterateFromHash(uint32_t hash) const {
+   GenericIterator iterateFromHash(uint32_t hash) const
+      requires(!keepsFirstInline<Name>)
+   {
       return GenericIterator(*this, hash, {});
    }
 
@@ -194,9 +202,35 @@ class HashMap2018 : private Impl::HashMapBase {
       }
    }
 
-   Entry* entries() const noexcept { return static_cast<Entry*>(block_->entries()); }
+   static constexpr bool kFirstInline = keepsFirstInline<Name>;
+
+   // Whether the only member stands in the map itself.
+   bool isInline() const noexcept {
+      if constexpr (kFirstInline) {
+         return block_ == Block::one();
+      } else {
+         return false;
+      }
+   }
+   [[gnu::always_inline]] Entry* entries() const noexcept {
+      if constexpr (kFirstInline) {
+         if (isInline()) {
+            return inlineEntry(inline_);
+         }
+      }
+      return static_cast<Entry*>(block_->entries());
+   }
    uint64_t hashOf(Key const& key) const { return hashKeyWide(block_->seed(), key); }
-   Entry* findEntry(Key const& key) const { return search(key).entry; }
+   Entry* findEntry(Key const& key) const { return lookUp(key).entry; }
+   [[gnu::always_inline]] Found lookUp(Key const& key) const {
+      if constexpr (kFirstInline) {
+         return lookUpInline(key);
+      } else {
+         return search(key);
+      }
+   }
+   Found lookUpInline(Key const& key) const;
+   Found searchTable(Key const& key) const;
    Found search(Key const& key) const;
    Found searchFar(Key const& key) const;
    Place locate(Key const& key, uint64_t hash) const;
@@ -205,9 +239,12 @@ class HashMap2018 : private Impl::HashMapBase {
    // The first member on that side of the key, or kNoSlot.
    size_t slotFrom(Key const& key, Bound bound) const;
    size_t slotFromHash(uint32_t hash) const;
+   size_t slotFromInline(Key const& key, Bound bound) const;
 
    template <typename K, typename... Args>
    Inserted insertAt(Key const& key, K&& newKey, Args&&... args);
+   template <typename K, typename... Args>
+   Inserted insertInTable(Key const& key, K&& newKey, Args&&... args);
    template <typename K, typename... Args>
    Inserted insertFar(Key const& key, K&& newKey, Args&&... args);
    template <typename... Args>
@@ -224,12 +261,23 @@ class HashMap2018 : private Impl::HashMapBase {
    void closeGroup(size_t group) noexcept;
    bool keepForIterators(size_t slot) noexcept;
    void dropAll() noexcept;
+   void dropInline() noexcept;
+   void swapInline(HashMap2018& other) noexcept;
    void moveMember(size_t from, size_t to) noexcept;
 
    static void relocate(Entry* to, Entry* from) noexcept;
+
+   using Room =
+      std::conditional_t<kFirstInline, Impl::InlineRoom<sizeof(Entry), alignof(Entry)>,
+                         Impl::NoRoom>;
+   [[gnu::always_inline]] static Entry* inlineEntry(Room const& room) noexcept {
+      return std::launder(static_cast<Entry*>(room.memory()));
+   }
+   [[no_unique_address]] Room inline_;
 };
 
 } // namespace Zin
 
 #include "zin/HashMap2018Growth.h"
 #include "zin/HashMap2018Impl.h"
+#include "zin/HashMap2018Inline.h"

@@ -9,8 +9,8 @@ namespace Zin {
 // for them, so that nothing is saved for a call.
 template <CollectionName Name, HashableKey Key, typename Value>
 template <typename K, typename... Args>
-auto HashMap2018<Name, Key, Value>::insertAt(Key const& key, K&& newKey, Args&&... args)
-   -> Inserted {
+auto HashMap2018<Name, Key, Value>::insertInTable(Key const& key, K&& newKey,
+                                                  Args&&... args) -> Inserted {
    auto const [home, tag] = block_->addressOf(hashOf(key));
    Impl::HashTags const& tags = block_->tags(home);
    if (tags.equal(tag) == 0 && !block_->group(home).goesOn() && hasRoom(home))
@@ -108,7 +108,7 @@ auto HashMap2018<Name, Key, Value>::spill(Place place) -> Place {
 template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::rehash(Impl::HashShape const& shape) {
    Block* const old = block_;
-   HashSeed const seed = size_ == 0 ? hashSeed() : old->seed();
+   HashSeed const seed = size_ == 0 || isInline() ? hashSeed() : old->seed();
    Block* const larger = Block::allocate(seed, shape, sizeof(Entry));
    auto* const from = entries();
    auto* const to = static_cast<Entry*>(larger->entries());
@@ -142,6 +142,9 @@ void HashMap2018<Name, Key, Value>::rehash(Impl::HashShape const& shape) {
 
 template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::reserve(size_t count) {
+   if (kFirstInline && count <= 1) {
+      return;
+   }
    Impl::HashShape shape = block_->shape();
    uint32_t const chained = block_->chainedAtMost();
    while (shape.maxSize < count) {

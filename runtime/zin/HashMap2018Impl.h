@@ -95,6 +95,9 @@ auto HashMap2018<Name, Key, Value>::locate(Key const& key, uint64_t hash) const
 
 template <CollectionName Name, HashableKey Key, typename Value>
 size_t HashMap2018<Name, Key, Value>::slotFrom(Key const& key, Bound bound) const {
+   if (isInline()) {
+      return slotFromInline(key, bound);
+   }
    Place const place = locate(key, hashOf(key));
    if (place.rank == block_->group(place.group).count) {
       return block_->slotBehind(place.group);
@@ -163,7 +166,9 @@ HashMap2018<Name, Key, Value>::keepForIterators(size_t slot) noexcept {
 template <CollectionName Name, HashableKey Key, typename Value>
 [[gnu::always_inline]] inline void
 HashMap2018<Name, Key, Value>::removeSlot(size_t slot) noexcept {
-   if (block_->release(slot)) [[unlikely]] {
+   if (isInline()) {
+      block_ = Block::none();
+   } else if (block_->release(slot)) [[unlikely]] {
       closeGroup(slot / Impl::kGroupSlots);
    }
    --size_;
@@ -185,7 +190,7 @@ HashMap2018<Name, Key, Value>::closeGroup(size_t group) noexcept {
 
 template <CollectionName Name, HashableKey Key, typename Value>
 std::optional<Value> HashMap2018<Name, Key, Value>::extract(Key const& key) {
-   auto const [entry, slot] = search(key);
+   auto const [entry, slot] = lookUp(key);
    if (entry == nullptr) {
       return std::nullopt;
    }
@@ -224,6 +229,9 @@ void HashMap2018<Name, Key, Value>::dropAll() noexcept {
          keepForIterators(slot);
       }
    });
+   if (isInline()) {
+      return dropInline();
+   }
    Block* const old = std::exchange(block_, Block::none());
    size_ = 0;
    if constexpr (!std::is_trivially_destructible_v<Entry>) {
@@ -250,6 +258,7 @@ template <CollectionName Name, HashableKey Key, typename Value>
 void HashMap2018<Name, Key, Value>::swap(HashMap2018& other) noexcept {
    PELK_ASSERT(iterators_ == nullptr && other.iterators_ == nullptr,
                "a collection moved while an iterator stood on it");
+   swapInline(other);
    std::swap(block_, other.block_);
    std::swap(size_, other.size_);
    std::swap(version_, other.version_);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -50,6 +51,9 @@ class CollectionContract : public testing::Test {
    using Place = std::pair<uint32_t, Key>;
    using Model = std::map<Place, uint32_t>;
 
+   // So few keys are also met in a collection that is empty, or was just cleared.
+   static constexpr uint32_t kFew = 3;
+
    // What a failing run is repeated with.
    void SetUp() override {
       this->RecordProperty("hashSeed", std::to_string(Zin::HashHelper::hashSeed32()));
@@ -71,6 +75,11 @@ class CollectionContract : public testing::Test {
    void change(Random& random, uint32_t keys) {
       uint32_t const n = random(keys);
       auto const value = random(1u << 30);
+      if (keys <= kFew && random(8) == 0) {
+         collection_.clear();
+         model_.clear();
+         return;
+      }
       switch (random(4)) {
          case 0:
             ASSERT_EQ(T::insert(collection_, n, value),
@@ -329,11 +338,10 @@ TYPED_TEST_P(CollectionContract, ClearLeavesNothingButWhatIteratorsRead) {
 // the slices: the members that are present from its start to its end are met once
 // each, and all that is met comes in order and is present when it is met.
 template <typename Fixture>
-void walkInSlices(Fixture& test, uint32_t seed, bool byBookmark) {
+void walkInSlices(Fixture& test, uint32_t seed, uint32_t keys, bool byBookmark) {
    Random random(seed);
-   constexpr uint32_t kKeys = 400;
    for (int change = 0; change < 600; ++change) {
-      test.change(random, kKeys);
+      test.change(random, keys);
    }
    std::set<typename Fixture::Place> throughout;
    for (auto const& [place, value] : test.model_) {
@@ -342,7 +350,8 @@ void walkInSlices(Fixture& test, uint32_t seed, bool byBookmark) {
    std::optional<typename Fixture::Place> last;
    auto it = std::make_unique<typename Fixture::Iterator>(test.collection_);
    while (*it) {
-      for (uint32_t item = 0, slice = 1 + random(20); item < slice && *it; ++item) {
+      for (uint32_t item = 0, slice = 1 + random(1 + keys / 20); item < slice && *it;
+           ++item) {
          auto const here = Fixture::placeOf(it->key());
          ASSERT_TRUE(!last || *last < here) << "met twice, or out of order";
          if (!it->stale()) {
@@ -360,7 +369,7 @@ void walkInSlices(Fixture& test, uint32_t seed, bool byBookmark) {
          it.reset();
       }
       for (uint32_t change = random(60); change != 0; --change) {
-         ASSERT_NO_FATAL_FAILURE(test.change(random, kKeys));
+         ASSERT_NO_FATAL_FAILURE(test.change(random, keys));
       }
       std::erase_if(throughout,
                     [&](auto const& p) { return !test.model_.contains(p); });
@@ -376,13 +385,22 @@ void walkInSlices(Fixture& test, uint32_t seed, bool byBookmark) {
 
 TYPED_TEST_P(CollectionContract, WalkByBookmarksLosesAndRepeatsNoMember) {
    for (uint32_t seed = 0; seed < 60; ++seed) {
-      ASSERT_NO_FATAL_FAILURE(walkInSlices(*this, seed, true)) << "seed " << seed;
+      ASSERT_NO_FATAL_FAILURE(walkInSlices(*this, seed, 400, true)) << "seed " << seed;
    }
 }
 
 TYPED_TEST_P(CollectionContract, WalkByIteratorLosesAndRepeatsNoMember) {
    for (uint32_t seed = 0; seed < 60; ++seed) {
-      ASSERT_NO_FATAL_FAILURE(walkInSlices(*this, seed, false)) << "seed " << seed;
+      ASSERT_NO_FATAL_FAILURE(walkInSlices(*this, seed, 400, false)) << "seed " << seed;
+   }
+}
+
+TYPED_TEST_P(CollectionContract, WalkOfFewMembersLosesAndRepeatsNone) {
+   for (uint32_t seed = 0; seed < 600; ++seed) {
+      this->collection_.clear();
+      this->model_.clear();
+      ASSERT_NO_FATAL_FAILURE(walkInSlices(*this, seed, 1 + seed % 3, seed % 2 == 0))
+         << "seed " << seed;
    }
 }
 
@@ -405,8 +423,9 @@ TYPED_TEST_P(CollectionContract, EqualsTheReferenceModelUnderRandomOperations) {
          walker.value = position->second;
       }
    };
-   for (uint32_t step = 0; step < 60000; ++step) {
-      uint32_t const keys = step / 10000 % 2 == 0 ? 2000 : 150;
+   constexpr std::array<uint32_t, 4> kKeys{2000, 150, this->kFew, 2};
+   for (uint32_t step = 0; step < 80000; ++step) {
+      uint32_t const keys = kKeys[step / 10000 % kKeys.size()];
       ASSERT_NO_FATAL_FAILURE(this->change(random, keys));
       for (auto& walker : walkers) {
          if (!walker.at || walker.stale) {
@@ -467,6 +486,7 @@ REGISTER_TYPED_TEST_SUITE_P(
    ErasingWhileWalkingMeetsEveryMemberOnce,
    VersionChangesWithEveryChangeAndWithNothingElse,
    ClearLeavesNothingButWhatIteratorsRead, WalkByBookmarksLosesAndRepeatsNoMember,
-   WalkByIteratorLosesAndRepeatsNoMember, EqualsTheReferenceModelUnderRandomOperations);
+   WalkByIteratorLosesAndRepeatsNoMember, WalkOfFewMembersLosesAndRepeatsNone,
+   EqualsTheReferenceModelUnderRandomOperations);
 
 } // namespace ContractTest

@@ -19,25 +19,36 @@ struct TestMap {
    static constexpr char const* name = "testMap";
    static constexpr uint32_t seed = 0x77aa0011;
 };
+struct FirstInlineMap : TestMap {
+   static constexpr bool firstInline = true;
+};
 
-template <typename Key, typename Value = Zin::NoValue>
-using Map = Zin::HashMap2018<TestMap, Key, Value>;
+template <typename Name, typename Key, typename Value = Zin::NoValue>
+using Map = Zin::HashMap2018<Name, Key, Value>;
 
-TEST(HashMap2018, TellsItsName) {
-   EXPECT_STREQ(Map<int>::name(), "testMap");
+template <typename Name>
+class HashMap2018 : public testing::Test {};
+using Names = testing::Types<TestMap, FirstInlineMap>;
+TYPED_TEST_SUITE(HashMap2018, Names);
+template <typename Name>
+using HashMap2018DeathTest = HashMap2018<Name>;
+TYPED_TEST_SUITE(HashMap2018DeathTest, Names);
+
+TYPED_TEST(HashMap2018, TellsItsName) {
+   EXPECT_STREQ((Map<TypeParam, int>::name()), "testMap");
 }
 
-TEST(HashMap2018, ASetsMembersAreAsLargeAsTheirKeys) {
-   EXPECT_EQ(sizeof(Map<uint16_t>::Entry), sizeof(uint16_t));
-   EXPECT_EQ(sizeof(Map<L3::VrfName>::Entry), sizeof(L3::VrfName));
+TYPED_TEST(HashMap2018, ASetsMembersAreAsLargeAsTheirKeys) {
+   EXPECT_EQ(sizeof(typename Map<TypeParam, uint16_t>::Entry), sizeof(uint16_t));
+   EXPECT_EQ(sizeof(typename Map<TypeParam, L3::VrfName>::Entry), sizeof(L3::VrfName));
 }
 
-TEST(HashMap2018, AnEmptyMapIsThreeWords) {
-   EXPECT_EQ(sizeof(Map<uint64_t, int>), 24u);
+TEST(HashMap2018Size, AnEmptyMapIsThreeWords) {
+   EXPECT_EQ(sizeof(Map<TestMap, uint64_t, int>), 24u);
 }
 
-TEST(HashMap2018, KeepsValuesThatCannotBeCopied) {
-   Map<uint16_t, std::unique_ptr<int>> map;
+TYPED_TEST(HashMap2018, KeepsValuesThatCannotBeCopied) {
+   Map<TypeParam, uint16_t, std::unique_ptr<int>> map;
    for (uint16_t key = 0; key < 1000; ++key) {
       map.insert(key, std::make_unique<int>(key));
    }
@@ -46,8 +57,8 @@ TEST(HashMap2018, KeepsValuesThatCannotBeCopied) {
    EXPECT_EQ(*map.find(999)->value(), 999);
 }
 
-TEST(HashMap2018, LeavesTheArgumentsAloneWhenTheKeyIsPresent) {
-   Map<uint16_t, std::unique_ptr<int>> map;
+TYPED_TEST(HashMap2018, LeavesTheArgumentsAloneWhenTheKeyIsPresent) {
+   Map<TypeParam, uint16_t, std::unique_ptr<int>> map;
    map.insert(1, std::make_unique<int>(1));
    auto second = std::make_unique<int>(2);
    auto const result = map.insert(1, std::move(second));
@@ -57,14 +68,14 @@ TEST(HashMap2018, LeavesTheArgumentsAloneWhenTheKeyIsPresent) {
    EXPECT_EQ(*second, 2);
 }
 
-TEST(HashMap2018, MakesValuesOfSeveralArguments) {
-   Map<uint16_t, std::string> map;
+TYPED_TEST(HashMap2018, MakesValuesOfSeveralArguments) {
+   Map<TypeParam, uint16_t, std::string> map;
    EXPECT_EQ(map.insert(1, 3u, 'x').entry->value(), "xxx");
    EXPECT_EQ(map.insert(2).entry->value(), "");
 }
 
-TEST(HashMap2018, InsertsAndAssignsValuesThatStandInItself) {
-   Map<uint16_t, std::string> map;
+TYPED_TEST(HashMap2018, InsertsAndAssignsValuesThatStandInItself) {
+   Map<TypeParam, uint16_t, std::string> map;
    map.insert(0, std::string(40, 'a'));
    for (uint16_t key = 1; key < 300; ++key) {
       map.insert(key, map.find(static_cast<uint16_t>(key - 1))->value());
@@ -75,8 +86,8 @@ TEST(HashMap2018, InsertsAndAssignsValuesThatStandInItself) {
    }
 }
 
-TEST(HashMap2018, ErasesByAKeyThatStandsInItself) {
-   Map<std::string, int> map;
+TYPED_TEST(HashMap2018, ErasesByAKeyThatStandsInItself) {
+   Map<TypeParam, std::string, int> map;
    for (int n = 0; n < 100; ++n) {
       map.insert("a name that is too long for its object " + std::to_string(n), n);
    }
@@ -85,8 +96,8 @@ TEST(HashMap2018, ErasesByAKeyThatStandsInItself) {
    }
 }
 
-TEST(HashMap2018, ExtractReturnsTheValue) {
-   Map<uint16_t, std::unique_ptr<int>> map;
+TYPED_TEST(HashMap2018, ExtractReturnsTheValue) {
+   Map<TypeParam, uint16_t, std::unique_ptr<int>> map;
    map.insert(1, std::make_unique<int>(10));
    auto const version = map.version();
    EXPECT_EQ(map.extract(2), std::nullopt);
@@ -96,8 +107,8 @@ TEST(HashMap2018, ExtractReturnsTheValue) {
    EXPECT_TRUE(map.empty());
 }
 
-TEST(HashMap2018, ExtractLeavesACopyToTheIteratorThatStandsOnTheMember) {
-   Map<uint16_t, std::string> map;
+TYPED_TEST(HashMap2018, ExtractLeavesACopyToTheIteratorThatStandsOnTheMember) {
+   Map<TypeParam, uint16_t, std::string> map;
    map.insert(1, "one");
    auto it = map.iterate();
    EXPECT_EQ(map.extract(1), "one");
@@ -105,8 +116,8 @@ TEST(HashMap2018, ExtractLeavesACopyToTheIteratorThatStandsOnTheMember) {
    EXPECT_EQ(it.value(), "one");
 }
 
-TEST(HashMap2018, MovesWithItsMembersAndItsVersion) {
-   Map<uint16_t, std::string> map;
+TYPED_TEST(HashMap2018, MovesWithItsMembersAndItsVersion) {
+   Map<TypeParam, uint16_t, std::string> map;
    map.insert(1, "one");
    auto const version = map.version();
    auto other = std::move(map);
@@ -119,15 +130,15 @@ TEST(HashMap2018, MovesWithItsMembersAndItsVersion) {
    EXPECT_TRUE(map.contains(1));
 }
 
-TEST(HashMap2018DeathTest, RefusesToMoveUnderAnIterator) {
-   Map<uint16_t> map;
+TYPED_TEST(HashMap2018DeathTest, RefusesToMoveUnderAnIterator) {
+   Map<TypeParam, uint16_t> map;
    map.insert(1);
    auto it = map.iterate();
-   EXPECT_DEATH(Map<uint16_t>{std::move(map)}, "an iterator stood on it");
+   EXPECT_DEATH((Map<TypeParam, uint16_t>{std::move(map)}), "an iterator stood on it");
 }
 
-TEST(HashMap2018, ReservedRoomIsNoChangeAndLosesNothing) {
-   Map<uint16_t, int> map;
+TYPED_TEST(HashMap2018, ReservedRoomIsNoChangeAndLosesNothing) {
+   Map<TypeParam, uint16_t, int> map;
    map.insert(1, 1);
    map.insert(2, 2);
    auto const version = map.version();
@@ -137,7 +148,7 @@ TEST(HashMap2018, ReservedRoomIsNoChangeAndLosesNothing) {
    EXPECT_EQ(it.key(), 2);
    EXPECT_EQ(map.size(), 2u);
    EXPECT_EQ(map.find(1)->value(), 1);
-   Map<uint16_t, int>::Entry const* const first = map.find(1);
+   auto const* const first = map.find(1);
    for (uint16_t key = 3; key < 4000; ++key) {
       map.insert(key, key);
    }
@@ -146,8 +157,8 @@ TEST(HashMap2018, ReservedRoomIsNoChangeAndLosesNothing) {
    EXPECT_NE(first, nullptr);
 }
 
-TEST(HashMap2018, VersionNumberHas23Bits) {
-   Map<uint16_t> map;
+TYPED_TEST(HashMap2018, VersionNumberHas23Bits) {
+   Map<TypeParam, uint16_t> map;
    for (uint32_t i = 0; i < (1u << 23) - 1; ++i) {
       map.bumpVersion();
    }
@@ -156,9 +167,9 @@ TEST(HashMap2018, VersionNumberHas23Bits) {
    EXPECT_EQ(map.version(), 0u);
 }
 
-TEST(HashMap2018, EqualCollectionsHaveOneOrderWhateverTheirHistory) {
-   Map<uint64_t> grown;
-   Map<uint64_t> shrunk;
+TYPED_TEST(HashMap2018, EqualCollectionsHaveOneOrderWhateverTheirHistory) {
+   Map<TypeParam, uint64_t> grown;
+   Map<TypeParam, uint64_t> shrunk;
    for (uint64_t key = 0; key < 500; ++key) {
       grown.insert(key);
    }
@@ -178,30 +189,32 @@ TEST(HashMap2018, EqualCollectionsHaveOneOrderWhateverTheirHistory) {
    EXPECT_EQ(orders[0], orders[1]);
 }
 
-TEST(HashMap2018, TakesIdsNamesAndEnumeratorsAsKeys) {
+TYPED_TEST(HashMap2018, TakesIdsNamesAndEnumeratorsAsKeys) {
    enum class Color : uint8_t { red, green };
-   Map<Bridging::VlanId, int> vlans;
+   Map<TypeParam, Bridging::VlanId, int> vlans;
    vlans.insert(Bridging::VlanId(10), 10);
    EXPECT_TRUE(vlans.contains(Bridging::VlanId(10)));
-   Map<Lidra::IntfId> intfs;
+   Map<TypeParam, Lidra::IntfId> intfs;
    intfs.insert(Lidra::IntfId("Vlan10"));
    EXPECT_TRUE(intfs.contains(Lidra::IntfId("Vlan10")));
    EXPECT_FALSE(intfs.contains(Lidra::IntfId("Vlan11")));
-   Map<Color> colors;
+   Map<TypeParam, Color> colors;
    colors.insert(Color::green);
    EXPECT_FALSE(colors.contains(Color::red));
-   Map<bool> flags;
+   Map<TypeParam, bool> flags;
    flags.insert(true);
    EXPECT_FALSE(flags.contains(false));
-   Map<int8_t> small;
+   Map<TypeParam, int8_t> small;
    small.insert(int8_t{-1});
    EXPECT_TRUE(small.contains(int8_t{-1}));
 }
 
 // A value whose destructor looks at the map that it is removed from.
+template <typename Name>
 struct Looker {
-   explicit Looker(Map<uint16_t, std::unique_ptr<Looker>>& map, uint16_t key)
-      : map_(map), key_(key) {}
+   using LookedAt = Map<Name, uint16_t, std::unique_ptr<Looker>>;
+
+   explicit Looker(LookedAt& map, uint16_t key) : map_(map), key_(key) {}
    ~Looker() {
       EXPECT_FALSE(map_.contains(key_));
       map_.insert(static_cast<uint16_t>(key_ + 100), nullptr);
@@ -209,14 +222,14 @@ struct Looker {
    Looker(Looker const&) = delete;
    Looker& operator=(Looker const&) = delete;
 
-   Map<uint16_t, std::unique_ptr<Looker>>& map_;
+   LookedAt& map_;
    uint16_t key_;
 };
 
-TEST(HashMap2018, IsWholeWhenARemovedValueIsDestroyed) {
-   Map<uint16_t, std::unique_ptr<Looker>> map;
+TYPED_TEST(HashMap2018, IsWholeWhenARemovedValueIsDestroyed) {
+   typename Looker<TypeParam>::LookedAt map;
    for (uint16_t key = 0; key < 50; ++key) {
-      map.insert(key, std::make_unique<Looker>(map, key));
+      map.insert(key, std::make_unique<Looker<TypeParam>>(map, key));
    }
    for (uint16_t key = 0; key < 25; ++key) {
       EXPECT_TRUE(map.erase(key));
@@ -229,8 +242,8 @@ TEST(HashMap2018, IsWholeWhenARemovedValueIsDestroyed) {
 
 struct Shared : Pelk::SharedObject {};
 
-TEST(HashMap2018, HoldsOneUseOfEachSharedObject) {
-   Map<uint16_t, Pelk::Ptr<Shared>> map;
+TYPED_TEST(HashMap2018, HoldsOneUseOfEachSharedObject) {
+   Map<TypeParam, uint16_t, Pelk::Ptr<Shared>> map;
    auto const object = Pelk::makePtr<Shared>();
    auto const alone = object->useCount();
    for (uint16_t key = 0; key < 100; ++key) {

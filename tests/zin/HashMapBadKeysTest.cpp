@@ -13,8 +13,8 @@ struct BadKey {
    auto operator<=>(BadKey const&) const = default;
 };
 
-template <typename Badness>
-struct BadKeys : MapTraits<BadKey<Badness>, uint32_t> {
+template <typename Badness, typename Name>
+struct BadKeys : MapTraits<BadKey<Badness>, uint32_t, Name> {
    static BadKey<Badness> key(uint32_t n) { return {n}; }
 };
 
@@ -30,8 +30,10 @@ struct Crowded {
    }
 };
 
-using Kinds =
-   testing::Types<Operations<BadKeys<Colliding>>, Operations<BadKeys<Crowded>>>;
+using Kinds = testing::Types<Operations<BadKeys<Colliding, TestMap>>,
+                             Operations<BadKeys<Colliding, FirstInlineMap>>,
+                             Operations<BadKeys<Crowded, TestMap>>,
+                             Operations<BadKeys<Crowded, FirstInlineMap>>>;
 
 } // namespace
 

@@ -5,15 +5,20 @@ namespace ContractTest {
 
 namespace {
 
-struct Ids16 : MapTraits<uint16_t, Zin::NoValue> {
+template <typename Name>
+struct Ids16 : MapTraits<uint16_t, Zin::NoValue, Name> {
    static uint16_t key(uint32_t n) { return static_cast<uint16_t>(n); }
 };
 
-struct Ids64Owners : MapTraits<uint64_t, std::unique_ptr<uint32_t>> {
+template <typename Name>
+struct Ids64Owners : MapTraits<uint64_t, std::unique_ptr<uint32_t>, Name> {
    static uint64_t key(uint32_t n) { return uint64_t{n} << 32; }
 };
 
-using Kinds = testing::Types<Operations<Ids16>, Operations<Ids64Owners>>;
+using Kinds =
+   testing::Types<Operations<Ids16<TestMap>>, Operations<Ids16<FirstInlineMap>>,
+                  Operations<Ids64Owners<TestMap>>,
+                  Operations<Ids64Owners<FirstInlineMap>>>;
 
 } // namespace
 

@@ -7,13 +7,15 @@ namespace ContractTest {
 
 namespace {
 
-struct VrfNames : MapTraits<L3::VrfName, std::string> {
+template <typename Name>
+struct VrfNames : MapTraits<L3::VrfName, std::string, Name> {
    static L3::VrfName key(uint32_t n) {
       return L3::VrfName("tenant " + std::to_string(n) + std::string(n % 3 * 8, '-'));
    }
 };
 
-using Kinds = testing::Types<Operations<VrfNames>>;
+using Kinds =
+   testing::Types<Operations<VrfNames<TestMap>>, Operations<VrfNames<FirstInlineMap>>>;
 
 } // namespace
 

@@ -9,19 +9,23 @@
 #include <optional>
 #include <string>
 
-// HashMap2018 as the contract suite takes it. Traits of MapTraits add the key of a
-// number; Operations completes them.
+// HashMap2018 as the contract suite takes it, in its usual form and with its first
+// member in itself. Traits of MapTraits add the key of a number; Operations completes
+// them.
 namespace ContractTest {
 
 struct TestMap {
    static constexpr char const* name = "testMap";
    static constexpr uint32_t seed = 0x20182018;
 };
+struct FirstInlineMap : TestMap {
+   static constexpr bool firstInline = true;
+};
 
-template <typename K, typename V>
+template <typename K, typename V, typename Name = TestMap>
 struct MapTraits {
    using Key = K;
-   using Collection = Zin::HashMap2018<TestMap, Key, V>;
+   using Collection = Zin::HashMap2018<Name, Key, V>;
    static constexpr bool hasValues = !std::is_empty_v<V>;
 
    static uint32_t hash(Key const& key) {
