@@ -111,28 +111,46 @@ bool TransitSm::sbdVlanToVrfHas(Bridging::VlanId vlanId) const {
    return sbdVlanToVrf_.contains(vlanId);
 }
 
+Pelk::Ptr<TransitSm::SbdVlanToVrf>
+TransitSm::freshSbdVlanToVrf(Bridging::VlanId vlanId) {
+   while (auto entry = spareSbdVlanToVrf_) {
+      spareSbdVlanToVrf_ = std::exchange(entry->nextSpare_, nullptr);
+      if (entry->isAsNew()) {
+         entry->vlanId_ = vlanId;
+         return entry;
+      }
+   }
+   return Pelk::Ptr<SbdVlanToVrf>::adopt(new (sbdVlanToVrfCells_) SbdVlanToVrf(vlanId));
+}
+
+// One by one: each holds the next one.
+void TransitSm::dropSpareSbdVlanToVrf() noexcept {
+   while (auto const entry = spareSbdVlanToVrf_) {
+      spareSbdVlanToVrf_ = std::exchange(entry->nextSpare_, nullptr);
+   }
+}
+
 Pelk::Ptr<TransitSm::SbdVlanToVrf> TransitSm::sbdVlanToVrfIs(Bridging::VlanId vlanId) {
-   if (spareSbdVlanToVrf_ && spareSbdVlanToVrf_->isAsNew() &&
-       !sbdVlanToVrf_.contains(vlanId)) {
-      auto entry = std::exchange(spareSbdVlanToVrf_, nullptr);
-      entry->vlanId_ = vlanId;
-      sbdVlanToVrf_.insert(vlanId, entry);
-      Pelk::Entity const* const announced = entry.get();
-      publishChangeRecursive(kSbdVlanToVrf, &vlanId, announced);
+   if (auto entry = sbdVlanToVrf(vlanId)) {
       return entry;
    }
-   return Zin::childIs(*this, kSbdVlanToVrf, sbdVlanToVrf_, vlanId);
+   auto entry = freshSbdVlanToVrf(vlanId);
+   sbdVlanToVrf_.insert(vlanId, entry);
+   Pelk::Entity const* const announced = entry.get();
+   publishChangeRecursive(kSbdVlanToVrf, &vlanId, announced);
+   return entry;
 }
 
 void TransitSm::sbdVlanToVrfDel(Bridging::VlanId vlanId) {
-   if (auto entry = sbdVlanToVrf(vlanId)) {
-      spareSbdVlanToVrf_ =
-         std::move(entry); // before those notified can end the machine
+   if (auto entry = sbdVlanToVrf(vlanId); entry && entry->vrf().empty()) {
+      // Before those notified can end the machine.
+      entry->nextSpare_ = std::exchange(spareSbdVlanToVrf_, entry);
    }
    Zin::memberDel(*this, kSbdVlanToVrf, sbdVlanToVrf_, vlanId);
 }
 
 void TransitSm::sbdVlanToVrfDelAll() {
+   dropSpareSbdVlanToVrf();
    Zin::memberDelAll(*this, kSbdVlanToVrf, sbdVlanToVrf_);
 }
 

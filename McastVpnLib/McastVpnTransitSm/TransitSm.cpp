@@ -57,6 +57,7 @@ TransitSm::~TransitSm() {
    reactors_->vtiStatusDir.shutdown();
    reactors_->vtiStatus.shutdown();
    zinDoZombieReactors(false);
+   dropSpareSbdVlanToVrf();
    // The members go now: inputs, outputs (which keep what was published), tables.
 }
 

@@ -8,6 +8,7 @@
 #include "lidra/AddressFamily.h"
 #include "lidra/IpGenAddr.h"
 #include "mlag/Status.h"
+#include "pelk/CellBlocks.h"
 #include "pelk/Entity.h"
 #include "pelk/Ptr.h"
 #include "routing/MulticastEvpnConfig.h"
@@ -71,6 +72,7 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
       struct VrfTag {
          static constexpr char const* name = "vrf";
          static constexpr uint32_t seed = 0x8f4b6d13;
+         static constexpr bool firstInline = true;
       };
       using VrfSet = Zin::HashMap2018<VrfTag, L3::VrfName, Zin::Unit>;
 
@@ -86,6 +88,20 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
       static Zin::EntityType const& type() noexcept;
       Zin::EntityType const& entityType() const noexcept override { return type(); }
 
+      // A reactor has many of them, and makes them in few heap blocks.
+      static void* operator new(size_t size) {
+         return Pelk::CellBlocks(1).allocate(size);
+      }
+      static void* operator new(size_t size, Pelk::CellBlocks& cells) {
+         return cells.allocate(size);
+      }
+      static void operator delete(void* entry) noexcept {
+         Pelk::CellBlocks::release(entry);
+      }
+      static void operator delete(void* entry, Pelk::CellBlocks&) noexcept {
+         Pelk::CellBlocks::release(entry);
+      }
+
     private:
       friend class TransitSm;
 
@@ -96,6 +112,7 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
 
       Bridging::VlanId vlanId_; // changes only where isAsNew()
       VrfSet vrf_;
+      Pelk::Ptr<SbdVlanToVrf> nextSpare_; // of the reactor's
    };
 
    struct VrfToSbdVlanTag {
@@ -204,6 +221,9 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
 
    ~TransitSm() override;
 
+   // An entry of no VRF: a spare one, or a new one.
+   Pelk::Ptr<SbdVlanToVrf> freshSbdVlanToVrf(Bridging::VlanId vlanId);
+   void dropSpareSbdVlanToVrf() noexcept;
    // Whether anybody but the reactor's own dispatchers still uses it.
    bool referenced() const noexcept { return useCount() > guards_; }
    // The status of the interface that carries EVPN, or null.
@@ -219,9 +239,12 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    bool initialized_ = false;
    VrfToSbdVlanMap vrfToSbdVlan_;
    SbdVlanToVrfMap sbdVlanToVrf_;
-   // The entry removed last, which serves the next VLAN that needs one: a VRF that
-   // moves usually empties one entry and needs another.
+   // Empty entries that were removed, the last one first, which serve the next VLANs
+   // that need one: a VRF that moves usually empties one entry and needs another. So
+   // there are as many entries as VLANs were recorded at most, until
+   // sbdVlanToVrfDelAll.
    Pelk::Ptr<SbdVlanToVrf> spareSbdVlanToVrf_;
+   Pelk::CellBlocks sbdVlanToVrfCells_{4};
 
    uint32_t guards_ = 0;     // uses that running dispatchers hold
    uint32_t mappings_ = 0;   // running calls of handleVrfToSBDVlan

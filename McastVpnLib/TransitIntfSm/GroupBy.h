@@ -22,6 +22,7 @@ class MCASTVPNLIB_EXPORT GroupByCollection final : public Pelk::Entity {
    struct CollName {
       static constexpr char const* name = "coll";
       static constexpr uint32_t seed = 0x84c1f60d;
+      static constexpr bool firstInline = true;
    };
    using VrfSet = Zin::HashMap2018<CollName, L3::VrfName, Zin::Unit>;
 

@@ -19,6 +19,7 @@ class PELK_EXPORT GroupMembershipJoin final : public Pelk::Entity {
    struct SourceTag {
       static constexpr char const* name = "source";
       static constexpr uint32_t seed = 0x47d5306c;
+      static constexpr bool firstInline = true;
    };
    using SourceMap =
       Zin::HashMap2018<SourceTag, Lidra::IpGenAddr, Pelk::Ptr<SourceMembershipJoin>>;

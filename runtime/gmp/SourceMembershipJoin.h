@@ -20,10 +20,12 @@ class PELK_EXPORT SourceMembershipJoin final : public Pelk::Entity {
    struct IncludeIntfTag {
       static constexpr char const* name = "includeIntf";
       static constexpr uint32_t seed = 0x6d21c9e5;
+      static constexpr bool firstInline = true;
    };
    struct ExcludeIntfTag {
       static constexpr char const* name = "excludeIntf";
       static constexpr uint32_t seed = 0xb88f0a47;
+      static constexpr bool firstInline = true;
    };
    using IncludeIntfSet = Dorf::DorfValueMap<IncludeIntfTag, Lidra::IntfId>;
    using ExcludeIntfSet = Dorf::DorfValueMap<ExcludeIntfTag, Lidra::IntfId>;

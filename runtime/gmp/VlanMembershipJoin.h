@@ -24,10 +24,12 @@ class PELK_EXPORT VlanMembershipJoin final : public Pelk::Entity {
    struct RouterIntfTag {
       static constexpr char const* name = "routerIntf";
       static constexpr uint32_t seed = 0xe1906f3b;
+      static constexpr bool firstInline = true;
    };
    struct GroupTag {
       static constexpr char const* name = "group";
       static constexpr uint32_t seed = 0x0c7be895;
+      static constexpr bool firstInline = true;
    };
    using RouterIntfSet = Dorf::DorfValueMap<RouterIntfTag, Lidra::IntfId>;
    using GroupMap =

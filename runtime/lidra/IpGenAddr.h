@@ -7,6 +7,7 @@
 #include "zin/ValueTraits.h"
 
 #include <array>
+#include <bit>
 #include <compare>
 #include <cstdint>
 #include <iosfwd>
@@ -45,7 +46,12 @@ class PELK_EXPORT IpGenAddr {
    std::string stringValue() const;
 
    static bool isEq(IpGenAddr const& a, IpGenAddr const& b) noexcept { return a == b; }
-   constexpr bool operator==(IpGenAddr const&) const noexcept = default;
+   constexpr bool operator==(IpGenAddr const& other) const noexcept {
+      // As two integers, which the compiler would not do with an array of bytes.
+      using Words = std::array<uint64_t, 2>;
+      return std::bit_cast<Words>(bytes_) == std::bit_cast<Words>(other.bytes_) &&
+             af_ == other.af_;
+   }
    // IPv4 before IPv6; within a family by the bytes.
    constexpr std::strong_ordering operator<=>(IpGenAddr const& other) const noexcept {
       auto const byFamily = af_ <=> other.af_;

@@ -61,7 +61,8 @@ class HashIteratorBase {
          previous_->next_ = this;
          other->previous_ = this;
       }
-      map.iterators_ = this;
+      // Laundered, since GCC would warn that it outlives the iterator.
+      map.iterators_ = std::launder(this);
    }
    ~HashIteratorBase() {
       if (map_ != nullptr && map_->iterators_ == this) {
@@ -98,6 +99,8 @@ class HashForwardIterator {
       : entries_(entries), block_(&block) {
       enter(block.firstHome());
    }
+   // For a map of one member, which stands in the map itself.
+   explicit HashForwardIterator(E* only) noexcept : base_(only), left_(1) {}
 
    reference operator*() const noexcept { return base_[order_.first()]; }
    pointer operator->() const noexcept { return &**this; }
@@ -119,7 +122,9 @@ class HashForwardIterator {
    bool operator==(std::default_sentinel_t) const noexcept { return left_ == 0; }
 
  private:
-   void leaveGroup() noexcept { enter(block_->groupBehind(group_)); }
+   void leaveGroup() noexcept {
+      enter(block_ == nullptr ? Impl::HashBlock::kNoSlot : block_->groupBehind(group_));
+   }
    void enter(size_t group) noexcept {
       if (group == Impl::HashBlock::kNoSlot) {
          base_ = nullptr;
@@ -158,7 +163,7 @@ class HashMapIterator : private Impl::HashIteratorBase {
 
    // At the first member.
    explicit HashMapIterator(Map const& map) noexcept : HashIteratorBase(map) {
-      slot_ = map.block_->firstSlot();
+      slot_ = map.firstSlot();
    }
    // At the bookmark, or where it would stand: at the first member not below it.
    HashMapIterator(Map const& map, Key const& bookmark) : HashIteratorBase(map) {
@@ -192,7 +197,7 @@ class HashMapIterator : private Impl::HashIteratorBase {
    // To the next member; true if there is one.
    bool next() {
       if (slot_ != Impl::HashBlock::kNoSlot) [[likely]] {
-         slot_ = map().block_->nextSlot(slot_);
+         slot_ = map().nextSlot(slot_);
       } else if (keeper_ != nullptr) {
          slot_ = map_ == nullptr ? Impl::HashBlock::kNoSlot
                                  : map().slotFrom(key(), Map::Bound::above);

@@ -149,8 +149,8 @@ class HashMap2018 : private Impl::HashMapBase {
    // Makes room for that many members. Not a change.
    void reserve(size_t count);
 
-   iterator begin() noexcept { return {entries(), *block_}; }
-   const_iterator begin() const noexcept { return {entries(), *block_}; }
+   iterator begin() noexcept { return forward<iterator>(); }
+   const_iterator begin() const noexcept { return forward<const_iterator>(); }
    std::default_sentinel_t end() const noexcept { return {}; }
 
    // At the first member, or at the first one not below the bookmark.
@@ -228,6 +228,14 @@ class HashMap2018 : private Impl::HashMapBase {
       } else {
          return search(key);
       }
+   }
+   template <typename Iterator>
+   Iterator forward() const noexcept {
+      return isInline() ? Iterator(entries()) : Iterator(entries(), *block_);
+   }
+   size_t firstSlot() const noexcept { return isInline() ? 0 : block_->firstSlot(); }
+   size_t nextSlot(size_t slot) const noexcept {
+      return isInline() ? Block::kNoSlot : block_->nextSlot(slot);
    }
    Found lookUpInline(Key const& key) const;
    Found searchTable(Key const& key) const;

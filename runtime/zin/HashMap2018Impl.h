@@ -229,6 +229,9 @@ void HashMap2018<Name, Key, Value>::dropAll() noexcept {
          keepForIterators(slot);
       }
    });
+   if (kFirstInline && block_ == Block::none()) {
+      return;
+   }
    if (isInline()) {
       return dropInline();
    }

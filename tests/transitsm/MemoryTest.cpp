@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <new>
+#include <string>
 #include <utility>
 
 // What the reactor allocates, and what happens where it releases memory.
@@ -86,6 +87,96 @@ TEST_F(TransitSmMemory, AMoveAllocatesWhatItsOutputsNeedAndNothingElse) {
       EXPECT_TRUE(coll->intf(Lidra::VlanIntfId::vlanIdToIntfId(vlanId)));
       EXPECT_EQ(sm->sbdVlanToVrf(vlanId)->vlanId(), Bridging::VlanId(vlanId));
    }
+}
+
+// What a VLAN's outputs are: the interface, and its join's VLAN, group and source.
+constexpr uint64_t kOutputs = 4;
+
+TEST_F(TransitSmMemory, AVlanOfOneVrfTakesABlockForEachOutputEntity) {
+   config->transitVrfDel(red);
+   EXPECT_EQ(allocationsOf([&] { config->transitVrfIs(red); }), kOutputs);
+}
+
+// Each event leaves one VLAN more recorded, and one VRF more. What an event takes
+// beside its outputs is for the next ones too: the tables of the inputs, of the reactor
+// and of the outputs, which double, and a heap block for many entries.
+TEST_F(TransitSmMemory, EventsThatRecordMoreVlansAllocateTheirOutputsAndAmortisedRoom) {
+   constexpr uint16_t kVlans = 3900;
+   uint64_t exact = 0;
+   uint64_t beyond = 0;
+   for (uint16_t vlan = 100; vlan < 100 + kVlans; ++vlan) {
+      L3::VrfName const vrf("vrf" + std::to_string(vlan));
+      config->transitVrfIs(vrf);
+      auto const taken =
+         allocationsOf([&] { status->vrfToSBDVlanIs(vrf, vlan); }) - kOutputs;
+      exact += taken == 0;
+      beyond += taken;
+   }
+   EXPECT_EQ(sm->sbdVlanToVrf().size(), kVlans + 1u);
+   EXPECT_EQ(coll->intf().size(), kVlans + 1u);
+   // A heap block for 64 entries, and five tables that double.
+   EXPECT_LE(beyond, kVlans / 64 + 5 + 5 * 12);
+   EXPECT_GE(exact, kVlans - beyond);
+}
+
+// One VRF of two leaves the VLAN that both were on, and comes back.
+TEST_F(TransitSmMemory, AVrfThatLeavesOthersBehindTakesItsOutputsAlone) {
+   L3::VrfName const blue("blue");
+   config->transitVrfIs(blue);
+   status->vrfToSBDVlanIs(blue, 10);
+   auto const thereAndBack = [&] {
+      EXPECT_EQ(allocationsOf([&] { status->vrfToSBDVlanIs(blue, 20); }), kOutputs);
+      EXPECT_EQ(sm->sbdVlanToVrf().size(), 2u);
+      EXPECT_EQ(allocationsOf([&] { status->vrfToSBDVlanIs(blue, 10); }), 0u);
+      EXPECT_EQ(sm->sbdVlanToVrf().size(), 1u);
+   };
+   for (int round = 0; round < 100; ++round) {
+      thereAndBack();
+   }
+}
+
+TEST_F(TransitSmMemory, VlansThatComeAndGoTogetherTakeNoMoreThanTheirOutputs) {
+   auto const map = [&](uint16_t count, auto vlanOf) {
+      for (uint16_t vrf = 0; vrf < count; ++vrf) {
+         status->vrfToSBDVlanIs(L3::VrfName("vrf" + std::to_string(vrf)), vlanOf(vrf));
+      }
+   };
+   constexpr uint16_t kVrfs = 300;
+   auto const ofTheirOwn = [](uint16_t vrf) {
+      return static_cast<uint16_t>(vrf + 100);
+   };
+   map(kVrfs, ofTheirOwn);
+   map(kVrfs, [](uint16_t) { return uint16_t{10}; });
+   EXPECT_EQ(sm->sbdVlanToVrf().size(), 1u);
+   // None of them is a transit VRF: there are no outputs.
+   EXPECT_EQ(allocationsOf([&] { map(kVrfs, ofTheirOwn); }), 0u);
+   EXPECT_EQ(sm->sbdVlanToVrf().size(), kVrfs + 1u);
+}
+
+TEST_F(TransitSmMemory, AnEntryThatSomebodyHoldsIsNotUsedAgain) {
+   auto const held = sm->sbdVlanToVrf(10);
+   status->vrfToSBDVlanIs(red, 20);
+   auto const alsoHeld = sm->sbdVlanToVrf(20);
+   status->vrfToSBDVlanIs(red, 30);
+   EXPECT_NE(sm->sbdVlanToVrf(30), held);
+   EXPECT_NE(sm->sbdVlanToVrf(30), alsoHeld);
+   EXPECT_EQ(held->vlanId(), Bridging::VlanId(10));
+   EXPECT_EQ(alsoHeld->vlanId(), Bridging::VlanId(20));
+   EXPECT_TRUE(held->vrf().empty());
+   sm = nullptr;
+   EXPECT_EQ(held->vlanId(), Bridging::VlanId(10)) << "it outlives the reactor";
+   EXPECT_EQ(held->useCount(), 1u);
+}
+
+TEST_F(TransitSmMemory, EntriesThatAreRemovedByHandAreNotKept) {
+   auto const entry = sm->sbdVlanToVrf(10);
+   sm->sbdVlanToVrfDelAll();
+   EXPECT_EQ(entry->useCount(), 1u);
+   sm->sbdVlanToVrfIs(11);
+   sm->sbdVlanToVrfDel(11);
+   sm->sbdVlanToVrfDelAll();
+   EXPECT_TRUE(sm->sbdVlanToVrf().empty());
+   EXPECT_EQ(sm->sbdVlanToVrfIs(12)->vlanId(), Bridging::VlanId(12));
 }
 
 TEST_F(TransitSmMemory, AnEventThatChangesNoOutputAllocatesNothing) {
