@@ -37,7 +37,7 @@ constexpr int kAttempts = 2;
 
 SourcePath create(Joins& joins, Bridging::VlanId vlanId, Lidra::IpGenAddr const& group,
                   Lidra::IpGenAddr const& source, bool const& overtaken) {
-   SourcePath path = find(joins, vlanId, group, source);
+   SourcePath path;
    for (int attempt = 0; !path && attempt < kAttempts; ++attempt) {
       path.vlan = joins.vlanIs(vlanId);
       if (!overtaken) {
