@@ -396,7 +396,7 @@ TYPED_TEST_P(CollectionContract, WalkByIteratorLosesAndRepeatsNoMember) {
 }
 
 TYPED_TEST_P(CollectionContract, WalkOfFewMembersLosesAndRepeatsNone) {
-   for (uint32_t seed = 0; seed < 600; ++seed) {
+   for (uint32_t seed = 0; seed < 150; ++seed) {
       this->collection_.clear();
       this->model_.clear();
       ASSERT_NO_FATAL_FAILURE(walkInSlices(*this, seed, 1 + seed % 3, seed % 2 == 0))
