@@ -28,19 +28,14 @@ void TransitSm::handleVrfToSBDVlan(L3::VrfName const& vrf) {
    };
    auto newVlan = mappedVlan(vrf);
    auto const oldVlan = vrfToSbdVlan(vrf);
-   if (!oldVlan.isNone()) {
-      // A call further out may have met the VRF while it was mapped elsewhere,
-      // and pruned it, before who was notified mapped it back.
-      auto const wasPruned = [&] {
-         if (mappings_ == 1) {
-            return false;
-         }
-         auto const recorded = sbdVlanToVrf(oldVlan.value());
-         return !recorded || !recorded->vrfHas(vrf);
-      };
-      if (oldVlan == newVlan && !wasPruned()) {
-         return;
-      }
+   // Inside another handler the same VLAN says little: that one may have met the VRF
+   // while it was mapped elsewhere, and decided without it or pruned it, before who was
+   // notified mapped it back.
+   bool const isNested = mappings_ > 1 || guards_ > 1;
+   if (oldVlan == newVlan && !oldVlan.isNone() && !isNested) {
+      return;
+   }
+   if (oldVlan != newVlan && !oldVlan.isNone()) {
       Bridging::VlanId const oldVlanId(oldVlan.value());
       // While the VRF still stands in the old VLAN's set: the mapping of now decides
       // there, so the VLAN keeps its interface only through another VRF.

@@ -282,6 +282,33 @@ TEST_F(TransitSmReentry, AVrfMappedBackInsideTheHostsOwnCallIsRecordedAgain) {
    EXPECT_TRUE(sm->sbdVlanToVrf(10)->vrfHas("red"));
 }
 
+// The status that is there now does not map it yet when its VLAN is decided, and does
+// when the walk of the mappings comes to it.
+TEST_F(TransitSmReentry, AVrfMappedBackAfterItsVlanWasDecidedWithoutItBringsItBack) {
+   auto const vrfOn = [](uint16_t vlanId) {
+      return L3::VrfName("vrf" + std::to_string(vlanId));
+   };
+   for (uint16_t vlanId = 10; vlanId < 20; ++vlanId) {
+      config->transitVrfIs(vrfOn(vlanId));
+      status->vrfToSBDVlanIs(vrfOn(vlanId), vlanId);
+   }
+   startQuietly();
+   auto const next = statusNew("Vxlan1");
+   uint16_t other = 0; // not the first that the walk comes to
+   log.actionIs([&](std::string const& event) {
+      log.actionIs(nullptr);
+      ++acted;
+      other = event == "- intf[Vlan10]" ? 11 : 10;
+      config->transitVrfDel(vrfOn(other));
+      config->transitVrfIs(vrfOn(other));
+      EXPECT_FALSE(hasJoin(other));
+      next->vrfToSBDVlanIs(vrfOn(other), other);
+   });
+   dir->vtiStatusIs(next);
+   EXPECT_TRUE(hasJoin(other));
+   EXPECT_EQ(addressOf(other), kLocal);
+}
+
 TEST_F(TransitSmReentry, TheDirectoryTakenAwayFromInsideLeavesNothing) {
    map("red", 10);
    startQuietly();
