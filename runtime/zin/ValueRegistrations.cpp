@@ -18,9 +18,9 @@ struct Registrations {
       TypeRegistration(valueTypeOf<T>)...};
 };
 
-Registrations<bool, uint16_t, uint32_t, Unit, Bridging::VlanId, Bridging::VlanIdOrNone, L3::VrfName,
-              Lidra::AddressFamily, Lidra::IntfId, Lidra::IpAddr, Lidra::IpGenAddr,
-              Mlag::MlagState> const registrations;
+Registrations<bool, uint16_t, uint32_t, Unit, Bridging::VlanId, Bridging::VlanIdOrNone,
+              L3::VrfName, Lidra::AddressFamily, Lidra::IntfId, Lidra::IpAddr,
+              Lidra::IpGenAddr, Mlag::MlagState> const registrations;
 
 } // namespace
 
