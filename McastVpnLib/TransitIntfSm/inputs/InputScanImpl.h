@@ -102,6 +102,17 @@ bool InputScan<Traits>::scanned() const {
    return Traits::scanned(*machine_->root()->inputSmScanState());
 }
 
+// With the member's value where the scan's handler takes it.
+template <typename Traits, typename Value>
+bool handleItem(typename Traits::Machine& machine, typename Traits::Bookmark const& key,
+                Value const& value) {
+   if constexpr (requires { Traits::item(machine, key, value); }) {
+      return Traits::item(machine, key, value);
+   } else {
+      return Traits::item(machine, key);
+   }
+}
+
 template <typename Traits>
 bool InputScan<Traits>::slice() {
    if constexpr (requires { Traits::single(*machine_); }) {
@@ -113,11 +124,7 @@ bool InputScan<Traits>::slice() {
       auto const walked = walkSlice(
          collection, state_ == ScanState::interrupted ? &from : nullptr,
          [this](Bookmark const& key, auto const& value) {
-            if constexpr (requires { Traits::item(*machine_, key, value); }) {
-               return Traits::item(*machine_, key, value);
-            } else {
-               return Traits::item(*machine_, key);
-            }
+            return handleItem<Traits>(*machine_, key, value);
          },
          [this] { return shouldYield(); });
       if (!walked.next) {
