@@ -18,8 +18,9 @@ namespace TestSupport {
 class TemporaryFolder {
  public:
    TemporaryFolder() {
-      auto pattern =
-         (std::filesystem::temp_directory_path() / "mcastvpn-XXXXXX").string();
+      // mkdtemp() puts characters of its own in the place of the last six.
+      auto pattern = (std::filesystem::temp_directory_path() / "mcastvpn-").string() +
+                     std::string(6, 'X');
       path_ = mkdtemp(pattern.data());
    }
    TemporaryFolder(TemporaryFolder const&) = delete;
