@@ -119,7 +119,7 @@ class HashMap2018 : private Impl::HashMapBase {
       }
       Value fresh(std::forward<V>(value));
       bumpVersion();
-      std::swap(present->value(), fresh);
+      std::ranges::swap(present->value(), fresh);
       return {present, false};
    }
    // Takes the member out, if there is one. The key may be the member's own.

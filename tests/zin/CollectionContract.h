@@ -423,7 +423,7 @@ TYPED_TEST_P(CollectionContract, EqualsTheReferenceModelUnderRandomOperations) {
          walker.value = position->second;
       }
    };
-   constexpr std::array<uint32_t, 4> kKeys{2000, 150, this->kFew, 2};
+   constexpr std::array<uint32_t, 4> kKeys{2000, 150, TestFixture::kFew, 2};
    for (uint32_t step = 0; step < 80000; ++step) {
       uint32_t const keys = kKeys[step / 10000 % kKeys.size()];
       ASSERT_NO_FATAL_FAILURE(this->change(random, keys));

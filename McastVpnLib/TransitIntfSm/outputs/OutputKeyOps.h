@@ -92,7 +92,7 @@ Key fromText(std::string_view text) {
    Key key;
    constexpr size_t kFields = std::tuple_size_v<decltype(key.flags())>;
    std::string_view rest = text;
-   auto const skip = [&](std::string const& expected) {
+   auto const skip = [&](std::string_view expected) {
       if (!rest.starts_with(expected)) {
          fail();
       }
@@ -107,12 +107,14 @@ Key fromText(std::string_view text) {
       rest.remove_prefix(at + mark.size());
       return value;
    };
-   skip(std::string(Key::kTypeName) + "{ ");
+   skip(Key::kTypeName);
+   skip("{ ");
    forEachField<Key>([&](auto i) {
       constexpr bool kLast = i() + 1 == kFields;
       auto& field = std::get<i>(key.fields());
       auto const name = "k" + std::to_string(i());
-      skip(name + ": ");
+      skip(name);
+      skip(": ");
       using Traits = Zin::ValueTraits<std::remove_cvref_t<decltype(field)>>;
       field = Traits::fromText(upTo(", " + name + "Valid: ", kLast));
       std::get<i>(key.flags()) =
