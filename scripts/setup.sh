@@ -4,7 +4,7 @@
 #
 #   scripts/setup.sh            to build and test
 #   scripts/setup.sh --bench    also what the benchmarks compare with
-#   scripts/setup.sh --checks   also Clang with its linter and its formatter
+#   scripts/setup.sh --checks   also Clang with its sanitizers, linter and formatter
 #
 # Debian 12 or newer, as root or through sudo.
 set -Eeuo pipefail
@@ -99,7 +99,8 @@ install_clang() {
       [ "$release" = "$oldest_clang" ] ||
          say "there is no Clang $oldest_clang here: taking Clang $release"
    fi
-   install_missing "clang-$release" "clang-tidy-$release" "clang-format-$release"
+   install_missing "clang-$release" "clang-tidy-$release" "clang-format-$release" \
+      "libclang-rt-$release-dev" # what its sanitizers link
 }
 
 # --- fmt ---------------------------------------------------------------------
