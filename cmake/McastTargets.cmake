@@ -143,10 +143,10 @@ function(mcast_test name)
   if(NOT ARG_SOURCES)
     file(GLOB ARG_SOURCES CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/*.cpp")
   endif()
-  add_executable(${name} ${ARG_SOURCES})
+  add_executable(${name} ${ARG_SOURCES} "${PROJECT_SOURCE_DIR}/tests/support/HashSeed.cpp")
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE mcast_test_options ${ARG_LIBRARIES}
-    GTest::gmock GTest::gtest_main nlohmann_json::nlohmann_json)
+    McastVpnRuntime GTest::gmock GTest::gtest_main nlohmann_json::nlohmann_json)
   target_precompile_headers(${name} REUSE_FROM mcast_test_headers)
   target_compile_options(${name} PRIVATE
     $<TARGET_PROPERTY:mcast_test_headers,COMPILE_OPTIONS>)
