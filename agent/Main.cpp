@@ -1,7 +1,9 @@
 #include "agent/BadInput.h"
 #include "agent/ExitStatus.h"
+#include "agent/Explain.h"
 #include "agent/Graph.h"
 #include "agent/Options.h"
+#include "agent/Plan.h"
 #include "agent/Replay.h"
 #include "agent/Run.h"
 #include "agent/Terminal.h"
@@ -28,6 +30,10 @@ int command(Agent::Options const& options) {
          return Agent::run(options);
       case Agent::Options::Command::replay:
          return Agent::replay(options);
+      case Agent::Options::Command::explain:
+         return Agent::explain(options);
+      case Agent::Options::Command::plan:
+         return Agent::plan(options);
       case Agent::Options::Command::graph:
          return Agent::graph(options);
       case Agent::Options::Command::none:

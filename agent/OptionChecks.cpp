@@ -4,7 +4,6 @@
 #include "pelk/TraceLevels.h"
 #include "zin/Decimal.h"
 
-#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -43,14 +42,14 @@ std::optional<uint32_t> numberOf(std::string const& text) {
    }
 }
 
-CLI::Validator numberFrom(uint32_t least) {
+CLI::Validator numberFrom(uint32_t least, uint32_t most) {
    return CLI::Validator(
-      [least](std::string const& text) {
-         return numberOf(text).value_or(0) >= least && numberOf(text)
+      [least, most](std::string const& text) {
+         auto const number = numberOf(text);
+         return number && *number >= least && *number <= most
                    ? std::string()
-                   : refusal(text,
-                             "a number from " + std::to_string(least) + " to " +
-                                std::to_string(std::numeric_limits<uint32_t>::max()));
+                   : refusal(text, "a number from " + std::to_string(least) + " to " +
+                                      std::to_string(most));
       },
       "");
 }

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +16,8 @@ namespace Agent {
 std::string refusal(std::string const& text, std::string const& allowed);
 
 CLI::Validator oneOf(std::vector<std::string> choices);
-CLI::Validator numberFrom(uint32_t least);
+CLI::Validator numberFrom(uint32_t least,
+                          uint32_t most = std::numeric_limits<uint32_t>::max());
 std::optional<uint32_t> numberOf(std::string const& text);
 
 std::string checkFile(std::string const& text);

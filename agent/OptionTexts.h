@@ -23,7 +23,7 @@ inline constexpr char const* kExamples =
    "Results go to standard output, everything else to standard error.\n"
    "Exit status: 0 fine; 1 a test did not hold; 2 bad usage or bad input; 3 the "
    "machine\n"
-   "and the plain rule disagree (--verify).";
+   "and the plain rule disagree (--verify); 10 a start would change something (plan).";
 
 inline constexpr char const* kRunFooter =
    "STATE is one JSON document (comments are allowed; what is left out stands with "
@@ -40,6 +40,28 @@ inline constexpr char const* kRunFooter =
    "Outputs that STATE holds are what an earlier run left behind: the dataflow "
    "machine\n"
    "keeps what is right, and removes the rest.";
+
+inline constexpr char const* kExplainFooter =
+   "One block a VLAN: the conditions that do not hold first; what either machine "
+   "makes\n"
+   "of it, with the fewest changes that would turn that; and what the outputs in "
+   "STATE\n"
+   "hold for it. No machine runs.\n"
+   "\n"
+   "Examples:\n"
+   "  mcastvpn-agent explain --vlan 3302 examples/leaf-pair.jsonc\n"
+   "  mcastvpn-agent explain --vrf acme-iot --json examples/leaf-pair.jsonc";
+
+inline constexpr char const* kPlanFooter =
+   "STATE holds the inputs, and the outputs that a start would find: see \"help "
+   "run\".\n"
+   "Nothing outside this process is changed. Each entry of the outputs is listed with\n"
+   "what becomes of it: keep, rewrite, add or delete, and why. Exit status: 0 when\n"
+   "nothing would change, 10 when something would.\n"
+   "\n"
+   "Examples:\n"
+   "  mcastvpn-agent plan examples/restart.jsonc          for people\n"
+   "  mcastvpn-agent plan --json examples/restart.jsonc   the JSON Patch itself";
 
 inline constexpr char const* kGraphFooter =
    "Examples:\n"

@@ -9,6 +9,8 @@
 #include <array>
 #include <iostream>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace Agent {
 
@@ -20,9 +22,6 @@ struct Later {
    char const* description;
 };
 constexpr std::array kLater = {
-   Later{"explain",
-         "each condition of the rule for every SBD VLAN (not in this build)"},
-   Later{"plan", "what a start would do to the outputs (not in this build)"},
    Later{"compare", "where the two machines differ (not in this build)"},
 };
 
@@ -38,6 +37,8 @@ class Parser {
       app_.require_subcommand(0, 1);
       addRun();
       addReplay();
+      addExplain();
+      addPlan();
       addGraph();
       for (auto const& later : kLater) {
          auto* const command = app_.add_subcommand(later.name, later.description);
@@ -86,20 +87,17 @@ class Parser {
          return command()->get_name() + ": " +
                 refusal(first, "what \"mcastvpn-agent " + helpOnCommand() + "\" lists");
       }
-      return refusal(first, "a command: run, replay, graph or help");
+      return refusal(first, "a command: run, replay, explain, plan, graph or help");
    }
 
    void addRun() {
       auto* const run = app_.add_subcommand(
          "run", "publish a state, run the machine until it is idle, print its outputs");
       run->callback([this] { options_.command = Options::Command::run; });
-      run->add_option("STATE", options_.state,
-                      "the state document; - for standard input")
-         ->required()
-         ->type_name("FILE")
-         ->check(CLI::Validator(checkFile, ""));
+      addState(*run);
       run->add_flag("--watch", watch_, "stay and follow the file (not in this build)");
       addCommon(*run);
+      addVerify(*run);
       run->add_flag("--json", options_.json, "the outputs as a JSON document");
       run->footer(kRunFooter);
    }
@@ -117,9 +115,37 @@ class Parser {
          ->type_name("FILE")
          ->check(CLI::Validator(checkFile, ""));
       addCommon(*replay);
+      addVerify(*replay);
       replay->add_flag("--manual", options_.manual,
                        "tasks run only when a host line says so");
       replay->footer(kReplayFooter);
+   }
+
+   void addExplain() {
+      auto* const explain = app_.add_subcommand(
+         "explain", "why an SBD VLAN is enabled or not, and what would turn that");
+      explain->callback([this] { options_.command = Options::Command::explain; });
+      addState(*explain);
+      explain->add_option("--vlan", vlans_, "this VLAN (each that a VRF maps to)")
+         ->check(numberFrom(1, 4094))
+         ->type_name("N")
+         ->allow_extra_args(false);
+      explain->add_option("--vrf", options_.vrfs, "the VLAN that this VRF maps to")
+         ->type_name("NAME")
+         ->allow_extra_args(false);
+      addInputs(*explain);
+      explain->add_flag("--json", options_.json, "for programs");
+      explain->footer(kExplainFooter);
+   }
+
+   void addPlan() {
+      auto* const plan = app_.add_subcommand(
+         "plan", "what a start over the outputs in a state would do to each of them");
+      plan->callback([this] { options_.command = Options::Command::plan; });
+      addState(*plan);
+      addCommon(*plan);
+      plan->add_flag("--json", options_.json, "the changes as a JSON Patch document");
+      plan->footer(kPlanFooter);
    }
 
    void addGraph() {
@@ -132,6 +158,37 @@ class Parser {
       graph->footer(kGraphFooter);
    }
 
+   void addState(CLI::App& command) {
+      command
+         .add_option("STATE", options_.state,
+                     "the state document; - for standard input")
+         ->required()
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkFile, ""));
+   }
+
+   // What any command that reads a state takes.
+   void addInputs(CLI::App& command) {
+      command
+         .add_option("--af", family_, "the address family: ipv4 (the default) or ipv6")
+         ->check(oneOf({"ipv4", "ipv6"}))
+         ->type_name("FAMILY");
+      command
+         .add_option("--toggle", options_.toggles,
+                     "override a feature toggle: McastVpnTransitMlag=on or =off")
+         ->check(CLI::Validator(checkToggle, ""))
+         ->type_name("NAME=STATE")
+         ->allow_extra_args(false);
+      command
+         .add_option("--toggle-file", options_.toggleFile,
+                     "read the feature toggles from this JSON file")
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkFile, ""));
+      command.add_flag("--unchecked", unchecked_,
+                       "let through every value that the C++ types can hold");
+   }
+
+   // What any command that runs a machine takes besides.
    void addCommon(CLI::App& command) {
       command
          .add_option(
@@ -140,10 +197,6 @@ class Parser {
             "build)")
          ->check(oneOf({"reactor", "dataflow", "both"}))
          ->type_name("NAME");
-      command
-         .add_option("--af", family_, "the address family: ipv4 (the default) or ipv6")
-         ->check(oneOf({"ipv4", "ipv6"}))
-         ->type_name("FAMILY");
       command
          .add_option("--mode", mode_,
                      "how the dataflow machine scans: sync, or async (the default)")
@@ -165,19 +218,10 @@ class Parser {
                      "print the text trace of these levels: 7, 6-9, 4,8 or all")
          ->check(CLI::Validator(checkTrace, ""))
          ->type_name("LEVELS");
-      command
-         .add_option("--toggle", options_.toggles,
-                     "override a feature toggle: McastVpnTransitMlag=on or =off")
-         ->check(CLI::Validator(checkToggle, ""))
-         ->type_name("NAME=STATE")
-         ->allow_extra_args(false);
-      command
-         .add_option("--toggle-file", options_.toggleFile,
-                     "read the feature toggles from this JSON file")
-         ->type_name("FILE")
-         ->check(CLI::Validator(checkFile, ""));
-      command.add_flag("--unchecked", unchecked_,
-                       "let through every value that the C++ types can hold");
+      addInputs(command);
+   }
+
+   void addVerify(CLI::App& command) {
       command.add_flag(
          "--verify", verify_,
          "compare the outputs with the plain rule whenever the machine is idle");
@@ -193,6 +237,9 @@ class Parser {
       options_.mode =
          mode_ == "sync" ? Vorn::RunMode::synchronous : Vorn::RunMode::asynchronous;
       options_.sliceItems = numberOf(sliceItems_);
+      for (auto const& vlan : vlans_) {
+         options_.vlans.push_back(static_cast<uint16_t>(*numberOf(vlan)));
+      }
       options_.graphFormat = graphFormat_ == "mermaid" ? Options::GraphFormat::mermaid
                                                        : Options::GraphFormat::dot;
       options_.af = Lidra::addressFamilyFromText(family_);
@@ -222,8 +269,8 @@ class Parser {
       auto const commands = app_.get_subcommands(
          [this](CLI::App const* each) { return each->get_name() == helpTopic_; });
       if (commands.empty()) {
-         throw CLI::ValidationError("help",
-                                    refusal(helpTopic_, "run, replay or graph"));
+         throw CLI::ValidationError(
+            "help", refusal(helpTopic_, "run, replay, explain, plan or graph"));
       }
       std::cout << commands.front()->help("mcastvpn-agent");
    }
@@ -239,6 +286,7 @@ class Parser {
    std::string seed_;
    std::string trace_;
    std::string sliceItems_;
+   std::vector<std::string> vlans_;
    bool watch_ = false;
    bool verify_ = false;
    bool unchecked_ = false;

@@ -15,7 +15,7 @@ namespace Agent {
 
 // What the command line says.
 struct Options {
-   enum class Command { none, run, replay, graph };
+   enum class Command { none, run, replay, explain, plan, graph };
    enum class GraphFormat { dot, mermaid };
 
    Command command = Command::none;
@@ -34,6 +34,9 @@ struct Options {
    bool json = false;
    bool verify = false;
    Checks checks = Checks::plausible;
+
+   std::vector<uint16_t> vlans; // of explain; with vrfs empty: all of them
+   std::vector<std::string> vrfs;
 
    GraphFormat graphFormat = GraphFormat::dot;
 };

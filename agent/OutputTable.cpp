@@ -1,16 +1,13 @@
 #include "agent/OutputTable.h"
 
-#include "agent/BadInput.h"
+#include "agent/SbdVlans.h"
 #include "agent/Table.h"
-#include "pelk/Printable.h"
 
 #include <fmt/format.h>
 #include <fmt/ostream.h>
 
-#include <algorithm>
 #include <map>
 #include <string>
-#include <tuple>
 #include <vector>
 
 template <>
@@ -22,34 +19,22 @@ namespace Agent {
 
 namespace {
 
-constexpr size_t kVrfsShown = 4;
 constexpr char const* kNone = "-";
 
-// What is known of one SBD VLAN, or of an interface that belongs to none.
+// What stands for one SBD VLAN.
 struct Row {
-   struct Vrf {
-      bool isTransit;
-      std::string name;
-   };
-   std::vector<Vrf> vrfs; // mapped to the VLAN; transit VRFs first
    Pelk::Ptr<Irb::Multicast::Evpn::TransitIntf> intf;
    bool hasJoin = false;
 };
 
-// A name as it stands, or in quotes where it could be misread.
-std::string nameForPeople(std::string const& name) {
-   bool const isPlain = !name.empty() && Pelk::printable(name) == name &&
-                        name.find_first_of("*,\"") == std::string::npos &&
-                        name.front() != ' ' && name.back() != ' ';
-   return isPlain ? name : quote(name);
-}
-
 class Report {
  public:
    Report(State const& state, Options const& options)
-      : state_(state), options_(options),
+      : state_(state), options_(options), vlans_(state, options),
         status_(state.vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1"))) {
-      collectVrfs();
+      for (auto const& [vlan, vrfs] : vlans_.vrfs()) {
+         rows_[vlan] = {};
+      }
       collectOutputs();
    }
 
@@ -59,8 +44,7 @@ class Report {
                          "  MLAG state    {} ({})\n"
                          "  VTEP address  {}\n"
                          "  Transit VRFs  {}\n\n",
-                         options_.state, options_.af,
-                         isReactor() ? "TransitSm" : "TransitIntfSm", mlag,
+                         options_.state, options_.af, machineName(options_), mlag,
                          static_cast<uint32_t>(mlag), vtepAddr(), transitVrfs());
    }
 
@@ -73,11 +57,12 @@ class Report {
                    {"Why not"}});
       for (auto const& [vlan, row] : rows_) {
          auto const style = row.intf ? Table::Style::good : Table::Style::dim;
+         auto const vrfs = vrfsText(vlans_.vrfsOf(vlan));
          table.row(style, {std::to_string(vlan),
                            row.intf ? row.intf->intfId().stringValue() : kNone,
                            row.intf ? row.intf->ipAddr().stringValue() : kNone,
-                           row.hasJoin ? "(*, *) Null0" : kNone, vrfsOf(row),
-                           reason(vlan, row)});
+                           row.hasJoin ? "(*, *) Null0" : kNone,
+                           vrfs.empty() ? kNone : vrfs, reason(vlan, row)});
       }
       for (auto const& intf : strangers_) {
          table.row(Table::Style::plain,
@@ -96,7 +81,7 @@ class Report {
       size_t withIntf = 0;
       size_t withJoin = 0;
       for (auto const& [vlan, row] : rows_) {
-         if (!row.vrfs.empty()) {
+         if (!vlans_.vrfsOf(vlan).empty()) {
             ++mapped;
             withIntf += row.intf ? 1 : 0;
             withJoin += row.hasJoin ? 1 : 0;
@@ -108,41 +93,14 @@ class Report {
    }
 
  private:
-   void collectVrfs() {
-      if (!status_) {
-         return;
-      }
-      for (auto const& entry : status_->vrfToSBDVlan()) {
-         if (entry.value().isNone()) {
-            continue;
-         }
-         auto& row = rows_[entry.value().value()];
-         row.vrfs.push_back({state_.mcastEvpnConfig->transitVrfHas(entry.key()),
-                             std::string(entry.key().view())});
-      }
-      for (auto& [vlan, row] : rows_) {
-         std::ranges::sort(row.vrfs, [](auto const& a, auto const& b) {
-            return std::tie(b.isTransit, a.name) < std::tie(a.isTransit, b.name);
-         });
-      }
-   }
-
    void collectOutputs() {
       for (auto const& entry : state_.membershipJoinStatus->vlan()) {
          rows_[entry.key()].hasJoin = hasWildcardJoin(*entry.value());
       }
-      constexpr std::string_view kPrefix = "Vlan";
       for (auto const& entry : state_.transitIntfColl->intf()) {
-         auto const name = entry.key().stringValue();
-         bool const isVlan = name.starts_with(kPrefix);
-         uint16_t number = 0;
-         try {
-            number = Bridging::VlanId(std::string_view(name).substr(isVlan ? 4 : 0));
-         } catch (std::logic_error const&) {
-            number = 0;
-         }
-         if (isVlan && number != 0) {
-            rows_[number].intf = entry.value();
+         uint16_t const vlan = vlanOfIntf(entry.key().stringValue());
+         if (vlan != 0) {
+            rows_[vlan].intf = entry.value();
          } else {
             strangers_.push_back(entry.value());
          }
@@ -182,51 +140,24 @@ class Report {
       return unmapped.empty() ? text : text + "; without: " + unmapped;
    }
 
-   static std::string vrfsOf(Row const& row) {
-      std::string text;
-      size_t const shown = std::min(row.vrfs.size(), kVrfsShown);
-      for (size_t i = 0; i < shown; ++i) {
-         auto const& vrf = row.vrfs[i];
-         text += (i == 0 ? "" : ", ") + nameForPeople(vrf.name);
-         text += vrf.isTransit ? "*" : "";
-      }
-      if (row.vrfs.size() > shown) {
-         text += fmt::format(", {} more", row.vrfs.size() - shown);
-      }
-      return text.empty() ? kNone : text;
-   }
-
-   bool isReactor() const { return options_.machine == Verify::Machine::reactor; }
-
    // Why the row is not what one would expect of an SBD VLAN.
    std::string reason(uint16_t vlanId, Row const& row) const {
-      if (isReactor() && options_.af != Lidra::AddressFamily::ipv4) {
+      auto const why = vlans_.whyNoIntf(vlanId);
+      if (options_.machine == Verify::Machine::reactor &&
+          options_.af != Lidra::AddressFamily::ipv4) {
          return row.intf || row.hasJoin
                    ? "left by others: TransitSm writes for ipv4 only"
-                   : "TransitSm works for ipv4 only";
+                   : why;
       }
-      if (row.vrfs.empty()) {
-         return "no VRF maps here: left by others";
+      if (vlans_.vrfsOf(vlanId).empty()) {
+         return why + ": left by others";
       }
-      if (row.intf) {
-         return "";
-      }
-      if (!isReactor() && row.vrfs.size() > 1) {
-         return fmt::format("shared by {} VRFs", row.vrfs.size());
-      }
-      if (!row.vrfs.front().isTransit) {
-         return "no transit VRF";
-      }
-      if (!isReactor() && !state_.pegVlanStatus->pegVlan().contains(vlanId)) {
-         return "no PEG VLAN";
-      }
-      return state_.mlagStatus->mlagState() == Mlag::MlagState::withheld
-                ? "withheld by the MLAG state"
-                : "";
+      return row.intf ? "" : why;
    }
 
    State const& state_;
    Options const& options_;
+   SbdVlans const vlans_;
    Pelk::Ptr<Vxlan::VtiStatus> status_;
    std::map<uint16_t, Row> rows_;
    std::vector<Pelk::Ptr<Irb::Multicast::Evpn::TransitIntf>> strangers_;

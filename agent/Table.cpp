@@ -13,6 +13,10 @@ fmt::text_style styleOf(Table::Style style) {
    switch (style) {
       case Table::Style::good:
          return fmt::fg(fmt::terminal_color::green);
+      case Table::Style::changed:
+         return fmt::fg(fmt::terminal_color::yellow);
+      case Table::Style::bad:
+         return fmt::fg(fmt::terminal_color::red);
       case Table::Style::dim:
          return fmt::emphasis::faint;
       case Table::Style::plain:

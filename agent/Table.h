@@ -9,7 +9,7 @@ namespace Agent {
 class Table {
  public:
    enum class Align { left, right };
-   enum class Style { plain, good, dim };
+   enum class Style { plain, good, changed, bad, dim };
 
    struct Column {
       std::string title;

@@ -1,7 +1,7 @@
 #include "agent/Verification.h"
 
+#include "agent/SbdVlans.h"
 #include "pelk/Printable.h"
-#include "zin/Toggle.h"
 
 #include <fmt/format.h>
 
@@ -37,7 +37,7 @@ std::string pathOf(std::string const& key) {
 Verify::Verifier::Subject subjectOf(Options const& options, State const& state) {
    return {options.machine,
            options.af,
-           Zin::getToggleState("McastVpnTransitMlag", "McastVpnLib.json", true),
+           joinsEnabled(),
            {state.mcastEvpnConfig, state.vtiStatusDir, state.mlagStatus,
             state.pegVlanStatus},
            state.transitIntfColl,

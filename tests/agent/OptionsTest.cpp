@@ -99,10 +99,10 @@ TEST_P(RefusedUsage, EndsWithTwoAndSaysWhy) {
 INSTANTIATE_TEST_SUITE_P(
    OfEveryKind, RefusedUsage,
    testing::Values(
-      BadUsage{
-         "UnknownCommand",
-         {"walk"},
-         "\"walk\" stands here; allowed is a command: run, replay, graph or help"},
+      BadUsage{"UnknownCommand",
+               {"walk"},
+               "\"walk\" stands here; allowed is a command: run, replay, explain, "
+               "plan, graph or help"},
       BadUsage{
          "UnknownOption",
          {"run", "--fast", "x"},
@@ -149,13 +149,16 @@ INSTANTIATE_TEST_SUITE_P(
                {"run", "--toggle", "McastVpnTransitMlag=maybe", "x"},
                "--toggle: \"McastVpnTransitMlag=maybe\" stands here; allowed is "
                "McastVpnTransitMlag=on or McastVpnTransitMlag=off"},
-      BadUsage{"HelpTopic",
-               {"help", "walk"},
-               "help: \"walk\" stands here; allowed is run, replay or graph"},
+      BadUsage{
+         "HelpTopic",
+         {"help", "walk"},
+         "help: \"walk\" stands here; allowed is run, replay, explain, plan or graph"},
       BadUsage{"Both", {"replay", "--sm", "both", "x"}, "--sm both: not in this build"},
       BadUsage{"Watch", {"run", "--watch", "x"}, "--watch: not in this build"},
-      BadUsage{"Explain", {"explain", "x"}, "explain: not in this build"},
-      BadUsage{"Plan", {"plan", "x"}, "plan: not in this build"},
+      BadUsage{"ExplainOfNoVlan",
+               {"explain", "--vlan", "4095", "x"},
+               "--vlan: \"4095\" stands here; allowed is a number from 1 to 4094"},
+      BadUsage{"PlanOfNothing", {"plan"}, "STATE is required"},
       BadUsage{"Compare", {"compare", "x"}, "compare: not in this build"},
       BadUsage{"GraphFormat",
                {"graph", "--format", "svg"},

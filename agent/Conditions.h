@@ -1,0 +1,77 @@
+#pragma once
+
+#include "agent/Options.h"
+#include "agent/SbdVlans.h"
+#include "agent/State.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// The rule of a machine as conditions that one can look at one by one, and what would
+// have to change for them to turn.
+namespace Agent {
+
+// What the rules look at for one VLAN.
+struct VlanFacts {
+   uint16_t vlanId;
+   bool hasStatus;      // of "Vxlan1"
+   SbdVlans::Vrfs vrfs; // mapped to the VLAN, transit VRFs first
+   bool isPegVlan;
+   uint32_t mlagState;
+   Lidra::AddressFamily af;
+   bool joinsEnabled; // the reactor's toggle
+};
+VlanFacts factsOf(uint16_t vlanId, SbdVlans const& vlans, State const& state,
+                  Options const& options);
+
+struct Condition {
+   // What it is needed for.
+   enum class For { both, join, intf };
+
+   std::string_view type;   // CamelCase; programs depend on it
+   bool status;             // whether it holds
+   std::string_view reason; // CamelCase, one for each status and cause
+   std::string message;     // for people, with the value seen
+   For neededFor = For::both;
+};
+// In the order in which a person would ask. A transit VLAN is one of which all hold.
+std::vector<Condition> conditionsOf(VlanFacts const& facts, Verify::Machine machine);
+
+struct Verdict {
+   bool join;
+   bool intf;
+};
+Verdict verdictOf(std::vector<Condition> const& conditions);
+
+// One change of the inputs: a member of a set or a map comes or goes, a value changes.
+struct Change {
+   std::string text; // as it goes on after "if", as in "VLAN 20 were a PEG VLAN"
+   nlohmann::ordered_json operation; // of a JSON Patch
+};
+using Changes = std::vector<Change>;
+
+// A VRF that is configured or mapped somewhere.
+struct KnownVrf {
+   std::string name;
+   bool isTransit;
+   uint16_t vlanId; // 0 if it is mapped to none
+};
+std::vector<KnownVrf> knownVrfs(State const& state);
+
+// The sets of changes that give the VLAN its transit interface and join, all of those
+// with the fewest changes, those first that take no VRF from another VLAN. One empty
+// set if it has both; none if nothing would.
+std::vector<Changes> smallestToEnable(VlanFacts const& facts, Verify::Machine machine,
+                                      std::vector<KnownVrf> const& known);
+
+// The single changes that take the interface away, or the join as well; a VRF that does
+// not exist yet stands for all those that do not map to the VLAN. None if there is no
+// interface.
+Changes toDisable(VlanFacts const& facts, Verify::Machine machine,
+                  std::vector<KnownVrf> const& known);
+
+} // namespace Agent

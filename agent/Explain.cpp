@@ -1,0 +1,357 @@
+#include "agent/Explain.h"
+
+#include "agent/Conditions.h"
+#include "agent/ExitStatus.h"
+#include "agent/Host.h"
+#include "agent/Terminal.h"
+#include "agent/verify/DataflowRule.h"
+#include "agent/verify/Outputs.h"
+#include "agent/verify/ReactorRule.h"
+
+#include <fmt/color.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <set>
+
+namespace Agent {
+
+namespace {
+
+using nlohmann::ordered_json;
+using Verify::Machine;
+
+constexpr int kSchemaVersion = 1;
+constexpr size_t kWaysShown = 4;
+constexpr std::array kMachines{Machine::dataflow, Machine::reactor};
+
+std::string_view nameOf(Machine machine) {
+   return machine == Machine::dataflow ? "TransitIntfSm" : "TransitSm";
+}
+
+std::string keyOfIntf(uint16_t vlanId) {
+   return Verify::intfKey("Vlan" + std::to_string(vlanId));
+}
+
+// What one machine makes of one VLAN.
+struct Explanation {
+   Machine machine;
+   std::vector<Condition> conditions;
+   Verdict verdict;
+   std::string addr; // of the transit interface, if there is to be one
+   std::vector<Changes> enabling;
+   Changes disabling;
+   bool agrees; // what stands in the outputs is what the machine would write
+};
+
+class Explainer {
+ public:
+   Explainer(State const& state, Options const& options)
+      : state_(state), options_(options), vlans_(state, options),
+        known_(knownVrfs(state)),
+        present_(
+           Verify::outputsOf(*state.transitIntfColl, *state.membershipJoinStatus)),
+        expected_{Verify::dataflowOutputs(inputs(), options.af),
+                  Verify::reactorOutputs(inputs(), options.af, joinsEnabled())} {}
+
+   // Those that the options name, else all that a VRF maps to or that have an output.
+   std::set<uint16_t> chosen() const {
+      std::set<uint16_t> chosen(options_.vlans.begin(), options_.vlans.end());
+      for (auto const& vrf : known_) {
+         if (vrf.vlanId != 0 &&
+             std::ranges::find(options_.vrfs, vrf.name) != options_.vrfs.end()) {
+            chosen.insert(vrf.vlanId);
+         }
+      }
+      if (options_.vlans.empty() && options_.vrfs.empty()) {
+         for (auto const& [vlan, vrfs] : vlans_.vrfs()) {
+            chosen.insert(vlan);
+         }
+         for (auto const& entry : state_.membershipJoinStatus->vlan()) {
+            chosen.insert(entry.key());
+         }
+         for (auto const& entry : state_.transitIntfColl->intf()) {
+            chosen.insert(vlanOfIntf(entry.key().stringValue()));
+         }
+         chosen.erase(0);
+      }
+      return chosen;
+   }
+   // What the options name and no SBD VLAN has.
+   std::vector<std::string> unmapped() const {
+      std::vector<std::string> names;
+      std::ranges::copy_if(options_.vrfs, std::back_inserter(names),
+                           [this](std::string const& name) {
+                              return std::ranges::none_of(known_, [&](auto const& vrf) {
+                                 return vrf.name == name && vrf.vlanId != 0;
+                              });
+                           });
+      return names;
+   }
+
+   SbdVlans const& vlans() const noexcept { return vlans_; }
+
+   // What stands in the outputs; empty for nothing.
+   std::string present(std::string const& key) const { return at(present_, key); }
+
+   Explanation explanation(uint16_t vlanId, Machine machine) const {
+      auto const facts = factsOf(vlanId, vlans_, state_, options_);
+      auto conditions = conditionsOf(facts, machine);
+      auto const verdict = verdictOf(conditions);
+      auto const& expected = expected_[machine == Machine::dataflow ? 0 : 1];
+      auto const intf = keyOfIntf(vlanId);
+      auto const join = Verify::joinKey(vlanId);
+      return {machine,
+              std::move(conditions),
+              verdict,
+              at(expected, intf),
+              smallestToEnable(facts, machine, known_),
+              toDisable(facts, machine, known_),
+              at(expected, intf) == present(intf) &&
+                 at(expected, join) == present(join)};
+   }
+
+ private:
+   static std::string at(Verify::Outputs const& outputs, std::string const& key) {
+      auto const found = outputs.find(key);
+      return found == outputs.end() ? "" : found->second;
+   }
+   Verify::Inputs inputs() const {
+      return {state_.mcastEvpnConfig, state_.vtiStatusDir, state_.mlagStatus,
+              state_.pegVlanStatus};
+   }
+
+   State const& state_;
+   Options const& options_;
+   SbdVlans const vlans_;
+   std::vector<KnownVrf> const known_;
+   Verify::Outputs const present_;
+   std::array<Verify::Outputs, 2> const expected_;
+};
+
+// --- for programs ------------------------------------------------------------
+
+ordered_json toJson(Changes const& changes) {
+   auto list = ordered_json::array();
+   for (auto const& change : changes) {
+      list.push_back({{"text", change.text}, {"operation", change.operation}});
+   }
+   return list;
+}
+
+ordered_json toJson(Explanation const& explanation) {
+   auto conditions = ordered_json::array();
+   for (auto const& each : explanation.conditions) {
+      conditions.push_back({{"type", each.type},
+                            {"status", each.status},
+                            {"reason", each.reason},
+                            {"message", each.message}});
+   }
+   auto enabling = ordered_json::array();
+   if (!explanation.verdict.intf) {
+      for (auto const& set : explanation.enabling) {
+         enabling.push_back(toJson(set));
+      }
+   }
+   return {{"transitInterface", explanation.verdict.intf},
+           {"join", explanation.verdict.join},
+           {"conditions", std::move(conditions)},
+           {"enabledBy", std::move(enabling)},
+           {"disabledBy", toJson(explanation.disabling)},
+           {"outputsAgree", explanation.agrees}};
+}
+
+ordered_json textOrNull(std::string const& text) {
+   return text.empty() ? ordered_json() : ordered_json(text);
+}
+
+std::string jsonText(Explainer const& explainer) {
+   auto list = ordered_json::array();
+   for (auto const vlan : explainer.chosen()) {
+      auto vrfs = ordered_json::array();
+      for (auto const& vrf : explainer.vlans().vrfsOf(vlan)) {
+         vrfs.push_back({{"name", vrf.name}, {"transit", vrf.isTransit}});
+      }
+      ordered_json machines;
+      for (auto const machine : kMachines) {
+         machines[std::string(nameOf(machine))] =
+            toJson(explainer.explanation(vlan, machine));
+      }
+      list.push_back(
+         {{"vlan", vlan},
+          {"vrfs", std::move(vrfs)},
+          {"machines", std::move(machines)},
+          {"outputs",
+           {{"transitInterface", textOrNull(explainer.present(keyOfIntf(vlan)))},
+            {"join", textOrNull(explainer.present(Verify::joinKey(vlan)))}}}});
+   }
+   return ordered_json{{"schemaVersion", kSchemaVersion}, {"vlans", std::move(list)}}
+             .dump(2, ' ', false, ordered_json::error_handler_t::replace) +
+          '\n';
+}
+
+// --- for people --------------------------------------------------------------
+
+std::string joined(std::vector<std::string> const& parts, std::string_view between) {
+   return fmt::format("{}", fmt::join(parts, between));
+}
+
+std::string textOf(Changes const& changes) {
+   std::vector<std::string> texts;
+   std::ranges::transform(changes, std::back_inserter(texts), &Change::text);
+   return joined(texts, " and ");
+}
+
+// What would turn the verdict, a line for each way.
+std::string turning(Explanation const& explanation) {
+   std::vector<std::string> ways;
+   if (explanation.verdict.intf) {
+      std::ranges::transform(explanation.disabling, std::back_inserter(ways),
+                             &Change::text);
+   } else {
+      size_t const shown = std::min(explanation.enabling.size(), kWaysShown);
+      std::transform(explanation.enabling.begin(),
+                     explanation.enabling.begin() + static_cast<std::ptrdiff_t>(shown),
+                     std::back_inserter(ways), textOf);
+      if (explanation.enabling.size() > shown) {
+         ways.push_back(fmt::format("in {} more ways (--json)",
+                                    explanation.enabling.size() - shown));
+      }
+   }
+   if (ways.empty()) {
+      return fmt::format("{:17}no change of the inputs enables it\n", "");
+   }
+   auto const* const verb = explanation.verdict.intf ? "disabled if " : "enabled if ";
+   return fmt::format(
+      "{:17}{}{}\n", "", verb,
+      joined(ways, fmt::format("\n{:{}}or ", "", 14 + std::string_view(verb).size())));
+}
+
+std::string verdictText(Explanation const& explanation) {
+   auto const& verdict = explanation.verdict;
+   return verdict.intf && verdict.join
+             ? "transit interface from " + explanation.addr + ", and join"
+          : verdict.intf ? "transit interface from " + explanation.addr + ", no join"
+          : verdict.join ? "join, no transit interface"
+                         : "no transit interface, no join";
+}
+
+class Text {
+ public:
+   Text(Explainer const& explainer, bool colour)
+      : explainer_(explainer), colour_(colour) {}
+
+   std::string blockOf(uint16_t vlanId) const {
+      auto const& vrfs = explainer_.vlans().vrfsOf(vlanId);
+      std::string text =
+         styled(fmt::emphasis::bold,
+                fmt::format("VLAN {}  {}", vlanId,
+                            vrfs.empty() ? "of no VRF" : "of " + vrfsText(vrfs)));
+      text += '\n';
+      std::vector<Explanation> explanations;
+      for (auto const machine : kMachines) {
+         explanations.push_back(explainer_.explanation(vlanId, machine));
+      }
+      for (bool const holds : {false, true}) {
+         text += conditionsText(explanations, holds);
+      }
+      for (auto const& each : explanations) {
+         text += fmt::format("  {:<13}  {}\n{}", nameOf(each.machine),
+                             verdictText(each), turning(each));
+      }
+      return text + outputsText(vlanId, explanations) + '\n';
+   }
+
+ private:
+   std::string styled(fmt::text_style style, std::string const& text) const {
+      return colour_ ? fmt::format(style, "{}", text) : text;
+   }
+
+   // A condition of both machines is shown once.
+   std::string conditionsText(std::vector<Explanation> const& explanations,
+                              bool holds) const {
+      std::string text;
+      for (auto const& own : explanations) {
+         for (auto const& each : own.conditions) {
+            bool const isDataflow = own.machine == Machine::dataflow;
+            auto const& others = explanations[isDataflow ? 1 : 0].conditions;
+            bool const isShared =
+               std::ranges::find(others, each.type, &Condition::type) != others.end();
+            if (each.status != holds || (isShared && !isDataflow)) {
+               continue;
+            }
+            auto line = fmt::format("  {}  {:<13}  {}", holds ? "yes" : "no ",
+                                    each.type, each.message);
+            line += isShared ? "" : fmt::format(" ({} only)", nameOf(own.machine));
+            text += styled(holds ? fmt::text_style(fmt::emphasis::faint)
+                                 : fmt::fg(fmt::terminal_color::yellow),
+                           line) +
+                    '\n';
+         }
+      }
+      return text;
+   }
+
+   std::string outputsText(uint16_t vlanId,
+                           std::vector<Explanation> const& explanations) const {
+      auto const intf = explainer_.present(keyOfIntf(vlanId));
+      auto const join = explainer_.present(Verify::joinKey(vlanId));
+      std::vector<std::string> parts;
+      if (!intf.empty()) {
+         parts.push_back("transit interface from " + intf);
+      }
+      if (!join.empty()) {
+         parts.push_back("join " + join);
+      }
+      std::vector<std::string> agreeing;
+      for (auto const& each : explanations) {
+         if (each.agrees) {
+            agreeing.emplace_back(nameOf(each.machine));
+         }
+      }
+      return fmt::format("  {:<13}  {}; {}\n", "In the state",
+                         parts.empty() ? "nothing" : joined(parts, ", "),
+                         agreeing.empty() ? "neither machine agrees"
+                         : agreeing.size() == 2
+                            ? "both machines agree"
+                            : "only " + agreeing.front() + " agrees");
+   }
+
+   Explainer const& explainer_;
+   bool colour_;
+};
+
+std::string peopleText(Explainer const& explainer, bool colour) {
+   Text const text(explainer, colour);
+   std::string result;
+   auto const chosen = explainer.chosen();
+   for (auto const vlan : chosen) {
+      result += text.blockOf(vlan);
+   }
+   for (auto const& name : explainer.unmapped()) {
+      result += fmt::format("VRF {} maps to no SBD VLAN.\n", nameForPeople(name));
+   }
+   if (result.empty()) {
+      return "No VRF is mapped to an SBD VLAN.\n";
+   }
+   if (result.ends_with("\n\n")) {
+      result.pop_back();
+   }
+   return result;
+}
+
+} // namespace
+
+int explain(Options const& options) {
+   Host host(options);
+   host.loadState();
+   Explainer const explainer(host.state(), options);
+   auto const text =
+      options.json ? jsonText(explainer) : peopleText(explainer, mayDecorate(stdout));
+   std::fwrite(text.data(), 1, text.size(), stdout);
+   return kFine;
+}
+
+} // namespace Agent

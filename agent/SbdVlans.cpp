@@ -1,0 +1,126 @@
+#include "agent/SbdVlans.h"
+
+#include "agent/BadInput.h"
+#include "bridging/VlanId.h"
+#include "pelk/Printable.h"
+#include "zin/Toggle.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <tuple>
+
+namespace Agent {
+
+namespace {
+
+constexpr size_t kVrfsShown = 4;
+
+bool isReactor(Options const& options) {
+   return options.machine == Verify::Machine::reactor;
+}
+
+} // namespace
+
+SbdVlans::SbdVlans(State const& state, Options const& options)
+   : state_(state), options_(options) {
+   auto const status = state.vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1"));
+   if (!status) {
+      return;
+   }
+   for (auto const& entry : status->vrfToSBDVlan()) {
+      if (!entry.value().isNone()) {
+         vrfs_[entry.value().value()].push_back(
+            {state.mcastEvpnConfig->transitVrfHas(entry.key()),
+             std::string(entry.key().view())});
+      }
+   }
+   for (auto& [vlan, vrfs] : vrfs_) {
+      std::ranges::sort(vrfs, [](auto const& a, auto const& b) {
+         return std::tie(b.isTransit, a.name) < std::tie(a.isTransit, b.name);
+      });
+   }
+}
+
+SbdVlans::Vrfs const& SbdVlans::vrfsOf(uint16_t vlanId) const {
+   static Vrfs const none;
+   auto const found = vrfs_.find(vlanId);
+   return found == vrfs_.end() ? none : found->second;
+}
+
+std::string SbdVlans::whyNoTransitVlan(uint16_t vlanId) const {
+   if (isReactor(options_) && options_.af != Lidra::AddressFamily::ipv4) {
+      return "TransitSm works for ipv4 only";
+   }
+   auto const& vrfs = vrfsOf(vlanId);
+   if (vrfs.empty()) {
+      return "no VRF maps here";
+   }
+   if (!isReactor(options_) && vrfs.size() > 1) {
+      return fmt::format("shared by {} VRFs", vrfs.size());
+   }
+   if (!vrfs.front().isTransit) {
+      return "no transit VRF";
+   }
+   if (!isReactor(options_) && !state_.pegVlanStatus->pegVlan().contains(vlanId)) {
+      return "no PEG VLAN";
+   }
+   return "";
+}
+
+std::string SbdVlans::whyNoJoin(uint16_t vlanId) const {
+   auto const why = whyNoTransitVlan(vlanId);
+   return why.empty() && isReactor(options_) && !joinsEnabled()
+             ? "the toggle McastVpnTransitMlag is off"
+             : why;
+}
+
+std::string SbdVlans::whyNoIntf(uint16_t vlanId) const {
+   auto const why = whyNoTransitVlan(vlanId);
+   return why.empty() && state_.mlagStatus->mlagState() == Mlag::MlagState::withheld
+             ? "withheld by the MLAG state"
+             : why;
+}
+
+bool joinsEnabled() {
+   return Zin::getToggleState("McastVpnTransitMlag", "McastVpnLib.json", true);
+}
+
+std::string vrfsText(SbdVlans::Vrfs const& vrfs) {
+   std::string text;
+   size_t const shown = std::min(vrfs.size(), kVrfsShown);
+   for (size_t i = 0; i < shown; ++i) {
+      text += (i == 0 ? "" : ", ") + nameForPeople(vrfs[i].name);
+      text += vrfs[i].isTransit ? "*" : "";
+   }
+   if (vrfs.size() > shown) {
+      text += fmt::format(", {} more", vrfs.size() - shown);
+   }
+   return text;
+}
+
+std::string nameForPeople(std::string const& name) {
+   bool const isPlain = !name.empty() && Pelk::printable(name) == name &&
+                        name.find_first_of("*,\"") == std::string::npos &&
+                        name.front() != ' ' && name.back() != ' ';
+   return isPlain ? name : quote(name);
+}
+
+std::string_view machineName(Options const& options) {
+   return isReactor(options) ? "TransitSm" : "TransitIntfSm";
+}
+
+uint16_t vlanOfIntf(std::string_view name) {
+   constexpr std::string_view kPrefix = "Vlan";
+   if (!name.starts_with(kPrefix)) {
+      return 0;
+   }
+   try {
+      return Bridging::VlanId(name.substr(kPrefix.size()));
+   } catch (std::logic_error const&) {
+      return 0;
+   }
+}
+
+} // namespace Agent

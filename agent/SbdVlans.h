@@ -1,0 +1,58 @@
+#pragma once
+
+#include "agent/Options.h"
+#include "agent/State.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Agent {
+
+// The SBD VLANs as the inputs of a state have them now, and in people's words why a
+// machine writes nothing for one of them.
+class SbdVlans {
+ public:
+   struct Vrf {
+      bool isTransit;
+      std::string name;
+   };
+   using Vrfs = std::vector<Vrf>; // transit VRFs first, then by name
+
+   SbdVlans(State const& state, Options const& options);
+
+   // The VRFs that the status of "Vxlan1" maps to a VLAN, of each that has one.
+   std::map<uint16_t, Vrfs> const& vrfs() const noexcept { return vrfs_; }
+   Vrfs const& vrfsOf(uint16_t vlanId) const;
+
+   // What keeps the VLAN from having the wildcard join, or a transit interface. Empty
+   // if it has one.
+   std::string whyNoJoin(uint16_t vlanId) const;
+   std::string whyNoIntf(uint16_t vlanId) const;
+
+ private:
+   std::string whyNoTransitVlan(uint16_t vlanId) const;
+
+   State const& state_;
+   Options const& options_;
+   std::map<uint16_t, Vrfs> vrfs_;
+};
+
+// Whether the reactor writes joins, as its toggle says.
+bool joinsEnabled();
+
+// Some VRFs as a table shows them, an asterisk behind each transit VRF.
+std::string vrfsText(SbdVlans::Vrfs const& vrfs);
+
+// A name as it stands, or in quotes where it could be misread.
+std::string nameForPeople(std::string const& name);
+
+// The name of the machine that the options choose.
+std::string_view machineName(Options const& options);
+
+// The VLAN of a routed VLAN interface; 0 for any other interface.
+uint16_t vlanOfIntf(std::string_view name);
+
+} // namespace Agent
