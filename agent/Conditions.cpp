@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <limits>
-#include <map>
 
 namespace Agent {
 
@@ -39,6 +37,10 @@ json::json_pointer pegPath(uint16_t vlanId) {
    return json::json_pointer("/pegVlanStatus/pegVlan") / std::to_string(vlanId);
 }
 
+bool isVlanNumber(uint16_t vlanId) {
+   return vlanId != 0 && vlanId <= Bridging::VlanId::kMax;
+}
+
 Change mlagStateChange(uint32_t state) {
    return change(state == kWithheld ? "the MLAG state were 4 (withheld)"
                                     : "the MLAG state were not 4 (withheld)",
@@ -51,12 +53,6 @@ Change unmapping(std::string const& vrf) {
 Change becomingTransit(std::string const& vrf) {
    return change(fmt::format("VRF {} were a transit VRF", nameForPeople(vrf)), "add",
                  transitPath(vrf), json::object());
-}
-
-std::string names(SbdVlans::Vrfs const& vrfs) {
-   auto text = vrfsText(vrfs);
-   std::erase(text, '*');
-   return text;
 }
 
 bool anyTransit(VlanFacts const& facts) {
@@ -78,13 +74,6 @@ Changes changesApartFromVrfs(VlanFacts const& facts, Machine machine) {
       changes.push_back(mlagStateChange(0));
    }
    return changes;
-}
-
-// How many changes make the VRF one that suffices for the machine.
-size_t costOf(KnownVrf const& vrf, VlanFacts const& facts, Machine machine) {
-   size_t const own = vrf.vlanId == facts.vlanId ? 1 : 0;
-   size_t const others = machine == Machine::dataflow ? facts.vrfs.size() - own : 0;
-   return others + (1 - own) + (vrf.isTransit ? 0 : 1);
 }
 
 void addChangesFor(KnownVrf const& vrf, VlanFacts const& facts, Machine machine,
@@ -109,13 +98,85 @@ void addChangesFor(KnownVrf const& vrf, VlanFacts const& facts, Machine machine,
    }
 }
 
-std::string newVrfName(std::vector<KnownVrf> const& known) {
-   std::string name = "new";
-   while (std::ranges::find(known, name, &KnownVrf::name) != known.end()) {
-      name += '-';
+// The VRFs that suffice with the fewest changes, as many as are asked for.
+class Candidates {
+ public:
+   Candidates(VlanFacts const& facts, Machine machine, KnownVrfs const& known,
+              size_t most)
+      : facts_(facts), most_(most) {
+      bool const isReactor = machine == Machine::reactor;
+      size_t const own = facts.vrfs.size();
+      // Mapping another VRF takes one change, making it a transit VRF one more; a VLAN
+      // of the dataflow machine gives up the ones it has.
+      size_t const others = isReactor ? 0 : own;
+      bool const hasOther = own < known.all().size();
+      size_t const other = hasOther && otherTransit(known) ? others + 1 : others + 2;
+      size_t least = other;
+      for (auto const& vrf : facts.vrfs) {
+         least = std::min(least, costOfOwn(vrf, isReactor));
+      }
+      for (auto const& vrf : facts.vrfs) {
+         if (costOfOwn(vrf, isReactor) == least) {
+            add({vrf.name, vrf.isTransit, facts.vlanId});
+            if (least == 0) {
+               return; // nothing to change, whichever it is
+            }
+         }
+      }
+      if (least == other) {
+         addOthers(known, other == others + 1);
+      }
    }
-   return name;
-}
+
+   std::vector<KnownVrf> const& vrfs() const noexcept { return vrfs_; }
+   size_t more() const noexcept { return count_ - vrfs_.size(); }
+
+ private:
+   size_t costOfOwn(SbdVlans::Vrf const& vrf, bool isReactor) const {
+      return (isReactor ? 0 : facts_.vrfs.size() - 1) + (vrf.isTransit ? 0 : 1);
+   }
+
+   size_t ownWithTransit(bool isTransit) const {
+      return static_cast<size_t>(
+         std::ranges::count(facts_.vrfs, isTransit, &SbdVlans::Vrf::isTransit));
+   }
+   bool otherTransit(KnownVrfs const& known) const {
+      return known.withTransit(true).size() > ownWithTransit(true);
+   }
+
+   void addOthers(KnownVrfs const& known, bool isTransit) {
+      auto const& others = known.withTransit(isTransit);
+      auto at = others.begin();
+      for (; at != others.end() && (*at)->vlanId == 0 && vrfs_.size() < most_; ++at) {
+         add(**at);
+      }
+      if (!isTransit) {
+         add({known.newName(), false, 0});
+      }
+      for (; at != others.end() && vrfs_.size() < most_; ++at) {
+         if ((*at)->vlanId != facts_.vlanId) {
+            add(**at);
+         }
+      }
+      count_ += static_cast<size_t>(others.end() - at);
+      // The VLAN's own were not offered; they may stand among those not looked at.
+      for (; at != others.end(); ++at) {
+         count_ -= (*at)->vlanId == facts_.vlanId ? 1 : 0;
+      }
+   }
+
+   void add(KnownVrf vrf) {
+      ++count_;
+      if (vrfs_.size() < most_) {
+         vrfs_.push_back(std::move(vrf));
+      }
+   }
+
+   VlanFacts const& facts_;
+   size_t const most_;
+   std::vector<KnownVrf> vrfs_;
+   size_t count_ = 0;
+};
 
 } // namespace
 
@@ -124,7 +185,7 @@ VlanFacts factsOf(uint16_t vlanId, SbdVlans const& vlans, State const& state,
    return {vlanId,
            state.vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1")) != nullptr,
            vlans.vrfsOf(vlanId),
-           state.pegVlanStatus->pegVlan().contains(vlanId),
+           isVlanNumber(vlanId) && state.pegVlanStatus->pegVlan().contains(vlanId),
            static_cast<uint32_t>(state.mlagStatus->mlagState()),
            options.af,
            joinsEnabled()};
@@ -148,7 +209,8 @@ std::vector<Condition> conditionsOf(VlanFacts const& facts, Machine machine) {
    add("StatusPresent", facts.hasStatus, "Vxlan1Present", "Vxlan1Absent",
        facts.hasStatus ? "\"Vxlan1\" has a status" : "\"Vxlan1\" has no status");
    add("VrfMapped", !vrfs.empty(), "Mapped", "NoVrf",
-       vrfs.empty() ? "no VRF maps here" : "mapped here: " + names(vrfs));
+       vrfs.empty() ? "no VRF maps here"
+                    : "mapped here: " + vrfsText(vrfs, MarkTransit::no));
    if (!isReactor) {
       add("VrfAlone", vrfs.size() <= 1, "NotShared", "SharedByVrfs",
           vrfs.size() <= 1 ? "not shared by VRFs"
@@ -175,7 +237,9 @@ std::vector<Condition> conditionsOf(VlanFacts const& facts, Machine machine) {
    }
    bool const isWithheld = facts.mlagState == kWithheld;
    add("NotWithheld", !isWithheld, "MlagStateAllows", "WithheldByMlagState",
-       isWithheld ? "withheld by MLAG state 4; the join stays"
+       isWithheld ? verdictOf(conditions).join
+                       ? "withheld by MLAG state 4; the join stays"
+                       : "MLAG state 4 withholds the interface"
                   : fmt::format("MLAG state {} withholds nothing", facts.mlagState),
        Condition::For::intf);
    return conditions;
@@ -190,11 +254,10 @@ Verdict verdictOf(std::vector<Condition> const& conditions) {
    return verdict;
 }
 
-std::vector<KnownVrf> knownVrfs(State const& state) {
-   std::map<std::string, KnownVrf> known;
+KnownVrfs::KnownVrfs(State const& state) {
    auto const at = [&](L3::VrfName const& name) -> KnownVrf& {
       std::string const text(name.view());
-      return known.try_emplace(text, KnownVrf{text, false, 0}).first->second;
+      return all_.try_emplace(text, KnownVrf{text, false, 0}).first->second;
    };
    for (auto const& entry : state.mcastEvpnConfig->transitVrf()) {
       at(entry.key()).isTransit = true;
@@ -204,49 +267,34 @@ std::vector<KnownVrf> knownVrfs(State const& state) {
          at(entry.key()).vlanId = entry.value().value();
       }
    }
-   std::vector<KnownVrf> result;
-   std::ranges::transform(known, std::back_inserter(result),
-                          [](auto const& entry) { return entry.second; });
-   return result;
-}
-
-std::vector<Changes> smallestToEnable(VlanFacts const& facts, Machine machine,
-                                      std::vector<KnownVrf> const& known) {
-   if (machine == Machine::reactor &&
-       (facts.af != Lidra::AddressFamily::ipv4 || !facts.joinsEnabled)) {
-      return {}; // no input turns these
-   }
-   auto candidates = known;
-   // Those first that are taken from no other VLAN.
-   std::ranges::stable_partition(candidates, [&](KnownVrf const& vrf) {
-      return vrf.vlanId == 0 || vrf.vlanId == facts.vlanId;
-   });
-   if (candidates.empty()) {
-      candidates.push_back({newVrfName(known), false, 0});
-   }
-   size_t least = std::numeric_limits<size_t>::max();
-   for (auto const& vrf : candidates) {
-      least = std::min(least, costOf(vrf, facts, machine));
-   }
-   if (machine == Machine::reactor && anyTransit(facts)) {
-      least = 0;
-   }
-   std::vector<Changes> sets;
-   for (auto const& vrf : candidates) {
-      if (costOf(vrf, facts, machine) == least) {
-         auto changes = changesApartFromVrfs(facts, machine);
-         addChangesFor(vrf, facts, machine, changes);
-         sets.push_back(std::move(changes));
-         if (least == 0) {
-            break; // the others would be the same
+   for (bool const isMapped : {false, true}) {
+      for (auto const& [name, vrf] : all_) {
+         if ((vrf.vlanId != 0) == isMapped) {
+            byTransit_[vrf.isTransit ? 1 : 0].push_back(&vrf);
          }
       }
    }
-   return sets;
+   while (all_.contains(newName_)) {
+      newName_ += '-';
+   }
 }
 
-Changes toDisable(VlanFacts const& facts, Machine machine,
-                  std::vector<KnownVrf> const& known) {
+Ways smallestToEnable(VlanFacts const& facts, Machine machine, KnownVrfs const& known,
+                      size_t most) {
+   if (machine == Machine::reactor && facts.af != Lidra::AddressFamily::ipv4) {
+      return {{}, 0}; // no input turns this
+   }
+   Candidates const candidates(facts, machine, known, most);
+   Ways ways{{}, candidates.more()};
+   for (auto const& vrf : candidates.vrfs()) {
+      auto changes = changesApartFromVrfs(facts, machine);
+      addChangesFor(vrf, facts, machine, changes);
+      ways.sets.push_back(std::move(changes));
+   }
+   return ways;
+}
+
+Changes toDisable(VlanFacts const& facts, Machine machine, KnownVrfs const& known) {
    Changes changes;
    if (!verdictOf(conditionsOf(facts, machine)).intf) {
       return changes;
@@ -263,7 +311,7 @@ Changes toDisable(VlanFacts const& facts, Machine machine,
       changes.push_back(change(fmt::format("VLAN {} were no PEG VLAN", facts.vlanId),
                                "remove", pegPath(facts.vlanId)));
       changes.push_back(change("another VRF mapped to it", "add",
-                               mappingPath(newVrfName(known)), facts.vlanId));
+                               mappingPath(known.newName()), facts.vlanId));
    }
    changes.push_back(mlagStateChange(kWithheld));
    changes.push_back(change("\"Vxlan1\" had no status", "remove", statusPath()));

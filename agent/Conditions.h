@@ -6,7 +6,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,18 +63,40 @@ struct KnownVrf {
    bool isTransit;
    uint16_t vlanId; // 0 if it is mapped to none
 };
-std::vector<KnownVrf> knownVrfs(State const& state);
 
-// The sets of changes that give the VLAN its transit interface and join, all of those
-// with the fewest changes, those first that take no VRF from another VLAN. One empty
-// set if it has both; none if nothing would.
-std::vector<Changes> smallestToEnable(VlanFacts const& facts, Verify::Machine machine,
-                                      std::vector<KnownVrf> const& known);
+// All of these, looked through once for all VLANs.
+class KnownVrfs {
+ public:
+   explicit KnownVrfs(State const& state);
+
+   std::map<std::string, KnownVrf> const& all() const noexcept { return all_; }
+   // Those that are transit VRFs, or are not: first the ones that map to no VLAN.
+   std::vector<KnownVrf const*> const& withTransit(bool isTransit) const noexcept {
+      return byTransit_[isTransit ? 1 : 0];
+   }
+   // The name of none of them.
+   std::string const& newName() const noexcept { return newName_; }
+
+ private:
+   std::map<std::string, KnownVrf> all_;
+   std::array<std::vector<KnownVrf const*>, 2> byTransit_;
+   std::string newName_ = "new";
+};
+
+struct Ways {
+   std::vector<Changes> sets;
+   size_t more; // that are not among the sets
+};
+// The sets of changes that give the VLAN its transit interface, those with the fewest
+// changes: first the ones that take no VRF from another VLAN, and no more than this
+// many. One empty set if it has it; none if no input gives it one.
+Ways smallestToEnable(VlanFacts const& facts, Verify::Machine machine,
+                      KnownVrfs const& known, size_t most);
 
 // The single changes that take the interface away, or the join as well; a VRF that does
 // not exist yet stands for all those that do not map to the VLAN. None if there is no
 // interface.
 Changes toDisable(VlanFacts const& facts, Verify::Machine machine,
-                  std::vector<KnownVrf> const& known);
+                  KnownVrfs const& known);
 
 } // namespace Agent

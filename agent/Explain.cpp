@@ -24,7 +24,8 @@ using nlohmann::ordered_json;
 using Verify::Machine;
 
 constexpr int kSchemaVersion = 1;
-constexpr size_t kWaysShown = 4;
+constexpr size_t kWaysShown = 4;   // to people
+constexpr size_t kWaysListed = 64; // for programs
 constexpr std::array kMachines{Machine::dataflow, Machine::reactor};
 
 std::string_view nameOf(Machine machine) {
@@ -41,7 +42,7 @@ struct Explanation {
    std::vector<Condition> conditions;
    Verdict verdict;
    std::string addr; // of the transit interface, if there is to be one
-   std::vector<Changes> enabling;
+   Ways enabling;
    Changes disabling;
    bool agrees; // what stands in the outputs is what the machine would write
 };
@@ -49,8 +50,7 @@ struct Explanation {
 class Explainer {
  public:
    Explainer(State const& state, Options const& options)
-      : state_(state), options_(options), vlans_(state, options),
-        known_(knownVrfs(state)),
+      : state_(state), options_(options), vlans_(state, options), known_(state),
         present_(
            Verify::outputsOf(*state.transitIntfColl, *state.membershipJoinStatus)),
         expected_{Verify::dataflowOutputs(inputs(), options.af),
@@ -59,11 +59,8 @@ class Explainer {
    // Those that the options name, else all that a VRF maps to or that have an output.
    std::set<uint16_t> chosen() const {
       std::set<uint16_t> chosen(options_.vlans.begin(), options_.vlans.end());
-      for (auto const& vrf : known_) {
-         if (vrf.vlanId != 0 &&
-             std::ranges::find(options_.vrfs, vrf.name) != options_.vrfs.end()) {
-            chosen.insert(vrf.vlanId);
-         }
+      for (auto const& name : options_.vrfs) {
+         chosen.insert(vlanOf(name));
       }
       if (options_.vlans.empty() && options_.vrfs.empty()) {
          for (auto const& [vlan, vrfs] : vlans_.vrfs()) {
@@ -75,19 +72,15 @@ class Explainer {
          for (auto const& entry : state_.transitIntfColl->intf()) {
             chosen.insert(vlanOfIntf(entry.key().stringValue()));
          }
-         chosen.erase(0);
       }
+      chosen.erase(0);
       return chosen;
    }
    // What the options name and no SBD VLAN has.
    std::vector<std::string> unmapped() const {
       std::vector<std::string> names;
       std::ranges::copy_if(options_.vrfs, std::back_inserter(names),
-                           [this](std::string const& name) {
-                              return std::ranges::none_of(known_, [&](auto const& vrf) {
-                                 return vrf.name == name && vrf.vlanId != 0;
-                              });
-                           });
+                           [this](auto const& name) { return vlanOf(name) == 0; });
       return names;
    }
 
@@ -107,7 +100,8 @@ class Explainer {
               std::move(conditions),
               verdict,
               at(expected, intf),
-              smallestToEnable(facts, machine, known_),
+              smallestToEnable(facts, machine, known_,
+                               options_.json ? kWaysListed : kWaysShown),
               toDisable(facts, machine, known_),
               at(expected, intf) == present(intf) &&
                  at(expected, join) == present(join)};
@@ -118,6 +112,10 @@ class Explainer {
       auto const found = outputs.find(key);
       return found == outputs.end() ? "" : found->second;
    }
+   uint16_t vlanOf(std::string const& vrf) const {
+      auto const found = known_.all().find(vrf);
+      return found == known_.all().end() ? 0 : found->second.vlanId;
+   }
    Verify::Inputs inputs() const {
       return {state_.mcastEvpnConfig, state_.vtiStatusDir, state_.mlagStatus,
               state_.pegVlanStatus};
@@ -126,7 +124,7 @@ class Explainer {
    State const& state_;
    Options const& options_;
    SbdVlans const vlans_;
-   std::vector<KnownVrf> const known_;
+   KnownVrfs const known_;
    Verify::Outputs const present_;
    std::array<Verify::Outputs, 2> const expected_;
 };
@@ -151,7 +149,7 @@ ordered_json toJson(Explanation const& explanation) {
    }
    auto enabling = ordered_json::array();
    if (!explanation.verdict.intf) {
-      for (auto const& set : explanation.enabling) {
+      for (auto const& set : explanation.enabling.sets) {
          enabling.push_back(toJson(set));
       }
    }
@@ -159,6 +157,7 @@ ordered_json toJson(Explanation const& explanation) {
            {"join", explanation.verdict.join},
            {"conditions", std::move(conditions)},
            {"enabledBy", std::move(enabling)},
+           {"moreWays", explanation.verdict.intf ? 0 : explanation.enabling.more},
            {"disabledBy", toJson(explanation.disabling)},
            {"outputsAgree", explanation.agrees}};
 }
@@ -211,13 +210,10 @@ std::string turning(Explanation const& explanation) {
       std::ranges::transform(explanation.disabling, std::back_inserter(ways),
                              &Change::text);
    } else {
-      size_t const shown = std::min(explanation.enabling.size(), kWaysShown);
-      std::transform(explanation.enabling.begin(),
-                     explanation.enabling.begin() + static_cast<std::ptrdiff_t>(shown),
-                     std::back_inserter(ways), textOf);
-      if (explanation.enabling.size() > shown) {
-         ways.push_back(fmt::format("in {} more ways (--json)",
-                                    explanation.enabling.size() - shown));
+      auto const& [sets, more] = explanation.enabling;
+      std::ranges::transform(sets, std::back_inserter(ways), textOf);
+      if (more != 0) {
+         ways.push_back(fmt::format("in {} more ways", more));
       }
    }
    if (ways.empty()) {

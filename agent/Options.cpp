@@ -126,7 +126,8 @@ class Parser {
          "explain", "why an SBD VLAN is enabled or not, and what would turn that");
       explain->callback([this] { options_.command = Options::Command::explain; });
       addState(*explain);
-      explain->add_option("--vlan", vlans_, "this VLAN (each that a VRF maps to)")
+      explain
+         ->add_option("--vlan", vlans_, "this VLAN (all that have a VRF or an output)")
          ->check(numberFrom(1, 4094))
          ->type_name("N")
          ->allow_extra_args(false);

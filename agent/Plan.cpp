@@ -92,11 +92,11 @@ class Place {
       auto const address = [&](size_t i) {
          return names_.size() <= i ? "-" : names_[i] == any ? "*" : names_[i];
       };
-      if (names_.size() == 5 && names_[3] == "routerIntf") {
+      if (isRouter()) {
          return "router " + nameForPeople(names_[4]);
       }
-      auto const levels = fmt::format("({}, {})", address(6), address(4));
-      if (names_.size() < 9) {
+      auto const levels = fmt::format("({}, {})", address(4), address(6));
+      if (!isLeafOfSource()) {
          return names_.size() == 3 ? "nothing below the VLAN"
                                    : "nothing below " + levels;
       }
@@ -107,10 +107,16 @@ class Place {
 
    // Whether it is of the form that the machines write, for some VLAN.
    bool isOfMachines(Lidra::AddressFamily af) const {
-      return isIntf() ? vlan() != 0 : entry(af) == "(*, *) include Null0";
+      auto const any = Lidra::IpGenAddr::ipGenAddrZero(af).stringValue();
+      return isIntf() ? vlan() != 0
+                      : isLeafOfSource() && names_[4] == any && names_[6] == any &&
+                           names_[7] == "includeIntf" && names_[8] == "Null0";
    }
 
  private:
+   bool isRouter() const { return names_.size() == 5 && names_[3] == "routerIntf"; }
+   bool isLeafOfSource() const { return names_.size() == 9; }
+
    std::vector<std::string> names_;
 };
 
@@ -218,10 +224,15 @@ class Report {
       if (why.empty()) {
          return "right";
       }
-      return options_.machine == Verify::Machine::reactor
-                ? why + ", but no start of TransitSm removes it"
-             : place.isEmptyLevel() ? "an empty level is left alone"
-                                    : why + ", but left alone";
+      if (options_.machine == Verify::Machine::dataflow) {
+         return place.isEmptyLevel() ? "an empty level is left alone"
+                                     : why + ", but left alone";
+      }
+      // What no VRF leads it to, or what is not of its own form, it never looks at.
+      bool const isOutOfReach = !isOfMachine || vlans_.vrfsOf(vlan).empty() ||
+                                options_.af != Lidra::AddressFamily::ipv4;
+      return why + (isOutOfReach ? ", but no start of TransitSm removes it"
+                                 : ", but this start leaves it");
    }
 
    std::string summary() const {

@@ -87,12 +87,12 @@ bool joinsEnabled() {
    return Zin::getToggleState("McastVpnTransitMlag", "McastVpnLib.json", true);
 }
 
-std::string vrfsText(SbdVlans::Vrfs const& vrfs) {
+std::string vrfsText(SbdVlans::Vrfs const& vrfs, MarkTransit mark) {
    std::string text;
    size_t const shown = std::min(vrfs.size(), kVrfsShown);
    for (size_t i = 0; i < shown; ++i) {
       text += (i == 0 ? "" : ", ") + nameForPeople(vrfs[i].name);
-      text += vrfs[i].isTransit ? "*" : "";
+      text += mark == MarkTransit::yes && vrfs[i].isTransit ? "*" : "";
    }
    if (vrfs.size() > shown) {
       text += fmt::format(", {} more", vrfs.size() - shown);

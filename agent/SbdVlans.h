@@ -43,8 +43,9 @@ class SbdVlans {
 // Whether the reactor writes joins, as its toggle says.
 bool joinsEnabled();
 
-// Some VRFs as a table shows them, an asterisk behind each transit VRF.
-std::string vrfsText(SbdVlans::Vrfs const& vrfs);
+// Some VRFs as a table shows them; with an asterisk behind each transit VRF.
+enum class MarkTransit { no, yes };
+std::string vrfsText(SbdVlans::Vrfs const& vrfs, MarkTransit mark = MarkTransit::yes);
 
 // A name as it stands, or in quotes where it could be misread.
 std::string nameForPeople(std::string const& name);
