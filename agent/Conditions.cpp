@@ -15,6 +15,15 @@ using Verify::Machine;
 
 constexpr uint32_t kWithheld = static_cast<uint32_t>(Mlag::MlagState::withheld);
 
+// Where the message names what stands in the same row anyway.
+struct Brief {
+   std::string_view type;
+   std::string_view text;
+};
+constexpr std::array kBrief{Brief{"TransitVrf", "no transit VRF"},
+                            Brief{"PegVlan", "no PEG VLAN"},
+                            Brief{"NotWithheld", "withheld by the MLAG state"}};
+
 Change change(std::string text, char const* op, json::json_pointer const& path,
               json const& value = nullptr) {
    ordered_json operation{{"op", op}, {"path", path.to_string()}};
@@ -243,6 +252,17 @@ std::vector<Condition> conditionsOf(VlanFacts const& facts, Machine machine) {
                   : fmt::format("MLAG state {} withholds nothing", facts.mlagState),
        Condition::For::intf);
    return conditions;
+}
+
+std::string whyNo(Condition::For output, VlanFacts const& facts, Machine machine) {
+   for (auto const& each : conditionsOf(facts, machine)) {
+      if (!each.status &&
+          (each.neededFor == Condition::For::both || each.neededFor == output)) {
+         auto const* const brief = std::ranges::find(kBrief, each.type, &Brief::type);
+         return brief == kBrief.end() ? each.message : std::string(brief->text);
+      }
+   }
+   return "";
 }
 
 Verdict verdictOf(std::vector<Condition> const& conditions) {

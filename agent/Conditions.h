@@ -44,6 +44,11 @@ struct Condition {
 // In the order in which a person would ask. A transit VLAN is one of which all hold.
 std::vector<Condition> conditionsOf(VlanFacts const& facts, Verify::Machine machine);
 
+// What a table says of an output that the VLAN does not have by the machine's rule: the
+// first condition that does not hold, in few words. Empty if it has it.
+std::string whyNo(Condition::For output, VlanFacts const& facts,
+                  Verify::Machine machine);
+
 struct Verdict {
    bool join;
    bool intf;

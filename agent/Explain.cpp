@@ -50,7 +50,7 @@ struct Explanation {
 class Explainer {
  public:
    Explainer(State const& state, Options const& options)
-      : state_(state), options_(options), vlans_(state, options), known_(state),
+      : state_(state), options_(options), vlans_(state), known_(state),
         present_(
            Verify::outputsOf(*state.transitIntfColl, *state.membershipJoinStatus)),
         expected_{Verify::dataflowOutputs(inputs(), options.af),

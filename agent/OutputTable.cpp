@@ -1,5 +1,6 @@
 #include "agent/OutputTable.h"
 
+#include "agent/Conditions.h"
 #include "agent/SbdVlans.h"
 #include "agent/Table.h"
 
@@ -30,7 +31,7 @@ struct Row {
 class Report {
  public:
    Report(State const& state, Options const& options)
-      : state_(state), options_(options), vlans_(state, options),
+      : state_(state), options_(options), vlans_(state),
         status_(state.vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1"))) {
       for (auto const& [vlan, vrfs] : vlans_.vrfs()) {
          rows_[vlan] = {};
@@ -142,7 +143,9 @@ class Report {
 
    // Why the row is not what one would expect of an SBD VLAN.
    std::string reason(uint16_t vlanId, Row const& row) const {
-      auto const why = vlans_.whyNoIntf(vlanId);
+      auto const why =
+         whyNo(Condition::For::intf, factsOf(vlanId, vlans_, state_, options_),
+               options_.machine);
       if (options_.machine == Verify::Machine::reactor &&
           options_.af != Lidra::AddressFamily::ipv4) {
          return row.intf || row.hasJoin

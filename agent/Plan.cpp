@@ -1,5 +1,6 @@
 #include "agent/Plan.h"
 
+#include "agent/Conditions.h"
 #include "agent/Entries.h"
 #include "agent/ExitStatus.h"
 #include "agent/Host.h"
@@ -130,7 +131,7 @@ struct Step {
 class Report {
  public:
    Report(Host& host, Options const& options, Start const& start)
-      : options_(options), start_(start), vlans_(host.state(), options) {
+      : state_(host.state()), options_(options), start_(start), vlans_(state_) {
       std::set<std::string> touched;
       for (auto const& operation : start.operations) {
          for (auto const& path :
@@ -208,9 +209,11 @@ class Report {
    std::string reason(Action action, Place const& place, bool isSame) const {
       auto const vlan = place.vlan();
       bool const isOfMachine = place.isOfMachines(options_.af);
-      auto const why = !isOfMachine     ? "not what a machine writes"
-                       : place.isIntf() ? vlans_.whyNoIntf(vlan)
-                                        : vlans_.whyNoJoin(vlan);
+      auto const why =
+         !isOfMachine
+            ? "not what a machine writes"
+            : whyNo(place.isIntf() ? Condition::For::intf : Condition::For::join,
+                    factsOf(vlan, vlans_, state_, options_), options_.machine);
       switch (action) {
          case Action::add:
             return "SBD VLAN of " + vrfsText(vlans_.vrfsOf(vlan));
@@ -253,6 +256,7 @@ class Report {
                          start_.operations.size() == 1 ? "" : "s");
    }
 
+   State const& state_;
    Options const& options_;
    Start const& start_;
    SbdVlans const vlans_;

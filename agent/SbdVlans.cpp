@@ -17,14 +17,9 @@ namespace {
 
 constexpr size_t kVrfsShown = 4;
 
-bool isReactor(Options const& options) {
-   return options.machine == Verify::Machine::reactor;
-}
-
 } // namespace
 
-SbdVlans::SbdVlans(State const& state, Options const& options)
-   : state_(state), options_(options) {
+SbdVlans::SbdVlans(State const& state) {
    auto const status = state.vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1"));
    if (!status) {
       return;
@@ -47,40 +42,6 @@ SbdVlans::Vrfs const& SbdVlans::vrfsOf(uint16_t vlanId) const {
    static Vrfs const none;
    auto const found = vrfs_.find(vlanId);
    return found == vrfs_.end() ? none : found->second;
-}
-
-std::string SbdVlans::whyNoTransitVlan(uint16_t vlanId) const {
-   if (isReactor(options_) && options_.af != Lidra::AddressFamily::ipv4) {
-      return "TransitSm works for ipv4 only";
-   }
-   auto const& vrfs = vrfsOf(vlanId);
-   if (vrfs.empty()) {
-      return "no VRF maps here";
-   }
-   if (!isReactor(options_) && vrfs.size() > 1) {
-      return fmt::format("shared by {} VRFs", vrfs.size());
-   }
-   if (!vrfs.front().isTransit) {
-      return "no transit VRF";
-   }
-   if (!isReactor(options_) && !state_.pegVlanStatus->pegVlan().contains(vlanId)) {
-      return "no PEG VLAN";
-   }
-   return "";
-}
-
-std::string SbdVlans::whyNoJoin(uint16_t vlanId) const {
-   auto const why = whyNoTransitVlan(vlanId);
-   return why.empty() && isReactor(options_) && !joinsEnabled()
-             ? "the toggle McastVpnTransitMlag is off"
-             : why;
-}
-
-std::string SbdVlans::whyNoIntf(uint16_t vlanId) const {
-   auto const why = whyNoTransitVlan(vlanId);
-   return why.empty() && state_.mlagStatus->mlagState() == Mlag::MlagState::withheld
-             ? "withheld by the MLAG state"
-             : why;
 }
 
 bool joinsEnabled() {
@@ -108,7 +69,7 @@ std::string nameForPeople(std::string const& name) {
 }
 
 std::string_view machineName(Options const& options) {
-   return isReactor(options) ? "TransitSm" : "TransitIntfSm";
+   return options.machine == Verify::Machine::reactor ? "TransitSm" : "TransitIntfSm";
 }
 
 uint16_t vlanOfIntf(std::string_view name) {

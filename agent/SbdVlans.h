@@ -11,8 +11,7 @@
 
 namespace Agent {
 
-// The SBD VLANs as the inputs of a state have them now, and in people's words why a
-// machine writes nothing for one of them.
+// The SBD VLANs as the inputs of a state have them now.
 class SbdVlans {
  public:
    struct Vrf {
@@ -21,22 +20,13 @@ class SbdVlans {
    };
    using Vrfs = std::vector<Vrf>; // transit VRFs first, then by name
 
-   SbdVlans(State const& state, Options const& options);
+   explicit SbdVlans(State const& state);
 
    // The VRFs that the status of "Vxlan1" maps to a VLAN, of each that has one.
    std::map<uint16_t, Vrfs> const& vrfs() const noexcept { return vrfs_; }
    Vrfs const& vrfsOf(uint16_t vlanId) const;
 
-   // What keeps the VLAN from having the wildcard join, or a transit interface. Empty
-   // if it has one.
-   std::string whyNoJoin(uint16_t vlanId) const;
-   std::string whyNoIntf(uint16_t vlanId) const;
-
  private:
-   std::string whyNoTransitVlan(uint16_t vlanId) const;
-
-   State const& state_;
-   Options const& options_;
    std::map<uint16_t, Vrfs> vrfs_;
 };
 
