@@ -197,7 +197,7 @@ std::string joined(std::vector<std::string> const& parts, std::string_view betwe
    return fmt::format("{}", fmt::join(parts, between));
 }
 
-std::string textOf(Changes const& changes) {
+std::string wayText(Changes const& changes) {
    std::vector<std::string> texts;
    std::ranges::transform(changes, std::back_inserter(texts), &Change::text);
    return joined(texts, " and ");
@@ -211,7 +211,7 @@ std::string turning(Explanation const& explanation) {
                              &Change::text);
    } else {
       auto const& [sets, more] = explanation.enabling;
-      std::ranges::transform(sets, std::back_inserter(ways), textOf);
+      std::ranges::transform(sets, std::back_inserter(ways), wayText);
       if (more != 0) {
          ways.push_back(fmt::format("in {} more ways", more));
       }
@@ -247,6 +247,7 @@ class Text {
                             vrfs.empty() ? "of no VRF" : "of " + vrfsText(vrfs)));
       text += '\n';
       std::vector<Explanation> explanations;
+      explanations.reserve(kMachines.size());
       for (auto const machine : kMachines) {
          explanations.push_back(explainer_.explanation(vlanId, machine));
       }

@@ -29,9 +29,9 @@ constexpr std::array kLater = {
    throw CLI::ValidationError(what, "not in this build");
 }
 
-class Parser {
+class CommandLine {
  public:
-   Parser() : app_(kDescription, "mcastvpn-agent") {
+   CommandLine() : app_(kDescription, "mcastvpn-agent") {
       app_.set_version_flag("--version", std::string("mcastvpn-agent ") + kVersion);
       app_.footer(kExamples);
       app_.require_subcommand(0, 1);
@@ -239,7 +239,7 @@ class Parser {
          mode_ == "sync" ? Vorn::RunMode::synchronous : Vorn::RunMode::asynchronous;
       options_.sliceItems = numberOf(sliceItems_);
       for (auto const& vlan : vlans_) {
-         options_.vlans.push_back(static_cast<uint16_t>(*numberOf(vlan)));
+         options_.vlans.push_back(static_cast<uint16_t>(numberOf(vlan).value_or(0)));
       }
       options_.graphFormat = graphFormat_ == "mermaid" ? Options::GraphFormat::mermaid
                                                        : Options::GraphFormat::dot;
@@ -296,7 +296,7 @@ class Parser {
 } // namespace
 
 ParsedOptions parseOptions(int argc, char const* const* argv) {
-   return Parser().parse(argc, argv);
+   return CommandLine().parse(argc, argv);
 }
 
 } // namespace Agent

@@ -1,20 +1,15 @@
 #include "agent/OutputTable.h"
 
 #include "agent/Conditions.h"
+#include "agent/Formatters.h"
 #include "agent/SbdVlans.h"
 #include "agent/Table.h"
 
 #include <fmt/format.h>
-#include <fmt/ostream.h>
 
 #include <map>
 #include <string>
 #include <vector>
-
-template <>
-struct fmt::formatter<Mlag::MlagState> : fmt::ostream_formatter {};
-template <>
-struct fmt::formatter<Lidra::AddressFamily> : fmt::ostream_formatter {};
 
 namespace Agent {
 

@@ -3,6 +3,7 @@
 #include "agent/Conditions.h"
 #include "agent/Entries.h"
 #include "agent/ExitStatus.h"
+#include "agent/Formatters.h"
 #include "agent/Host.h"
 #include "agent/OutputRecorder.h"
 #include "agent/SbdVlans.h"
@@ -11,7 +12,6 @@
 #include "pelk/Printable.h"
 
 #include <fmt/format.h>
-#include <fmt/ostream.h>
 
 #include <algorithm>
 #include <array>
@@ -20,9 +20,6 @@
 #include <optional>
 #include <set>
 #include <tuple>
-
-template <>
-struct fmt::formatter<Lidra::AddressFamily> : fmt::ostream_formatter {};
 
 namespace Agent {
 
@@ -128,9 +125,9 @@ struct Step {
    std::string why;
 };
 
-class Report {
+class PlanTable {
  public:
-   Report(Host& host, Options const& options, Start const& start)
+   PlanTable(Host& host, Options const& options, Start const& start)
       : state_(host.state()), options_(options), start_(start), vlans_(state_) {
       std::set<std::string> touched;
       for (auto const& operation : start.operations) {
@@ -209,7 +206,7 @@ class Report {
    std::string reason(Action action, Place const& place, bool isSame) const {
       auto const vlan = place.vlan();
       bool const isOfMachine = place.isOfMachines(options_.af);
-      auto const why =
+      std::string why =
          !isOfMachine
             ? "not what a machine writes"
             : whyNo(place.isIntf() ? Condition::For::intf : Condition::For::join,
@@ -271,7 +268,7 @@ int plan(Options const& options) {
    auto const start = startOver(host);
    auto const text = options.json
                         ? start.operations.dump(2) + '\n'
-                        : Report(host, options, start).text(mayDecorate(stdout));
+                        : PlanTable(host, options, start).text(mayDecorate(stdout));
    std::fwrite(text.data(), 1, text.size(), stdout);
    return start.operations.empty() ? kFine : kWouldChange;
 }
