@@ -3,6 +3,8 @@
 #include "agent/Conditions.h"
 #include "agent/ExitStatus.h"
 #include "agent/Host.h"
+#include "agent/MachineNames.h"
+#include "agent/OutputKey.h"
 #include "agent/Terminal.h"
 #include "agent/verify/DataflowRule.h"
 #include "agent/verify/Outputs.h"
@@ -27,14 +29,6 @@ constexpr int kSchemaVersion = 1;
 constexpr size_t kWaysShown = 4;   // to people
 constexpr size_t kWaysListed = 64; // for programs
 constexpr std::array kMachines{Machine::dataflow, Machine::reactor};
-
-std::string_view nameOf(Machine machine) {
-   return machine == Machine::dataflow ? "TransitIntfSm" : "TransitSm";
-}
-
-std::string keyOfIntf(uint16_t vlanId) {
-   return Verify::intfKey("Vlan" + std::to_string(vlanId));
-}
 
 // What one machine makes of one VLAN.
 struct Explanation {
@@ -94,7 +88,7 @@ class Explainer {
       auto conditions = conditionsOf(facts, machine);
       auto const verdict = verdictOf(conditions);
       auto const& expected = expected_[machine == Machine::dataflow ? 0 : 1];
-      auto const intf = keyOfIntf(vlanId);
+      auto const intf = intfKeyOf(vlanId);
       auto const join = Verify::joinKey(vlanId);
       return {machine,
               std::move(conditions),
@@ -175,7 +169,7 @@ std::string jsonText(Explainer const& explainer) {
       }
       ordered_json machines;
       for (auto const machine : kMachines) {
-         machines[std::string(nameOf(machine))] =
+         machines[std::string(machineName(machine))] =
             toJson(explainer.explanation(vlan, machine));
       }
       list.push_back(
@@ -183,7 +177,7 @@ std::string jsonText(Explainer const& explainer) {
           {"vrfs", std::move(vrfs)},
           {"machines", std::move(machines)},
           {"outputs",
-           {{"transitInterface", textOrNull(explainer.present(keyOfIntf(vlan)))},
+           {{"transitInterface", textOrNull(explainer.present(intfKeyOf(vlan)))},
             {"join", textOrNull(explainer.present(Verify::joinKey(vlan)))}}}});
    }
    return ordered_json{{"schemaVersion", kSchemaVersion}, {"vlans", std::move(list)}}
@@ -255,7 +249,7 @@ class Text {
          text += conditionsText(explanations, holds);
       }
       for (auto const& each : explanations) {
-         text += fmt::format("  {:<13}  {}\n{}", nameOf(each.machine),
+         text += fmt::format("  {:<13}  {}\n{}", machineName(each.machine),
                              verdictText(each), turning(each));
       }
       return text + outputsText(vlanId, explanations) + '\n';
@@ -281,7 +275,7 @@ class Text {
             }
             auto line = fmt::format("  {}  {:<13}  {}", holds ? "yes" : "no ",
                                     each.type, each.message);
-            line += isShared ? "" : fmt::format(" ({} only)", nameOf(own.machine));
+            line += isShared ? "" : fmt::format(" ({} only)", machineName(own.machine));
             text += styled(holds ? fmt::text_style(fmt::emphasis::faint)
                                  : fmt::fg(fmt::terminal_color::yellow),
                            line) +
@@ -293,7 +287,7 @@ class Text {
 
    std::string outputsText(uint16_t vlanId,
                            std::vector<Explanation> const& explanations) const {
-      auto const intf = explainer_.present(keyOfIntf(vlanId));
+      auto const intf = explainer_.present(intfKeyOf(vlanId));
       auto const join = explainer_.present(Verify::joinKey(vlanId));
       std::vector<std::string> parts;
       if (!intf.empty()) {
@@ -305,7 +299,7 @@ class Text {
       std::vector<std::string> agreeing;
       for (auto const& each : explanations) {
          if (each.agrees) {
-            agreeing.emplace_back(nameOf(each.machine));
+            agreeing.emplace_back(machineName(each.machine));
          }
       }
       return fmt::format("  {:<13}  {}; {}\n", "In the state",
@@ -343,7 +337,7 @@ std::string peopleText(Explainer const& explainer, bool colour) {
 
 int explain(Options const& options) {
    Host host(options);
-   host.loadState();
+   loadState({&host}, options);
    Explainer const explainer(host.state(), options);
    auto const text =
       options.json ? jsonText(explainer) : peopleText(explainer, mayDecorate(stdout));

@@ -68,18 +68,12 @@ Host::Host(Options const& options)
    if (options.sliceItems) {
       scheduler_->shareIs(std::make_unique<Kolm::PollShare>(*options.sliceItems));
    }
-   if (options.verify) {
+   if (options.verify || options.both) {
       verification_.emplace(options, state_);
    }
 }
 
 Host::~Host() = default;
-
-void Host::loadState() {
-   if (!options_.state.empty()) {
-      state_.assign(loadDocument(state_, options_.state, options_.checks));
-   }
-}
 
 void Host::start() {
    if (verification_) {
@@ -101,13 +95,17 @@ void Host::stop() {
 }
 
 void Host::verify(std::string const& where) {
-   if (verification_ && isRunning() && scheduler_->pending() == 0) {
+   if (options_.verify && isIdle()) {
       auto const flags = machine_->flags();
       bool const isStalled = flags && !(flags->idle && flags->ready);
       verification_->compare(
          where,
          isStalled ? "the machine is not ready, and has nothing left to do" : "");
    }
+}
+
+bool Host::isIdle() const {
+   return isRunning() && !(hasTasks() && scheduler_->pending() != 0);
 }
 
 std::optional<Flags> Host::flags() const {
@@ -121,7 +119,7 @@ void Host::byAnotherWriterIs(bool is) {
 }
 
 size_t Host::verified() const {
-   if (!verification_) {
+   if (!options_.verify) {
       return 0;
    }
    verification_->summarize();
@@ -129,15 +127,26 @@ size_t Host::verified() const {
 }
 
 uint64_t Host::drain() {
-   return scheduler_->runUntilIdle();
+   return hasTasks() ? scheduler_->runUntilIdle() : 0;
 }
 
 uint64_t Host::slice(uint64_t count) {
    uint64_t slices = 0;
-   while (slices < count && scheduler_->runSlice()) {
+   while (hasTasks() && slices < count && scheduler_->runSlice()) {
       ++slices;
    }
    return slices;
+}
+
+void loadState(std::vector<Host*> const& hosts, Options const& options) {
+   if (options.state.empty()) {
+      return;
+   }
+   auto const document =
+      loadDocument(hosts.front()->state(), options.state, options.checks);
+   for (auto* const host : hosts) {
+      host->state().assign(document);
+   }
 }
 
 nlohmann::json loadDocument(State const& state, std::string const& file,

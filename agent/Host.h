@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Agent {
 
@@ -32,15 +33,13 @@ class Host {
 
    State& state() noexcept { return state_; }
 
-   // Publishes the document of the options, if they name one. InputError if it is bad;
-   // nothing of it is published then.
-   void loadState();
-
    bool isRunning() const noexcept { return machine_ != nullptr; }
    // Constructs the machine. Requires that none runs.
    void start();
    // The flags of the machine, if it is a dataflow machine.
    std::optional<Flags> flags() const;
+   // Whether a machine runs and has nothing left to do.
+   bool isIdle() const;
    // Destroys the machine; inputs and outputs stay.
    void stop();
 
@@ -48,6 +47,9 @@ class Host {
    // and it is idle: nothing is pending. where: what is blamed, as in "events.jsonl:12:
    // ".
    void verify(std::string const& where);
+   // The comparison with the plain rule, of a host whose options say that the outputs
+   // are to be compared.
+   Verify::Verifier& verifier() { return verification_.value().verifier(); }
    // What follows is written by another writer, or no more.
    void byAnotherWriterIs(bool is);
    // Tells what the comparisons showed, if there are any; the number of errors.
@@ -61,12 +63,20 @@ class Host {
  private:
    class RunningMachine;
 
+   bool hasTasks() const noexcept {
+      return options_.machine == Verify::Machine::dataflow;
+   }
+
    Options const options_;
    Pelk::Ptr<Kolm::TaskScheduler> scheduler_;
    State state_;
    std::optional<Verification> verification_;
    std::unique_ptr<RunningMachine> machine_;
 };
+
+// Publishes the document of the options, if they name one, in each of the hosts.
+// InputError if it is bad; nothing of it is published then.
+void loadState(std::vector<Host*> const& hosts, Options const& options);
 
 // The document at the file, made canonical. InputError, with file, line and pointer.
 nlohmann::json loadDocument(State const& state, std::string const& file, Checks checks);

@@ -1,4 +1,5 @@
 #include "agent/BadInput.h"
+#include "agent/Compare.h"
 #include "agent/ExitStatus.h"
 #include "agent/Explain.h"
 #include "agent/Graph.h"
@@ -34,6 +35,8 @@ int command(Agent::Options const& options) {
          return Agent::explain(options);
       case Agent::Options::Command::plan:
          return Agent::plan(options);
+      case Agent::Options::Command::compare:
+         return Agent::compare(options);
       case Agent::Options::Command::graph:
          return Agent::graph(options);
       case Agent::Options::Command::none:

@@ -63,6 +63,20 @@ inline constexpr char const* kPlanFooter =
    "  mcastvpn-agent plan examples/restart.jsonc          for people\n"
    "  mcastvpn-agent plan --json examples/restart.jsonc   the JSON Patch itself";
 
+inline constexpr char const* kMachineOrBoth =
+   "the machine: dataflow (the default), reactor, or both, each on outputs of its own";
+
+inline constexpr char const* kCompareFooter =
+   "Starts TransitSm and TransitIntfSm over the inputs in STATE, each over its own "
+   "copy of\n"
+   "the outputs in it, and prints the outputs that differ, with the reason. Exit "
+   "status: 0\n"
+   "when every difference has a reason that is expected, 3 when one has none.\n"
+   "\n"
+   "Examples:\n"
+   "  mcastvpn-agent compare examples/leaf-pair.jsonc      only what differs\n"
+   "  mcastvpn-agent run --sm both examples/leaf-pair.jsonc  all of it, side by side";
+
 inline constexpr char const* kGraphFooter =
    "Examples:\n"
    "  mcastvpn-agent graph | dot -Tsvg >pipeline.svg      a picture, with Graphviz\n"

@@ -6,7 +6,6 @@
 #include "agent/Version.h"
 #include "pelk/Printable.h"
 
-#include <array>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -15,15 +14,6 @@
 namespace Agent {
 
 namespace {
-
-// A command that is part of the interface and comes with a later version.
-struct Later {
-   char const* name;
-   char const* description;
-};
-constexpr std::array kLater = {
-   Later{"compare", "where the two machines differ (not in this build)"},
-};
 
 [[noreturn]] void notInThisBuild(std::string const& what) {
    throw CLI::ValidationError(what, "not in this build");
@@ -39,12 +29,8 @@ class CommandLine {
       addReplay();
       addExplain();
       addPlan();
+      addCompare();
       addGraph();
-      for (auto const& later : kLater) {
-         auto* const command = app_.add_subcommand(later.name, later.description);
-         command->allow_extras();
-         command->callback([name = later.name] { notInThisBuild(name); });
-      }
       auto* const help = app_.add_subcommand("help", "help on a command");
       help->add_option("COMMAND", helpTopic_, "the command");
       help->callback([this] { printHelp(); });
@@ -87,7 +73,8 @@ class CommandLine {
          return command()->get_name() + ": " +
                 refusal(first, "what \"mcastvpn-agent " + helpOnCommand() + "\" lists");
       }
-      return refusal(first, "a command: run, replay, explain, plan, graph or help");
+      return refusal(first,
+                     "a command: run, replay, explain, plan, compare, graph or help");
    }
 
    void addRun() {
@@ -96,6 +83,7 @@ class CommandLine {
       run->callback([this] { options_.command = Options::Command::run; });
       addState(*run);
       run->add_flag("--watch", watch_, "stay and follow the file (not in this build)");
+      addMachine(*run, {"reactor", "dataflow", "both"}, kMachineOrBoth);
       addCommon(*run);
       addVerify(*run);
       run->add_flag("--json", options_.json, "the outputs as a JSON document");
@@ -114,6 +102,7 @@ class CommandLine {
       replay->add_option("--state", options_.state, "the state document to start from")
          ->type_name("FILE")
          ->check(CLI::Validator(checkFile, ""));
+      addMachine(*replay, {"reactor", "dataflow", "both"}, kMachineOrBoth);
       addCommon(*replay);
       addVerify(*replay);
       replay->add_flag("--manual", options_.manual,
@@ -144,9 +133,21 @@ class CommandLine {
          "plan", "what a start over the outputs in a state would do to each of them");
       plan->callback([this] { options_.command = Options::Command::plan; });
       addState(*plan);
+      addMachine(*plan, {"reactor", "dataflow"},
+                 "the machine: dataflow (the default) or reactor");
       addCommon(*plan);
       plan->add_flag("--json", options_.json, "the changes as a JSON Patch document");
       plan->footer(kPlanFooter);
+   }
+
+   void addCompare() {
+      auto* const compare = app_.add_subcommand(
+         "compare", "where the two machines differ on a state, and why");
+      compare->callback([this] { options_.command = Options::Command::compare; });
+      addState(*compare);
+      addCommon(*compare);
+      compare->add_flag("--json", options_.json, "for programs");
+      compare->footer(kCompareFooter);
    }
 
    void addGraph() {
@@ -189,15 +190,15 @@ class CommandLine {
                        "let through every value that the C++ types can hold");
    }
 
+   void addMachine(CLI::App& command, std::vector<std::string> const& names,
+                   std::string const& description) {
+      command.add_option("--sm", machine_, description)
+         ->check(oneOf(names))
+         ->type_name("NAME");
+   }
+
    // What any command that runs a machine takes besides.
    void addCommon(CLI::App& command) {
-      command
-         .add_option(
-            "--sm", machine_,
-            "the machine: dataflow (the default) or reactor (both: not in this "
-            "build)")
-         ->check(oneOf({"reactor", "dataflow", "both"}))
-         ->type_name("NAME");
       command
          .add_option("--mode", mode_,
                      "how the dataflow machine scans: sync, or async (the default)")
@@ -230,9 +231,8 @@ class CommandLine {
 
    // What the options say together.
    void finish() {
-      if (machine_ == "both") {
-         notInThisBuild("--sm " + machine_);
-      }
+      options_.both =
+         machine_ == "both" || options_.command == Options::Command::compare;
       options_.machine =
          machine_ == "reactor" ? Verify::Machine::reactor : Verify::Machine::dataflow;
       options_.mode =
@@ -271,7 +271,8 @@ class CommandLine {
          [this](CLI::App const* each) { return each->get_name() == helpTopic_; });
       if (commands.empty()) {
          throw CLI::ValidationError(
-            "help", refusal(helpTopic_, "run, replay, explain, plan or graph"));
+            "help",
+            refusal(helpTopic_, "run, replay, explain, plan, compare or graph"));
       }
       std::cout << commands.front()->help("mcastvpn-agent");
    }
@@ -294,6 +295,16 @@ class CommandLine {
 };
 
 } // namespace
+
+std::vector<Options> optionsOfEach(Options const& options) {
+   std::vector<Options> each{options};
+   if (options.both) {
+      each.push_back(options);
+      each[0].machine = Verify::Machine::reactor;
+      each[1].machine = Verify::Machine::dataflow;
+   }
+   return each;
+}
 
 ParsedOptions parseOptions(int argc, char const* const* argv) {
    return CommandLine().parse(argc, argv);

@@ -15,7 +15,7 @@ namespace Agent {
 
 // What the command line says.
 struct Options {
-   enum class Command { none, run, replay, explain, plan, graph };
+   enum class Command { none, run, replay, explain, plan, compare, graph };
    enum class GraphFormat { dot, mermaid };
 
    Command command = Command::none;
@@ -23,6 +23,7 @@ struct Options {
    std::string events; // of replay; "-" is standard input
 
    Verify::Machine machine = Verify::Machine::dataflow;
+   bool both = false; // both machines, each on outputs of its own
    Vorn::RunMode mode = Vorn::RunMode::asynchronous; // of the dataflow machine
    std::optional<uint32_t> sliceItems;               // none: slices by time
    bool manual = false; // tasks run only when a host line says so
@@ -40,6 +41,9 @@ struct Options {
 
    GraphFormat graphFormat = GraphFormat::dot;
 };
+
+// Those for each machine: with both of them two, the reactor's first.
+std::vector<Options> optionsOfEach(Options const& options);
 
 // The options, or the status to end with at once, when what the command line asks for
 // (help, the version, a message about bad usage) was printed.

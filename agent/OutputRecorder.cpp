@@ -84,4 +84,13 @@ OutputRecorder::OutputRecorder(std::string_view name,
 
 OutputRecorder::~OutputRecorder() = default;
 
+OutputsRecorder::OutputsRecorder(State const& state, OutputRecorder::Emit const& emit) {
+   for (auto const& member : state.members()) {
+      if (member.isOutput) {
+         recorders_.push_back(
+            std::make_unique<OutputRecorder>(member.name, member.entity, emit));
+      }
+   }
+}
+
 } // namespace Agent

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/State.h"
 #include "pelk/Entity.h"
 #include "pelk/Ptr.h"
 
@@ -9,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Agent {
 
@@ -31,6 +33,15 @@ class OutputRecorder {
 
    Emit emit_;
    std::unique_ptr<Node> root_;
+};
+
+// The same for all outputs of a state.
+class OutputsRecorder {
+ public:
+   OutputsRecorder(State const& state, OutputRecorder::Emit const& emit);
+
+ private:
+   std::vector<std::unique_ptr<OutputRecorder>> recorders_;
 };
 
 } // namespace Agent

@@ -2,6 +2,7 @@
 
 #include "agent/Conditions.h"
 #include "agent/Formatters.h"
+#include "agent/MachineNames.h"
 #include "agent/SbdVlans.h"
 #include "agent/Table.h"
 
@@ -40,8 +41,8 @@ class Report {
                          "  MLAG state    {} ({})\n"
                          "  VTEP address  {}\n"
                          "  Transit VRFs  {}\n\n",
-                         options_.state, options_.af, machineName(options_), mlag,
-                         static_cast<uint32_t>(mlag), vtepAddr(), transitVrfs());
+                         options_.state, options_.af, machineName(options_.machine),
+                         mlag, static_cast<uint32_t>(mlag), vtepAddr(), transitVrfs());
    }
 
    Table table() const {

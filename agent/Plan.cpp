@@ -5,6 +5,7 @@
 #include "agent/ExitStatus.h"
 #include "agent/Formatters.h"
 #include "agent/Host.h"
+#include "agent/MachineNames.h"
 #include "agent/OutputRecorder.h"
 #include "agent/SbdVlans.h"
 #include "agent/Table.h"
@@ -16,7 +17,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <memory>
 #include <optional>
 #include <set>
 #include <tuple>
@@ -42,15 +42,9 @@ struct Start {
 
 Start startOver(Host& host) {
    Start start;
-   std::vector<std::unique_ptr<OutputRecorder>> recorders;
-   for (auto const& member : host.state().members()) {
-      if (member.isOutput) {
-         recorders.push_back(std::make_unique<OutputRecorder>(
-            member.name, member.entity, [&start](ordered_json const& operation) {
-               start.operations.push_back(operation);
-            }));
-      }
-   }
+   OutputsRecorder const recorder(host.state(), [&start](auto const& operation) {
+      start.operations.push_back(operation);
+   });
    start.before = entriesOf(host.state().outputsToJson());
    host.start();
    host.drain();
@@ -175,7 +169,7 @@ class PlanTable {
                     step.why});
       }
       return fmt::format("A start of {} over the outputs in {} ({})\n\n{}{}{}",
-                         machineName(options_), options_.state, options_.af,
+                         machineName(options_.machine), options_.state, options_.af,
                          table.text(colour), steps_.empty() ? "" : "\n", summary());
    }
 
@@ -264,7 +258,7 @@ class PlanTable {
 
 int plan(Options const& options) {
    Host host(options);
-   host.loadState();
+   loadState({&host}, options);
    auto const start = startOver(host);
    auto const text = options.json
                         ? start.operations.dump(2) + '\n'

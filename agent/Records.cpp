@@ -6,22 +6,18 @@ namespace Agent {
 
 using nlohmann::ordered_json;
 
-Records::Records(State const& state, std::FILE* out)
-   : out_(out), sinkBefore_(Pelk::Trace::sinkIs(this)) {
-   for (auto const& member : state.members()) {
-      if (member.isOutput) {
-         recorders_.push_back(std::make_unique<OutputRecorder>(
-            member.name, member.entity,
-            [this](ordered_json const& operation) { write(operation); }));
-      }
-   }
-}
+Records::Records(State const& state, std::FILE* out, std::string_view sm)
+   : out_(out), sm_(sm), sinkBefore_(Pelk::Trace::sinkIs(this)),
+     recorder_(state, [this](ordered_json const& operation) { write(operation); }) {}
 
 Records::~Records() {
    Pelk::Trace::sinkIs(sinkBefore_);
 }
 
-void Records::write(ordered_json const& record) {
+void Records::write(ordered_json record) {
+   if (!sm_.empty()) {
+      record["sm"] = sm_;
+   }
    auto line = record.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
    line += '\n';
    std::fwrite(line.data(), 1, line.size(), out_);

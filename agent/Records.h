@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
-#include <vector>
+#include <string_view>
 
 namespace Agent {
 
@@ -15,17 +15,22 @@ namespace Agent {
 // Follows the outputs of a state from its construction on, and takes the text trace.
 class Records : private Pelk::TraceSink {
  public:
-   Records(State const& state, std::FILE* out);
+   // sm: what each record is tagged with; empty for nothing.
+   Records(State const& state, std::FILE* out, std::string_view sm = {});
    ~Records() override;
 
-   void write(nlohmann::ordered_json const& record);
+   // Takes the text trace again, which other records took meanwhile.
+   void takeTrace() { Pelk::Trace::sinkIs(this); }
+
+   void write(nlohmann::ordered_json record);
 
  private:
    void trace(Pelk::TraceRecord const& record) override;
 
    std::FILE* out_;
+   std::string_view sm_;
    Pelk::TraceSink* sinkBefore_;
-   std::vector<std::unique_ptr<OutputRecorder>> recorders_;
+   OutputsRecorder recorder_;
 };
 
 } // namespace Agent

@@ -1,26 +1,32 @@
 #include "agent/Replay.h"
 
 #include "agent/BadInput.h"
+#include "agent/ComparisonText.h"
 #include "agent/ExitStatus.h"
-#include "agent/Host.h"
-#include "agent/HostLine.h"
 #include "agent/JsonText.h"
-#include "agent/Patch.h"
+#include "agent/Lane.h"
+#include "agent/MachineNames.h"
 #include "agent/Progress.h"
-#include "agent/Records.h"
+#include "agent/Terminal.h"
+#include "agent/TwoMachines.h"
 
-#include <cstdint>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
 #include <cstdio>
 #include <iostream>
+#include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace Agent {
 
 namespace {
 
 using nlohmann::json;
-using nlohmann::ordered_json;
 
 struct Line {
    size_t number; // in the file, from 1
@@ -59,51 +65,41 @@ class EventLines {
    Line const* next_ = nullptr;
 };
 
-class Player final : private Patch::Observer {
+// Plays the lines with one machine, or with both in turn.
+class Player {
  public:
    explicit Player(Options const& options)
-      : options_(options), lines_(options.events), host_(options) {}
+      : options_(options), lines_(options.events),
+        progress_("replaying", lines_.size()) {
+      for (auto const& own : optionsOfEach(options)) {
+         lanes_.push_back(
+            std::make_unique<Lane>(own, options.both ? smName(own.machine) : ""));
+         hosts_.push_back(&lanes_.back()->host());
+      }
+   }
 
    int play() {
-      host_.loadState();
-      // From here on, so that what the state document says is no change.
-      Records records(host_.state(), stdout);
-      records_ = &records;
-      Progress progress("replaying", lines_.size());
-      if (!beginsStopped()) {
-         records.write({{"line", 0}});
-         host_.start();
-         afterwards(0);
+      loadState(hosts_, options_);
+      if (options_.both) {
+         machines_.emplace(*hosts_[0], *hosts_[1], options_);
       }
+      bool const isStopped = beginsStopped();
+      for (auto const& lane : lanes_) {
+         lane->begin(isStopped);
+      }
+      compare(0);
       for (bool isFirst = true; auto const* line = lines_.peek(); isFirst = false) {
          play(*line, isFirst);
-         progress.step(line->text.size() + 1);
+         progress_.step(line->text.size() + 1);
          lines_.drop();
          if (options_.events == "-") {
             std::fflush(stdout);
          }
       }
-      auto const end = endRecord();
-      host_.stop();
-      size_t const errors = host_.verified();
-      records.write({{"end", end}});
-      return errors != 0 ? kDisagrees : failed_ != 0 ? kTestFailed : kFine;
+      return end();
    }
 
  private:
-   ordered_json endRecord() const {
-      ordered_json end;
-      if (options_.machine == Verify::Machine::dataflow) {
-         auto const flags = host_.flags().value_or(Flags{});
-         end["idle"] = flags.idle;
-         end["ready"] = flags.ready;
-      }
-      end["slices"] = slices_;
-      end["tests"] = tests_;
-      end["failed"] = failed_;
-      return end;
-   }
-
    bool beginsStopped() {
       auto const* const first = lines_.peek();
       return first != nullptr && parsed(*first) == json{{"host", "stop"}};
@@ -115,93 +111,61 @@ class Player final : private Patch::Observer {
 
    void play(Line const& line, bool isFirst) {
       auto const event = parsed(line);
-      line_ = line.number;
+      auto const steps = checked(line, event, isFirst);
+      for (size_t i = 0; i < lanes_.size(); ++i) {
+         lanes_[i]->play(line.number, steps[i]);
+      }
+      compare(line.number);
+   }
+
+   // The line is checked for every lane before it is played in one.
+   std::vector<Lane::Step> checked(Line const& line, json const& event, bool isFirst) {
+      std::vector<Lane::Step> steps;
       try {
-         if (event.is_object() && event.contains("host")) {
-            auto const hostLine = hostLineOf(event, situation(isFirst));
-            records_->write({{"line", line.number}});
-            playHost(hostLine);
-         } else {
-            Patch const patch(host_.state(), event, options_.checks);
-            records_->write({{"line", line.number}});
-            tests_ += patch.apply(*this);
+         for (auto const& lane : lanes_) {
+            steps.push_back(lane->checked(event, isFirst));
          }
       } catch (BadInput const& error) {
-         throw InputError(location(options_.events, line.number) + error.what());
+         auto const where = location(options_.events, line.number);
+         if (!options_.both) {
+            throw InputError(where + error.what());
+         }
+         auto const machine =
+            steps.empty() ? Verify::Machine::reactor : Verify::Machine::dataflow;
+         throw InputError(
+            fmt::format("{}{}: {}", where, machineName(machine), error.what()));
       }
-      afterwards(line.number);
+      return steps;
    }
 
-   // What follows every line.
-   void afterwards(size_t line) {
-      if (!options_.manual) {
-         slices_ += host_.drain();
-      }
-      host_.verify(location(options_.events, line));
-   }
-
-   Situation situation(bool isFirst) const {
-      return {host_.isRunning(), options_.machine == Verify::Machine::dataflow,
-              isFirst};
-   }
-
-   void playHost(HostLine const& line) {
-      using Kind = HostLine::Kind;
-      switch (line.kind) {
-         case Kind::drain:
-            slices_ += host_.drain();
-            break;
-         case Kind::slice:
-            slices_ += host_.slice(line.count);
-            break;
-         case Kind::stop:
-            host_.stop();
-            break;
-         case Kind::restart:
-            host_.stop();
-            host_.start();
-            break;
-         case Kind::start:
-            host_.start();
-            break;
-         case Kind::flag:
-            testFlag(line);
-            break;
+   void compare(size_t line) {
+      if (machines_) {
+         machines_->compare(location(options_.events, line));
       }
    }
 
-   void testFlag(HostLine const& line) {
-      ++tests_;
-      auto const flags = host_.flags().value_or(Flags{});
-      bool const have = flags.*line.flag;
-      if (have != line.value) {
-         reportFailure(line.want, line.value, have);
+   int end() {
+      std::string table;
+      if (machines_) {
+         ComparisonText const text(hosts_[0]->state(), hosts_[1]->state(), *machines_,
+                                   options_);
+         table = text.table(Rows::all, mayDecorate(stderr));
       }
-   }
-
-   void writing(bool toOutput) override { host_.byAnotherWriterIs(toOutput); }
-   void written() override { host_.byAnotherWriterIs(false); }
-   void failed(FailedTest const& test) override {
-      reportFailure(test.pointer.to_string(), test.want, test.have);
-   }
-
-   void reportFailure(std::string const& path, json const& want, json const& have) {
-      ++failed_;
-      records_->write({{"test", "failed"},
-                       {"line", line_},
-                       {"path", path},
-                       {"want", want},
-                       {"have", have}});
+      int status = machines_ ? machines_->status() : kFine;
+      for (auto const& lane : lanes_) {
+         status = std::max(status, lane->end());
+      }
+      std::fflush(stdout);
+      std::fwrite(table.data(), 1, table.size(), stderr);
+      return status;
    }
 
    Options const& options_;
    EventLines lines_;
-   Host host_;
-   Records* records_ = nullptr;
-   size_t line_ = 0; // that is being played
-   uint64_t slices_ = 0;
-   uint64_t tests_ = 0;
-   uint64_t failed_ = 0;
+   Progress progress_;
+   std::vector<std::unique_ptr<Lane>> lanes_;
+   std::vector<Host*> hosts_;
+   std::optional<TwoMachines> machines_;
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "agent/Run.h"
 
 #include "agent/BadInput.h"
+#include "agent/Compare.h"
 #include "agent/ExitStatus.h"
 #include "agent/Host.h"
 #include "agent/OutputTable.h"
@@ -19,8 +20,11 @@ void print(std::string const& text) {
 } // namespace
 
 int run(Options const& options) {
+   if (options.both) {
+      return runBoth(options);
+   }
    Host host(options);
-   host.loadState();
+   loadState({&host}, options);
    host.start();
    host.drain();
    host.verify(location(options.state, 0));

@@ -68,10 +68,6 @@ std::string nameForPeople(std::string const& name) {
    return isPlain ? name : quote(name);
 }
 
-std::string_view machineName(Options const& options) {
-   return options.machine == Verify::Machine::reactor ? "TransitSm" : "TransitIntfSm";
-}
-
 uint16_t vlanOfIntf(std::string_view name) {
    constexpr std::string_view kPrefix = "Vlan";
    if (!name.starts_with(kPrefix)) {

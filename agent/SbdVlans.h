@@ -40,9 +40,6 @@ std::string vrfsText(SbdVlans::Vrfs const& vrfs, MarkTransit mark = MarkTransit:
 // A name as it stands, or in quotes where it could be misread.
 std::string nameForPeople(std::string const& name);
 
-// The name of the machine that the options choose.
-std::string_view machineName(Options const& options);
-
 // The VLAN of a routed VLAN interface; 0 for any other interface.
 uint16_t vlanOfIntf(std::string_view name);
 

@@ -1,5 +1,7 @@
 #include "agent/Verification.h"
 
+#include "agent/MachineNames.h"
+#include "agent/OutputKey.h"
 #include "agent/SbdVlans.h"
 #include "pelk/Printable.h"
 
@@ -12,28 +14,6 @@ namespace Agent {
 
 namespace {
 
-using Pointer = nlohmann::json::json_pointer;
-
-// "/transitIntfColl/intf/Vlan10/ipAddr" is below "/transitIntfColl/intf/Vlan10".
-Pointer memberOf(Pointer pointer) {
-   while (!pointer.parent_pointer().parent_pointer().parent_pointer().empty()) {
-      pointer.pop_back();
-   }
-   return pointer;
-}
-
-std::string keyOf(std::string const& path) {
-   auto const member = memberOf(Pointer(path));
-   return (path.starts_with("/transitIntfColl/") ? "intf " : "join ") + member.back();
-}
-
-std::string pathOf(std::string const& key) {
-   auto const name = key.substr(key.find(' ') + 1);
-   return (key.starts_with("intf ") ? Pointer("/transitIntfColl/intf") / name
-                                    : Pointer("/membershipJoinStatus/vlan") / name)
-      .to_string();
-}
-
 Verify::Verifier::Subject subjectOf(Options const& options, State const& state) {
    return {options.machine,
            options.af,
@@ -44,35 +24,25 @@ Verify::Verifier::Subject subjectOf(Options const& options, State const& state) 
            state.membershipJoinStatus};
 }
 
-void say(std::string const& text) {
-   std::fflush(stdout);
-   fmt::print(stderr, "mcastvpn-agent: --verify: {}\n", text);
-}
-
 } // namespace
 
 Verification::Verification(Options const& options, State const& state)
-   : state_(state), verifier_(subjectOf(options, state)) {}
+   : state_(state), verifier_(subjectOf(options, state)),
+     machine_(options.both ? machineName(options.machine) : "") {}
 
 void Verification::starting() {
    verifier_.starting();
-   recorders_.clear();
-   for (auto const& member : state_.members()) {
-      if (member.isOutput) {
-         recorders_.push_back(std::make_unique<OutputRecorder>(
-            member.name, member.entity, [this](auto const& operation) {
-               if (isByAnother_) {
-                  verifier_.written(
-                     keyOf(operation.at("path").template get<std::string>()));
-               }
-            }));
+   recorder_.emplace(state_, [this](auto const& operation) {
+      if (isByAnother_) {
+         verifier_.written(
+            outputKeyOf(operation.at("path").template get<std::string>()));
       }
-   }
+   });
 }
 
 void Verification::stopped() {
    verifier_.stopped();
-   recorders_.clear();
+   recorder_.reset();
    known_.clear();
 }
 
@@ -92,6 +62,12 @@ void Verification::compare(std::string const& where, std::string const& stall) {
    known_ = std::move(found);
 }
 
+void Verification::say(std::string const& text) const {
+   std::fflush(stdout);
+   fmt::print(stderr, "mcastvpn-agent: --verify: {}{}{}\n", machine_,
+              machine_.empty() ? "" : ": ", text);
+}
+
 void Verification::report(std::string const& where,
                           Verify::Difference const& difference) {
    std::string verdict = "an error of the machine";
@@ -103,7 +79,7 @@ void Verification::report(std::string const& where,
                             difference.excuse->what);
    }
    say(fmt::format("{}{}: {} stands here; the plain rule says {}; {}", where,
-                   Pelk::printable(pathOf(difference.key)),
+                   Pelk::printable(outputPathOf(difference.key)),
                    Pelk::printable(difference.is), difference.should, verdict));
 }
 

@@ -6,8 +6,9 @@
 #include "agent/verify/Verifier.h"
 
 #include <cstddef>
-#include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Agent {
@@ -29,17 +30,21 @@ class Verification {
    // machine from being ready though it has nothing left to do; empty for nothing.
    void compare(std::string const& where, std::string const& stall);
 
+   Verify::Verifier& verifier() noexcept { return verifier_; }
+
    // How many errors were found: differences without an excuse, and stalls.
    size_t errors() const noexcept { return errors_; }
    // Tells on standard error how much was compared, and what came of it.
    void summarize() const;
 
  private:
+   void say(std::string const& text) const;
    void report(std::string const& where, Verify::Difference const& difference);
 
    State const& state_;
    Verify::Verifier verifier_;
-   std::vector<std::unique_ptr<OutputRecorder>> recorders_;
+   std::string_view const machine_; // named where there are two
+   std::optional<OutputsRecorder> recorder_;
    std::vector<Verify::Difference> known_;
    bool isByAnother_ = false;
    size_t comparisons_ = 0;

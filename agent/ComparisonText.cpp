@@ -1,0 +1,191 @@
+#include "agent/ComparisonText.h"
+
+#include "agent/Formatters.h"
+#include "agent/MachineNames.h"
+#include "agent/OutputKey.h"
+#include "agent/Table.h"
+#include "pelk/Printable.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+
+namespace Agent {
+
+namespace {
+
+using nlohmann::ordered_json;
+using Verify::Machine;
+using Verify::standsAt;
+
+constexpr int kSchemaVersion = 1;
+constexpr char const* kNothing = "nothing";
+constexpr char const* kUnexplained = "no known reason: one of them is wrong";
+
+Verify::Outputs outputsOf(State const& state) {
+   return Verify::outputsOf(*state.transitIntfColl, *state.membershipJoinStatus);
+}
+
+ordered_json textOrNull(std::string const& text) {
+   return text == kNothing ? ordered_json() : ordered_json(text);
+}
+
+bool isUnexplained(OutputDifference const* difference) {
+   return difference->reasons.empty();
+}
+
+std::string plural(size_t count, std::string_view what) {
+   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+} // namespace
+
+ComparisonText::ComparisonText(State const& reactor, State const& dataflow,
+                               TwoMachines const& machines, Options const& options)
+   : reactor_(reactor), dataflow_(dataflow), machines_(machines), options_(options),
+     vlans_(dataflow), ofReactor_(outputsOf(reactor)),
+     ofDataflow_(outputsOf(dataflow)) {
+   for (auto const& [vlanId, vrfs] : vlans_.vrfs()) {
+      add(intfKeyOf(vlanId));
+   }
+   for (auto const* outputs : {&ofReactor_, &ofDataflow_}) {
+      for (auto const& [key, text] : *outputs) {
+         add(key);
+      }
+   }
+   for (auto const& each : machines.outputs()) {
+      auto const vlanId = vlanOfKey(each.key);
+      auto& row = vlanId != 0 ? rows_[vlanId] : strangers_[nameInKey(each.key)];
+      row.differences.push_back(&each);
+   }
+}
+
+void ComparisonText::add(std::string const& key) {
+   auto const vlanId = vlanOfKey(key);
+   if (vlanId == 0) {
+      strangers_[nameInKey(key)].intf = key;
+   } else {
+      rows_[vlanId] = {intfKeyOf(vlanId), Verify::joinKey(vlanId), {}};
+   }
+}
+
+std::string ComparisonText::cell(Verify::Outputs const& outputs, Row const& row) const {
+   auto const intf = standsAt(outputs, row.intf);
+   auto const join = row.join.empty() ? kNothing : standsAt(outputs, row.join);
+   std::string const joinText =
+      join == Verify::wildcardJoinText(options_.af) ? "join" : "join " + join;
+   return intf == kNothing && join == kNothing ? "-"
+          : intf == kNothing                   ? joinText
+          : join == kNothing ? intf + (row.join.empty() ? "" : ", no join")
+                             : fmt::format("{}, {}", intf, joinText);
+}
+
+std::string ComparisonText::reasons(Row const& row) {
+   std::vector<std::string_view> texts;
+   for (auto const* difference : row.differences) {
+      if (isUnexplained(difference)) {
+         return kUnexplained;
+      }
+      for (auto const* reason : difference->reasons) {
+         if (std::ranges::find(texts, reason->brief) == texts.end()) {
+            texts.push_back(reason->brief);
+         }
+      }
+   }
+   return fmt::format("{}", fmt::join(texts, "; "));
+}
+
+std::string ComparisonText::table(Rows rows, bool colour) const {
+   Table table({{"SBD VLAN", Table::Align::right},
+                {"VRFs (* transit)"},
+                {std::string(machineName(Machine::reactor))},
+                {std::string(machineName(Machine::dataflow))},
+                {"Why they differ"}});
+   size_t differing = 0;
+   size_t unexplained = 0;
+   auto const addRow = [&](std::string const& name, std::string const& vrfs,
+                           Row const& row) {
+      bool const differs = !row.differences.empty();
+      bool const isWrong = std::ranges::any_of(row.differences, isUnexplained);
+      differing += differs ? 1 : 0;
+      unexplained += isWrong ? 1 : 0;
+      if (differs || rows == Rows::all) {
+         table.row(isWrong   ? Table::Style::bad
+                   : differs ? Table::Style::changed
+                             : Table::Style::plain,
+                   {name, vrfs.empty() ? "-" : vrfs, cell(ofReactor_, row),
+                    cell(ofDataflow_, row), reasons(row)});
+      }
+   };
+   for (auto const& [vlanId, row] : rows_) {
+      addRow(std::to_string(vlanId), vrfsText(vlans_.vrfsOf(vlanId)), row);
+   }
+   for (auto const& [name, row] : strangers_) {
+      addRow(nameForPeople(name), "", row);
+   }
+   auto const text = table.text(colour);
+   return fmt::format("{} and {} over {} ({})\n\n{}{}{}{}",
+                      machineName(Machine::reactor), machineName(Machine::dataflow),
+                      options_.state.empty() ? "empty inputs" : options_.state,
+                      options_.af, text, text.empty() ? "" : "\n",
+                      summary(differing, unexplained), changes());
+}
+
+std::string ComparisonText::summary(size_t differing, size_t unexplained) const {
+   size_t const all = rows_.size() + strangers_.size();
+   if (all == 0) {
+      return "  No VRF is mapped to an SBD VLAN.\n";
+   }
+   if (differing == 0) {
+      return fmt::format("  The outputs are the same: {}.\n",
+                         plural(rows_.size(), "SBD VLAN"));
+   }
+   return fmt::format("  {} of {} differ{}, {}.\n", differing, plural(all, "SBD VLAN"),
+                      differing == 1 ? "s" : "",
+                      unexplained == 0
+                         ? "for a known reason"
+                         : std::to_string(unexplained) + " without a known reason");
+}
+
+// The ways to the same outputs.
+std::string ComparisonText::changes() const {
+   std::vector<std::string> texts;
+   for (auto const& each : machines_.changes()) {
+      texts.push_back(fmt::format("{} ({})", each.reason->brief, each.times));
+   }
+   return texts.empty() ? ""
+                        : fmt::format("  On the way: {}.\n", fmt::join(texts, ", "));
+}
+
+std::string ComparisonText::json(Rows rows) const {
+   ordered_json document{{"schemaVersion", kSchemaVersion}};
+   if (rows == Rows::all) {
+      document["reactor"] = reactor_.outputsToJson();
+      document["dataflow"] = dataflow_.outputsToJson();
+   }
+   auto differences = ordered_json::array();
+   for (auto const& each : machines_.outputs()) {
+      auto reasons = ordered_json::array();
+      for (auto const* reason : each.reasons) {
+         reasons.push_back({{"reason", reason->name}, {"message", reason->what}});
+      }
+      differences.push_back({{"path", outputPathOf(each.key)},
+                             {"vlan", vlanOfKey(each.key)},
+                             {"reactor", textOrNull(each.reactor)},
+                             {"dataflow", textOrNull(each.dataflow)},
+                             {"explained", !each.reasons.empty()},
+                             {"reasons", std::move(reasons)}});
+   }
+   document["differences"] = std::move(differences);
+   auto changes = ordered_json::array();
+   for (auto const& each : machines_.changes()) {
+      changes.push_back({{"reason", each.reason->name},
+                         {"message", each.reason->what},
+                         {"times", each.times}});
+   }
+   document["onTheWay"] = std::move(changes);
+   return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+}
+
+} // namespace Agent

@@ -1,0 +1,126 @@
+#include "agent/Lane.h"
+
+#include "agent/BadInput.h"
+#include "agent/ExitStatus.h"
+
+#include <cstdio>
+
+namespace Agent {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+Lane::Lane(Options const& options, std::string_view sm)
+   : options_(options), sm_(sm), host_(options_) {}
+
+void Lane::begin(bool isStopped) {
+   records_.emplace(host_.state(), stdout, sm_);
+   if (!isStopped) {
+      records_->write({{"line", 0}});
+      host_.start();
+      afterwards(0);
+   }
+}
+
+Lane::Step Lane::checked(json const& event, bool isFirst) {
+   if (event.is_object() && event.contains("host")) {
+      // Beside a dataflow machine the other one has no flags, and plays no such line.
+      bool const hasFlags =
+         options_.both || options_.machine == Verify::Machine::dataflow;
+      return hostLineOf(event, {host_.isRunning(), hasFlags, isFirst});
+   }
+   return Patch(host_.state(), event, options_.checks);
+}
+
+void Lane::play(size_t line, Step const& step) {
+   line_ = line;
+   records_->takeTrace();
+   records_->write({{"line", line}});
+   if (auto const* const hostLine = std::get_if<HostLine>(&step)) {
+      playHost(*hostLine);
+   } else {
+      tests_ += std::get<Patch>(step).apply(*this);
+   }
+   afterwards(line);
+}
+
+// What follows every line.
+void Lane::afterwards(size_t line) {
+   if (!options_.manual) {
+      slices_ += host_.drain();
+   }
+   host_.verify(location(options_.events, line));
+}
+
+void Lane::playHost(HostLine const& line) {
+   using Kind = HostLine::Kind;
+   switch (line.kind) {
+      case Kind::drain:
+         slices_ += host_.drain();
+         break;
+      case Kind::slice:
+         slices_ += host_.slice(line.count);
+         break;
+      case Kind::stop:
+         host_.stop();
+         break;
+      case Kind::restart:
+         host_.stop();
+         host_.start();
+         break;
+      case Kind::start:
+         host_.start();
+         break;
+      case Kind::flag:
+         if (options_.machine == Verify::Machine::dataflow) {
+            testFlag(line);
+         }
+         break;
+   }
+}
+
+void Lane::testFlag(HostLine const& line) {
+   ++tests_;
+   auto const flags = host_.flags().value_or(Flags{});
+   bool const have = flags.*line.flag;
+   if (have != line.value) {
+      reportFailure(line.want, line.value, have);
+   }
+}
+
+void Lane::failed(FailedTest const& test) {
+   reportFailure(test.pointer.to_string(), test.want, test.have);
+}
+
+void Lane::reportFailure(std::string const& path, json const& want, json const& have) {
+   ++failed_;
+   records_->write({{"test", "failed"},
+                    {"line", line_},
+                    {"path", path},
+                    {"want", want},
+                    {"have", have}});
+}
+
+ordered_json Lane::endRecord() const {
+   ordered_json end;
+   if (options_.machine == Verify::Machine::dataflow) {
+      auto const flags = host_.flags().value_or(Flags{});
+      end["idle"] = flags.idle;
+      end["ready"] = flags.ready;
+   }
+   end["slices"] = slices_;
+   end["tests"] = tests_;
+   end["failed"] = failed_;
+   return end;
+}
+
+int Lane::end() {
+   records_->takeTrace();
+   auto const end = endRecord();
+   host_.stop();
+   size_t const errors = host_.verified();
+   records_->write({{"end", end}});
+   return errors != 0 ? kDisagrees : failed_ != 0 ? kTestFailed : kFine;
+}
+
+} // namespace Agent
