@@ -156,12 +156,14 @@ class WaysBeside {
       if (reactor.steps == dataflow.steps) {
          return;
       }
+      bool const isDataflows = dataflow.hasRemoval() && !reactor.hasRemoval();
       ExpectedDifference const* reason = nullptr;
       if (reactor.inOnePiece() == dataflow.inOnePiece()) {
          reason = &Expected::kLevelByLevel;
-      } else if (span_.isStatusReplaced && !reactor.hasRemoval() &&
-                 dataflow.hasRemoval()) {
-         reason = &Expected::kStatusReplaced;
+      } else if (span_.isStatusAnother) {
+         reason = &Expected::kStatusVrfByVrf;
+      } else if (span_.emptyLevels.contains(key) && isDataflows) {
+         reason = &Expected::kEmptyLevelPruned;
       } else {
          reason = interimStates();
       }

@@ -24,6 +24,8 @@ struct OutputDifference {
    std::string reactor; // "nothing" if it is not there
    std::string dataflow;
    Reasons reasons; // none: one of the machines is wrong
+
+   bool operator==(OutputDifference const&) const = default;
 };
 
 // The outputs that differ, by key. Requires that both machines run and are idle.
@@ -43,7 +45,8 @@ struct ChangeDifference {
 // What lies between two comparisons.
 struct Span {
    bool hasInterimStates = false; // of the inputs, which the machines acted on
-   bool isStatusReplaced = false; // that of "Vxlan1", by another one
+   bool isStatusAnother = false;  // that of "Vxlan1": it came, went or was replaced
+   std::set<std::string> emptyLevels = {}; // outputs that had such before it
 };
 
 // How the two ways differ, apart from what they did to the outputs of these keys, which

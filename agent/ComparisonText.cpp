@@ -17,7 +17,6 @@ namespace {
 
 using nlohmann::ordered_json;
 using Verify::Machine;
-using Verify::standsAt;
 
 constexpr int kSchemaVersion = 1;
 constexpr char const* kNothing = "nothing";
@@ -71,14 +70,27 @@ void ComparisonText::add(std::string const& key) {
 }
 
 std::string ComparisonText::cell(Verify::Outputs const& outputs, Row const& row) const {
-   auto const intf = standsAt(outputs, row.intf);
-   auto const join = row.join.empty() ? kNothing : standsAt(outputs, row.join);
-   std::string const joinText =
-      join == Verify::wildcardJoinText(options_.af) ? "join" : "join " + join;
-   return intf == kNothing && join == kNothing ? "-"
-          : intf == kNothing                   ? joinText
-          : join == kNothing ? intf + (row.join.empty() ? "" : ", no join")
-                             : fmt::format("{}, {}", intf, joinText);
+   std::vector<std::string> parts;
+   auto const intf = outputs.find(row.intf);
+   if (intf != outputs.end()) {
+      parts.push_back(intf->second);
+   }
+   auto const join = outputs.find(row.join);
+   if (join != outputs.end()) {
+      parts.push_back(joinText(join->second));
+   } else if (!row.join.empty() && !parts.empty()) {
+      parts.emplace_back("no join");
+   }
+   return parts.empty() ? "-" : fmt::format("{}", fmt::join(parts, ", "));
+}
+
+// The wildcard join, and what stands beside it.
+std::string ComparisonText::joinText(std::string const& join) const {
+   auto const wildcard = Verify::wildcardJoinText(options_.af);
+   return join == wildcard ? "join"
+          : join.starts_with(wildcard + "; ")
+             ? "join; " + join.substr(wildcard.size() + 2)
+             : "only " + join;
 }
 
 std::string ComparisonText::reasons(Row const& row) {
@@ -129,7 +141,7 @@ std::string ComparisonText::table(Rows rows, bool colour) const {
                       machineName(Machine::reactor), machineName(Machine::dataflow),
                       options_.state.empty() ? "empty inputs" : options_.state,
                       options_.af, text, text.empty() ? "" : "\n",
-                      summary(differing, unexplained), changes());
+                      summary(differing, unexplained), onTheWay());
 }
 
 std::string ComparisonText::summary(size_t differing, size_t unexplained) const {
@@ -148,14 +160,23 @@ std::string ComparisonText::summary(size_t differing, size_t unexplained) const 
                          : std::to_string(unexplained) + " without a known reason");
 }
 
-// The ways to the same outputs.
-std::string ComparisonText::changes() const {
-   std::vector<std::string> texts;
-   for (auto const& each : machines_.changes()) {
-      texts.push_back(fmt::format("{} ({})", each.reason->brief, each.times));
+bool ComparisonText::isShown(Verify::ExpectedDifference const* reason) const {
+   return std::ranges::any_of(machines_.outputs(), [&](auto const& each) {
+      return std::ranges::find(each.reasons, reason) != each.reasons.end();
+   });
+}
+
+// What the table does not show: other ways to the same outputs, and differences that
+// came and went.
+std::string ComparisonText::onTheWay() const {
+   std::string text;
+   for (auto const& [reason, times] : machines_.reasons()) {
+      if (!isShown(reason)) {
+         text += fmt::format("{}{:>8}  {}\n", text.empty() ? "  On the way:\n" : "",
+                             fmt::format("{} x", times), reason->brief);
+      }
    }
-   return texts.empty() ? ""
-                        : fmt::format("  On the way: {}.\n", fmt::join(texts, ", "));
+   return text;
 }
 
 std::string ComparisonText::json(Rows rows) const {
@@ -179,10 +200,11 @@ std::string ComparisonText::json(Rows rows) const {
    }
    document["differences"] = std::move(differences);
    auto changes = ordered_json::array();
-   for (auto const& each : machines_.changes()) {
-      changes.push_back({{"reason", each.reason->name},
-                         {"message", each.reason->what},
-                         {"times", each.times}});
+   for (auto const& [reason, times] : machines_.reasons()) {
+      if (!isShown(reason)) {
+         changes.push_back(
+            {{"reason", reason->name}, {"message", reason->what}, {"times", times}});
+      }
    }
    document["onTheWay"] = std::move(changes);
    return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';

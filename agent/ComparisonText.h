@@ -35,9 +35,11 @@ class ComparisonText {
 
    void add(std::string const& key);
    std::string cell(Verify::Outputs const& outputs, Row const& row) const;
+   std::string joinText(std::string const& join) const;
    static std::string reasons(Row const& row);
    std::string summary(size_t differing, size_t unexplained) const;
-   std::string changes() const;
+   bool isShown(Verify::ExpectedDifference const* reason) const;
+   std::string onTheWay() const;
 
    State const& reactor_;
    State const& dataflow_;

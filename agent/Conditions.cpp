@@ -316,7 +316,8 @@ Ways smallestToEnable(VlanFacts const& facts, Machine machine, KnownVrfs const& 
 
 Changes toDisable(VlanFacts const& facts, Machine machine, KnownVrfs const& known) {
    Changes changes;
-   if (!verdictOf(conditionsOf(facts, machine)).intf) {
+   auto const verdict = verdictOf(conditionsOf(facts, machine));
+   if (!verdict.intf && !verdict.join) {
       return changes;
    }
    auto const isTransit = [](auto const& vrf) { return vrf.isTransit; };
@@ -333,7 +334,9 @@ Changes toDisable(VlanFacts const& facts, Machine machine, KnownVrfs const& know
       changes.push_back(change("another VRF mapped to it", "add",
                                mappingPath(known.newName()), facts.vlanId));
    }
-   changes.push_back(mlagStateChange(kWithheld));
+   if (verdict.intf) {
+      changes.push_back(mlagStateChange(kWithheld));
+   }
    changes.push_back(change("\"Vxlan1\" had no status", "remove", statusPath()));
    return changes;
 }

@@ -98,9 +98,9 @@ struct Ways {
 Ways smallestToEnable(VlanFacts const& facts, Verify::Machine machine,
                       KnownVrfs const& known, size_t most);
 
-// The single changes that take the interface away, or the join as well; a VRF that does
-// not exist yet stands for all those that do not map to the VLAN. None if there is no
-// interface.
+// The single changes that take the interface away, or, of a VLAN that has the join
+// alone, that take the join away; a VRF that does not exist yet stands for all those
+// that do not map to the VLAN. None if it has neither.
 Changes toDisable(VlanFacts const& facts, Verify::Machine machine,
                   KnownVrfs const& known);
 

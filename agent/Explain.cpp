@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <map>
 #include <set>
 
 namespace Agent {
@@ -69,6 +70,21 @@ class Explainer {
       }
       chosen.erase(0);
       return chosen;
+   }
+   // The interfaces in the outputs that belong to no VLAN, with their addresses; none
+   // if the options name what they ask for.
+   std::map<std::string, std::string> strangers() const {
+      std::map<std::string, std::string> strangers;
+      if (!options_.vlans.empty() || !options_.vrfs.empty()) {
+         return strangers;
+      }
+      for (auto const& entry : state_.transitIntfColl->intf()) {
+         auto const name = entry.key().stringValue();
+         if (vlanOfIntf(name) == 0) {
+            strangers[name] = entry.value()->ipAddr().stringValue();
+         }
+      }
+      return strangers;
    }
    // What the options name and no SBD VLAN has.
    std::vector<std::string> unmapped() const {
@@ -180,7 +196,13 @@ std::string jsonText(Explainer const& explainer) {
            {{"transitInterface", textOrNull(explainer.present(intfKeyOf(vlan)))},
             {"join", textOrNull(explainer.present(Verify::joinKey(vlan)))}}}});
    }
-   return ordered_json{{"schemaVersion", kSchemaVersion}, {"vlans", std::move(list)}}
+   auto strangers = ordered_json::array();
+   for (auto const& [name, addr] : explainer.strangers()) {
+      strangers.push_back({{"intf", name}, {"ipAddr", addr}});
+   }
+   return ordered_json{{"schemaVersion", kSchemaVersion},
+                       {"vlans", std::move(list)},
+                       {"ofNoVlan", std::move(strangers)}}
              .dump(2, ' ', false, ordered_json::error_handler_t::replace) +
           '\n';
 }
@@ -197,26 +219,32 @@ std::string wayText(Changes const& changes) {
    return joined(texts, " and ");
 }
 
-// What would turn the verdict, a line for each way.
+// One of the ways a line, after what they do.
+std::string oneOf(std::string_view verb, std::vector<std::string> const& ways) {
+   return fmt::format("{:17}{} if {}\n", "", verb,
+                      joined(ways, fmt::format("\n{:{}}or ", "", 18 + verb.size())));
+}
+
+// What would turn the verdict.
 std::string turning(Explanation const& explanation) {
-   std::vector<std::string> ways;
-   if (explanation.verdict.intf) {
-      std::ranges::transform(explanation.disabling, std::back_inserter(ways),
-                             &Change::text);
-   } else {
+   std::string text;
+   if (!explanation.verdict.intf) {
       auto const& [sets, more] = explanation.enabling;
+      std::vector<std::string> ways;
       std::ranges::transform(sets, std::back_inserter(ways), wayText);
       if (more != 0) {
          ways.push_back(fmt::format("in {} more ways", more));
       }
+      text = ways.empty() ? fmt::format("{:17}no change of the inputs enables it\n", "")
+                          : oneOf("enabled", ways);
    }
-   if (ways.empty()) {
-      return fmt::format("{:17}no change of the inputs enables it\n", "");
+   if (!explanation.disabling.empty()) {
+      std::vector<std::string> ways;
+      std::ranges::transform(explanation.disabling, std::back_inserter(ways),
+                             &Change::text);
+      text += oneOf(explanation.verdict.intf ? "disabled" : "without join", ways);
    }
-   auto const* const verb = explanation.verdict.intf ? "disabled if " : "enabled if ";
-   return fmt::format(
-      "{:17}{}{}\n", "", verb,
-      joined(ways, fmt::format("\n{:{}}or ", "", 14 + std::string_view(verb).size())));
+   return text;
 }
 
 std::string verdictText(Explanation const& explanation) {
@@ -320,6 +348,13 @@ std::string peopleText(Explainer const& explainer, bool colour) {
    auto const chosen = explainer.chosen();
    for (auto const vlan : chosen) {
       result += text.blockOf(vlan);
+   }
+   for (auto const& [name, addr] : explainer.strangers()) {
+      result +=
+         fmt::format("Interface {} from {} belongs to no VLAN: another writer's, "
+                     "which TransitIntfSm removes at its start, and TransitSm "
+                     "never.\n",
+                     nameForPeople(name), addr);
    }
    for (auto const& name : explainer.unmapped()) {
       result += fmt::format("VRF {} maps to no SBD VLAN.\n", nameForPeople(name));

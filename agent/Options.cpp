@@ -1,8 +1,8 @@
 #include "agent/Options.h"
 
 #include "agent/ExitStatus.h"
+#include "agent/ManPages.h"
 #include "agent/OptionChecks.h"
-#include "agent/OptionTexts.h"
 #include "agent/Version.h"
 #include "pelk/Printable.h"
 
@@ -21,9 +21,21 @@ namespace {
 
 class CommandLine {
  public:
-   CommandLine() : app_(kDescription, "mcastvpn-agent") {
-      app_.set_version_flag("--version", std::string("mcastvpn-agent ") + kVersion);
-      app_.footer(kExamples);
+   CommandLine()
+      : app_("compute the transit interfaces of EVPN multicast over VXLAN",
+             "mcastvpn-agent") {
+      app_.formatter(std::make_shared<ManFormatter>(
+         std::map<std::string, ManPage>{{"", Pages::kProgram},
+                                        {"run", Pages::kRun},
+                                        {"replay", Pages::kReplay},
+                                        {"explain", Pages::kExplain},
+                                        {"plan", Pages::kPlan},
+                                        {"compare", Pages::kCompare},
+                                        {"graph", Pages::kGraph},
+                                        {"help", Pages::kHelp}}));
+      app_.set_help_flag("-h,--help", "print this page");
+      app_.set_version_flag("--version", std::string("mcastvpn-agent ") + kVersion,
+                            "print the version");
       app_.require_subcommand(0, 1);
       addRun();
       addReplay();
@@ -83,11 +95,12 @@ class CommandLine {
       run->callback([this] { options_.command = Options::Command::run; });
       addState(*run);
       run->add_flag("--watch", watch_, "stay and follow the file (not in this build)");
-      addMachine(*run, {"reactor", "dataflow", "both"}, kMachineOrBoth);
+      addMachine(*run, {"reactor", "dataflow", "both"},
+                 "the machine: dataflow (the default), reactor, or both, each on "
+                 "outputs of its own");
       addCommon(*run);
       addVerify(*run);
-      run->add_flag("--json", options_.json, "the outputs as a JSON document");
-      run->footer(kRunFooter);
+      run->add_flag("--json", options_.json, "print the outputs as a JSON document");
    }
 
    void addReplay() {
@@ -102,12 +115,13 @@ class CommandLine {
       replay->add_option("--state", options_.state, "the state document to start from")
          ->type_name("FILE")
          ->check(CLI::Validator(checkFile, ""));
-      addMachine(*replay, {"reactor", "dataflow", "both"}, kMachineOrBoth);
+      addMachine(*replay, {"reactor", "dataflow", "both"},
+                 "the machine: dataflow (the default), reactor, or both, each on "
+                 "outputs of its own");
       addCommon(*replay);
       addVerify(*replay);
       replay->add_flag("--manual", options_.manual,
                        "tasks run only when a host line says so");
-      replay->footer(kReplayFooter);
    }
 
    void addExplain() {
@@ -124,8 +138,7 @@ class CommandLine {
          ->type_name("NAME")
          ->allow_extra_args(false);
       addInputs(*explain);
-      explain->add_flag("--json", options_.json, "for programs");
-      explain->footer(kExplainFooter);
+      explain->add_flag("--json", options_.json, "print JSON, for programs");
    }
 
    void addPlan() {
@@ -136,8 +149,8 @@ class CommandLine {
       addMachine(*plan, {"reactor", "dataflow"},
                  "the machine: dataflow (the default) or reactor");
       addCommon(*plan);
-      plan->add_flag("--json", options_.json, "the changes as a JSON Patch document");
-      plan->footer(kPlanFooter);
+      plan->add_flag("--json", options_.json,
+                     "print the changes as a JSON Patch document");
    }
 
    void addCompare() {
@@ -146,8 +159,7 @@ class CommandLine {
       compare->callback([this] { options_.command = Options::Command::compare; });
       addState(*compare);
       addCommon(*compare);
-      compare->add_flag("--json", options_.json, "for programs");
-      compare->footer(kCompareFooter);
+      compare->add_flag("--json", options_.json, "print JSON, for programs");
    }
 
    void addGraph() {
@@ -157,7 +169,6 @@ class CommandLine {
       graph->add_option("--format", graphFormat_, "dot (the default) or mermaid")
          ->check(oneOf({"dot", "mermaid"}))
          ->type_name("FORMAT");
-      graph->footer(kGraphFooter);
    }
 
    void addState(CLI::App& command) {

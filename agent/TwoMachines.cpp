@@ -24,6 +24,19 @@ Pelk::Ptr<Vxlan::VtiStatus> statusOf(Host& host) {
    return host.state().vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1"));
 }
 
+std::set<std::string> emptyLevelsOf(State const& state) {
+   auto const& coll = *state.transitIntfColl;
+   auto const& joins = *state.membershipJoinStatus;
+   auto const without = Verify::outputsOf(coll, joins, Verify::EmptyLevels::leftOut);
+   std::set<std::string> keys;
+   for (auto const& [key, text] : Verify::outputsOf(coll, joins)) {
+      if (Verify::standsAt(without, key) != text) {
+         keys.insert(key);
+      }
+   }
+   return keys;
+}
+
 std::string textOf(OutputDifference const& difference) {
    return fmt::format("{}: TransitSm has {}, TransitIntfSm has {}",
                       outputPathOf(difference.key), difference.reactor,
@@ -42,32 +55,49 @@ TwoMachines::TwoMachines(Host& reactor, Host& dataflow, Options const& options)
             member.name, member.entity, [this](auto const&) { ++inputChanges_; }));
       }
    }
+   beginSpan();
+}
+
+void TwoMachines::beginSpan() {
+   operations_ = {};
+   inputChanges_ = 0;
+   writes_ = 0;
+   wasBusy_ = false;
+   status_ = statusOf(dataflow_);
+   emptyLevels_ = emptyLevelsOf(dataflow_.state());
 }
 
 Span TwoMachines::span() const {
-   auto const status = statusOf(dataflow_);
-   return {wasBusy_ || inputChanges_ > 1, status_ && status && status_ != status};
+   return {wasBusy_ || inputChanges_ > 1 || writes_ > 1, status_ != statusOf(dataflow_),
+           emptyLevels_};
 }
 
-void TwoMachines::compare(std::string const& where) {
+void TwoMachines::compare(std::string const& where, size_t writes) {
+   writes_ += writes;
    if (!reactor_.isIdle() || !dataflow_.isIdle()) {
       wasBusy_ = dataflow_.isRunning();
-      inputChanges_ = 0; // a machine that does not run acts on none
+      if (!wasBusy_) { // machines that do not run act on nothing
+         inputChanges_ = 0;
+         writes_ = 0;
+      }
       return;
    }
+   auto const before =
+      std::exchange(outputs_, outputDifferences(reactor_, dataflow_, options_));
    std::set<std::string> differing;
-   std::set<std::string> known; // without a reason
-   for (auto const& each : outputs_) {
+   for (auto const& each : before) {
       differing.insert(each.key);
-      if (each.reasons.empty()) {
-         known.insert(textOf(each));
-      }
    }
-   outputs_ = outputDifferences(reactor_, dataflow_, options_);
    for (auto const& each : outputs_) {
       differing.insert(each.key);
-      if (each.reasons.empty() && !known.contains(textOf(each))) {
+      if (std::ranges::find(before, each) != before.end()) {
+         continue;
+      }
+      if (each.reasons.empty()) {
          complain(where, textOf(each));
+      }
+      for (auto const* const reason : each.reasons) {
+         ++times_[reason];
       }
    }
    for (auto const& each :
@@ -75,13 +105,10 @@ void TwoMachines::compare(std::string const& where) {
       if (each.reason == nullptr) {
          complain(where, each.text);
       } else {
-         ++changes_[each.reason];
+         ++times_[each.reason];
       }
    }
-   operations_ = {};
-   inputChanges_ = 0;
-   wasBusy_ = false;
-   status_ = statusOf(dataflow_);
+   beginSpan();
 }
 
 void TwoMachines::complain(std::string const& where, std::string const& what) {
@@ -91,11 +118,11 @@ void TwoMachines::complain(std::string const& where, std::string const& what) {
               Pelk::printable(what));
 }
 
-std::vector<TwoMachines::Count> TwoMachines::changes() const {
+std::vector<TwoMachines::Count> TwoMachines::reasons() const {
    std::vector<Count> counts;
    for (auto const* const each : Verify::Expected::kAll) {
-      auto const found = changes_.find(each);
-      if (found != changes_.end()) {
+      auto const found = times_.find(each);
+      if (found != times_.end()) {
          counts.push_back({each, found->second});
       }
    }

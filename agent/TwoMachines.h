@@ -10,6 +10,7 @@
 #include <array>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,23 +26,26 @@ class TwoMachines {
 
    // Compares, if both machines run and are idle. Tells on standard error of a
    // difference without a reason when it comes; where: what is blamed, as in
-   // "events.jsonl:12: ".
-   void compare(std::string const& where);
+   // "events.jsonl:12: ". writes: how many there were to inputs and outputs since the
+   // last call, at least, apart from the machines' own.
+   void compare(std::string const& where, size_t writes);
 
    // The outputs that differed at the last comparison.
    std::vector<OutputDifference> const& outputs() const noexcept { return outputs_; }
 
-   // How often the machines took different ways to the same outputs, for each reason.
+   // How often each reason came up: outputs came to differ for it, or ways to the same
+   // outputs did.
    struct Count {
       Verify::ExpectedDifference const* reason;
       size_t times;
    };
-   std::vector<Count> changes() const;
+   std::vector<Count> reasons() const;
 
    // The exit status: whether every difference had a reason.
    int status() const noexcept;
 
  private:
+   void beginSpan();
    Span span() const;
    void complain(std::string const& where, std::string const& what);
 
@@ -51,11 +55,15 @@ class TwoMachines {
    std::array<Operations, 2> operations_; // since the last comparison
    std::array<OutputsRecorder, 2> recorders_;
    std::vector<std::unique_ptr<OutputRecorder>> inputRecorders_;
-   size_t inputChanges_ = 0;            // since the last comparison
-   bool wasBusy_ = false;               // with a start, at what would have been one
-   Pelk::Ptr<Vxlan::VtiStatus> status_; // of "Vxlan1", at the last comparison
+   // Since the last comparison:
+   size_t inputChanges_ = 0;
+   size_t writes_ = 0;
+   bool wasBusy_ = false; // with a start, at what would have been one
+   // At the last comparison:
+   Pelk::Ptr<Vxlan::VtiStatus> status_; // of "Vxlan1"
+   std::set<std::string> emptyLevels_;
    std::vector<OutputDifference> outputs_;
-   std::map<Verify::ExpectedDifference const*, size_t> changes_;
+   std::map<Verify::ExpectedDifference const*, size_t> times_;
    size_t errors_ = 0;
 };
 

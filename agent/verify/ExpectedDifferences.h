@@ -130,13 +130,26 @@ inline constexpr ExpectedDifference kOrderOfVlans{
    "OrderOfVlans", In::changes, "another order of VLANs",
    "where one change concerns several VLANs, each machine has an order of its own",
    "each walks a collection of its own, in the order of its hashes"};
-inline constexpr ExpectedDifference kStatusReplaced{
-   "StatusReplaced", In::changes, "withdrawn and written again: another status",
-   "when another status takes the place of that of \"Vxlan1\", TransitIntfSm withdraws "
-   "what the old one had led to, also where the new one leads to the same",
-   "it has a machine for each status, which cleans up after itself; TransitSm "
-   "evaluates "
-   "the VLANs of both"};
+inline constexpr ExpectedDifference kStatusVrfByVrf{
+   "StatusVrfByVrf", In::changes, "a status read VRF by VRF",
+   "when a status of \"Vxlan1\" comes, goes, or takes the place of another, "
+   "TransitIntfSm "
+   "acts on its VRFs one after the other: an output that the next status leads to as "
+   "well "
+   "goes and comes again, and a VLAN that VRFs share is enabled while a transit VRF is "
+   "the only one on it",
+   "it has a machine for each status, which hands on VRF by VRF; TransitSm evaluates "
+   "each "
+   "VLAN with the status as it is then"};
+inline constexpr ExpectedDifference kEmptyLevelPruned{
+   "EmptyLevelPruned", In::changes, "an empty level pruned first",
+   "where another writer left an empty level of the membership tree on a VLAN that "
+   "comes "
+   "to be enabled, TransitIntfSm removes it before it writes its join; TransitSm "
+   "writes "
+   "into it",
+   "an evaluation of TransitIntfSm withdraws what was before it decides anew, and "
+   "prunes"};
 inline constexpr ExpectedDifference kInterimStates{
    "InterimStates", In::changes, "several changes in between",
    "where the inputs changed several times before both machines were idle, what was "
@@ -145,9 +158,10 @@ inline constexpr ExpectedDifference kInterimStates{
    "TransitIntfSm starts it acts on what the inputs are in the end"};
 
 inline constexpr std::array kAll = {
-   &kAddressFamily, &kPegRule,      &kOneVrfAVlan,  &kJoinToggle,     &kStaleEntry,
-   &kForeignLeaf,   &kLateEntry,    &kEmptyLevel,   &kTakenAway,      &kVxlan1Removed,
-   &kOrderInVlan,   &kLevelByLevel, &kOrderOfVlans, &kStatusReplaced, &kInterimStates};
+   &kAddressFamily, &kPegRule,        &kOneVrfAVlan,      &kJoinToggle,
+   &kStaleEntry,    &kForeignLeaf,    &kLateEntry,        &kEmptyLevel,
+   &kTakenAway,     &kVxlan1Removed,  &kOrderInVlan,      &kLevelByLevel,
+   &kOrderOfVlans,  &kStatusVrfByVrf, &kEmptyLevelPruned, &kInterimStates};
 
 } // namespace Expected
 

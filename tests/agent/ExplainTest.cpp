@@ -248,20 +248,26 @@ TEST_P(ExplainOf, ProposesEveryVrfThatSuffices) {
 }
 
 TEST_P(ExplainOf, ListsEverySingleChangeThatDisables) {
-   size_t looked = 0;
+   size_t withIntf = 0;
+   size_t withJoin = 0;
    forEachVlan(
-      60, [&](json const& document, State const& state, VlanFacts const& facts) {
+      80, [&](json const& document, State const& state, VlanFacts const& facts) {
          auto const disabling = toDisable(facts, GetParam(), KnownVrfs(state));
-         if (!ruled(document, GetParam(), facts).intf) {
+         auto const before = ruled(document, GetParam(), facts);
+         if (!before.intf && !before.join) {
             EXPECT_TRUE(disabling.empty());
             return;
          }
-         ++looked;
+         ++(before.intf ? withIntf : withJoin);
+         auto const isGone = [&](json const& after) {
+            auto const verdict = ruled(after, GetParam(), facts);
+            return before.intf ? !verdict.intf : !verdict.join;
+         };
          std::set<std::string> proposed;
          for (auto const& operation : operationsOf(disabling)) {
             auto const after = changed(document, {operation});
             ASSERT_TRUE(after);
-            EXPECT_FALSE(ruled(*after, GetParam(), facts).intf) << operation;
+            EXPECT_TRUE(isGone(*after)) << operation;
             proposed.insert(operation["path"].get<std::string>());
          }
          for (auto const& change : singleChanges(document, facts.vlanId)) {
@@ -270,12 +276,13 @@ TEST_P(ExplainOf, ListsEverySingleChangeThatDisables) {
             bool const isOtherVrf = change["op"] == "add" &&
                                     path.find("vrfToSBDVlan") != std::string::npos &&
                                     !path.ends_with("/new");
-            if (after && !isOtherVrf && !ruled(*after, GetParam(), facts).intf) {
+            if (after && !isOtherVrf && isGone(*after)) {
                EXPECT_TRUE(proposed.contains(path)) << change;
             }
          }
       });
-   EXPECT_GT(looked, 30U);
+   EXPECT_GT(withIntf, 30U);
+   EXPECT_GT(withJoin, 5U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Machines, ExplainOf,
@@ -341,13 +348,33 @@ TEST(Explain, SaysThatTheJoinStaysWhereTheMlagStateWithholds) {
                         "mlagStatus": {"mlagState": 4}})");
    auto const text = explain(folder, {file}).out;
    EXPECT_THAT(text, HasSubstr("withheld by MLAG state 4; the join stays\n"));
-   EXPECT_THAT(text, HasSubstr("  TransitIntfSm  join, no transit interface\n"
-                               "                 enabled if the MLAG state were not 4 "
-                               "(withheld)\n"));
+   EXPECT_THAT(text,
+               HasSubstr("  TransitIntfSm  join, no transit interface\n"
+                         "                 enabled if the MLAG state were not 4 "
+                         "(withheld)\n"
+                         "                 without join if VRF red did not map to "
+                         "it\n"
+                         "                              or VRF red were no transit "
+                         "VRF\n"
+                         "                              or VLAN 10 were no PEG "
+                         "VLAN\n"));
    EXPECT_THAT(explain(folder, {"--af", "ipv6", file}).out,
                HasSubstr("no change of the inputs enables it\n"));
    EXPECT_THAT(explain(folder, {"--toggle", "McastVpnTransitMlag=off", file}).out,
                HasSubstr("the toggle McastVpnTransitMlag is off (TransitSm only)\n"));
+}
+
+TEST(Explain, NamesWhatBelongsToNoVlan) {
+   TemporaryFolder folder;
+   auto const file =
+      folder.write("state.json",
+                   R"({"transitIntfColl": {"intf": {"Et1": {"ipAddr": "10.0.0.9"}}}})");
+   EXPECT_EQ(explain(folder, {file}).out,
+             "Interface Et1 from 10.0.0.9 belongs to no VLAN: another writer's, which "
+             "TransitIntfSm removes at its start, and TransitSm never.\n");
+   EXPECT_EQ(json::parse(explain(folder, {"--json", file}).out)["ofNoVlan"],
+             json::parse(R"([{"intf": "Et1", "ipAddr": "10.0.0.9"}])"));
+   EXPECT_THAT(explain(folder, {"--vlan", "7", file}).out, Not(HasSubstr("Et1")));
 }
 
 TEST(Explain, OffersANewVrfBeforeOneThatAnotherVlanWouldLose) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -33,13 +34,13 @@ TEST_F(Options, HelpGoesToStandardOutput) {
       auto const outcome = runAgent(folder_, args);
       EXPECT_EQ(outcome.status, 0);
       EXPECT_EQ(outcome.err, "");
-      EXPECT_THAT(outcome.out, HasSubstr("Computes the transit interfaces"));
+      EXPECT_THAT(outcome.out, HasSubstr("compute the transit interfaces"));
       EXPECT_THAT(outcome.out, HasSubstr("replay"));
    }
 }
 
 TEST_F(Options, HelpOfACommandNamesItsOptions) {
-   for (auto const* command : {"run", "replay"}) {
+   for (auto const* command : {"run", "replay", "plan"}) {
       auto const asked = runAgent(folder_, {"help", command});
       EXPECT_EQ(asked.status, 0);
       for (auto const* option :
@@ -48,6 +49,26 @@ TEST_F(Options, HelpOfACommandNamesItsOptions) {
          EXPECT_THAT(asked.out, HasSubstr(option)) << command;
       }
       EXPECT_EQ(runAgent(folder_, {command, "--help"}).out, asked.out);
+   }
+}
+
+TEST_F(Options, HelpOfEachCommandIsAManualPage) {
+   auto const program = runAgent(folder_, {"help"}).out;
+   EXPECT_THAT(program, StartsWith("NAME\n    mcastvpn-agent - "));
+   for (std::string const command :
+        {"run", "replay", "explain", "plan", "compare", "graph", "help"}) {
+      EXPECT_THAT(program, HasSubstr("\n    " + command + "  "));
+      auto const page = runAgent(folder_, {"help", command}).out;
+      EXPECT_THAT(page, StartsWith("NAME\n    mcastvpn-agent " + command + " - "));
+      for (auto const* section :
+           {"SYNOPSIS", "DESCRIPTION", "OPTIONS", "EXIT STATUS", "EXAMPLES"}) {
+         EXPECT_THAT(page, HasSubstr("\n\n" + std::string(section) + "\n    "))
+            << command;
+      }
+      std::istringstream in(page);
+      for (std::string line; std::getline(in, line);) {
+         EXPECT_LE(line.size(), 82U) << line;
+      }
    }
 }
 
@@ -62,7 +83,7 @@ TEST_F(Options, NoCommandShowsTheHelpOnStandardErrorAndEndsWithTwo) {
    auto const outcome = runAgent(folder_, {});
    EXPECT_EQ(outcome.status, 2);
    EXPECT_EQ(outcome.out, "");
-   EXPECT_THAT(outcome.err, HasSubstr("Computes the transit interfaces"));
+   EXPECT_THAT(outcome.err, HasSubstr("compute the transit interfaces"));
 }
 
 TEST_F(Options, TheReactorTakesTheOptionsOfTasksSinceItHasNone) {
@@ -102,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
       BadUsage{"UnknownCommand",
                {"walk"},
                "\"walk\" stands here; allowed is a command: run, replay, explain, "
-               "plan, graph or help"},
+               "plan, compare, graph or help"},
       BadUsage{
          "UnknownOption",
          {"run", "--fast", "x"},
@@ -149,17 +170,16 @@ INSTANTIATE_TEST_SUITE_P(
                {"run", "--toggle", "McastVpnTransitMlag=maybe", "x"},
                "--toggle: \"McastVpnTransitMlag=maybe\" stands here; allowed is "
                "McastVpnTransitMlag=on or McastVpnTransitMlag=off"},
-      BadUsage{
-         "HelpTopic",
-         {"help", "walk"},
-         "help: \"walk\" stands here; allowed is run, replay, explain, plan or graph"},
-      BadUsage{"Both", {"replay", "--sm", "both", "x"}, "--sm both: not in this build"},
+      BadUsage{"HelpTopic",
+               {"help", "walk"},
+               "help: \"walk\" stands here; allowed is run, replay, explain, plan, "
+               "compare or "
+               "graph"},
       BadUsage{"Watch", {"run", "--watch", "x"}, "--watch: not in this build"},
       BadUsage{"ExplainOfNoVlan",
                {"explain", "--vlan", "4095", "x"},
                "--vlan: \"4095\" stands here; allowed is a number from 1 to 4094"},
       BadUsage{"PlanOfNothing", {"plan"}, "STATE is required"},
-      BadUsage{"Compare", {"compare", "x"}, "compare: not in this build"},
       BadUsage{"GraphFormat",
                {"graph", "--format", "svg"},
                "--format: \"svg\" stands here; allowed is one of dot, mermaid"}),

@@ -1,0 +1,152 @@
+#pragma once
+
+#include "agent/ManPage.h"
+
+// The help, command by command.
+namespace Agent::Pages {
+
+inline constexpr char const* kFineOrBad =
+   "  0   fine\n"
+   "  2   bad usage or bad input; nothing was published\n";
+
+inline constexpr ManPage kProgram{
+   R"(For each SBD VLAN of a transit VRF the agent works out the routed VLAN interface, the
+VTEP address that multicast is sourced from, and the wildcard join that makes the switch
+forward there, as a leaf switch in an EVPN multicast deployment over VXLAN does.
+
+The state is one JSON document, and every change is JSON Patch (RFC 6902), in and out.
+Results go to standard output, everything else to standard error. Colours and a progress
+bar are for terminals, and not shown when NO_COLOR is set.
+)",
+   R"(  0   fine
+  1   a test in the events did not hold (replay)
+  2   bad usage or bad input; nothing was published
+  3   a machine and the plain rule disagree (--verify), or two machines
+      without a reason that is known (compare, --sm both)
+  10  a start would change something (plan)
+)",
+   R"(  mcastvpn-agent run examples/leaf-pair.jsonc
+      what this leaf would publish; with --json the same for a program
+  mcastvpn-agent explain --vlan 3302 examples/leaf-pair.jsonc
+      why a VLAN is enabled or not, and what would turn that
+  mcastvpn-agent replay --state examples/minimal.jsonc examples/story.jsonl
+      each change, and what it does
+  mcastvpn-agent help replay
+      everything about a command
+)"};
+
+inline constexpr ManPage kRun{
+   R"(Publishes STATE, runs the machine until it is idle, prints the outputs and ends.
+
+STATE is one JSON document. Comments are allowed, and what is left out stands with its
+default:
+
+  { "mcastEvpnConfig": { "transitVrf": ["red"] },
+    "vtiStatusDir": { "vtiStatus": { "Vxlan1": {
+      "localVtepAddr": "10.0.0.1", "mlagVtepAddr": "10.0.0.100",
+      "vrfToSBDVlan": { "red": 10 } } } },
+    "mlagStatus": { "mlagState": "active" },
+    "pegVlanStatus": { "pegVlan": [10] } }
+
+Outputs that STATE holds (transitIntfColl, membershipJoinStatus) are what an earlier run
+left behind: the dataflow machine keeps what is right, and removes the rest.
+)",
+   R"(  0   fine
+  2   bad usage or bad input; nothing was published
+  3   the outputs are not what the plain rule says (--verify), or the two
+      machines differ without a reason that is known (--sm both)
+)",
+   R"(  mcastvpn-agent run examples/leaf-pair.jsonc
+  mcastvpn-agent run --json --verify examples/leaf-pair.jsonc
+  mcastvpn-agent run --sm both examples/two-machines.jsonc
+)"};
+
+inline constexpr ManPage kReplay{
+   R"(Applies the changes in EVENTS line by line, and prints each change that a machine makes
+to its outputs as one JSON Patch operation, in the order in which things happen.
+
+EVENTS holds one JSON value a line; blank lines and lines that start with # are skipped:
+
+  {"op":"add","path":"/mcastEvpnConfig/transitVrf/red","value":{}}
+  {"op":"test","path":"/transitIntfColl/intf/Vlan10/ipAddr","value":"10.0.0.1"}
+  {"host":"restart"}
+
+Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain, slice (with
+"count"), stop, start, restart, flag (with "want" and "value").
+
+With --sm both each record says which machine it is of ("sm"), and the table of the end,
+side by side, goes to standard error.
+)",
+   R"(  0   fine
+  1   a test or a flag in EVENTS did not hold
+  2   bad usage or bad input; nothing of the line that is named was published
+  3   the outputs were not what the plain rule says (--verify), or the two
+      machines differed without a reason that is known (--sm both)
+)",
+   R"(  mcastvpn-agent replay --state examples/minimal.jsonc examples/story.jsonl
+  mcastvpn-agent replay --trace 7 --state examples/minimal.jsonc \
+      examples/story.jsonl
+  mcastvpn-agent replay --sm both --state examples/two-machines.jsonc \
+      examples/two-machines.jsonl
+)"};
+
+inline constexpr ManPage kExplain{
+   R"(Prints one block a VLAN: the conditions that do not hold first; what either machine makes
+of it, with the fewest changes that would turn that; and what the outputs in STATE hold
+for it. No machine runs.
+)",
+   kFineOrBad,
+   R"(  mcastvpn-agent explain --vlan 3302 examples/leaf-pair.jsonc
+  mcastvpn-agent explain --vrf acme-iot --json examples/leaf-pair.jsonc
+)"};
+
+inline constexpr ManPage kPlan{
+   R"(Starts the machine over the outputs in STATE, in this process, and lists each entry with
+what becomes of it, and why: keep, rewrite, add or delete. Nothing outside this process is
+changed. STATE is what "help run" describes.
+)",
+   R"(  0   nothing would change
+  2   bad usage or bad input
+  10  something would change
+)",
+   R"(  mcastvpn-agent plan examples/restart.jsonc
+  mcastvpn-agent plan --json examples/restart.jsonc
+      the JSON Patch itself
+  mcastvpn-agent plan --sm reactor examples/restart.jsonc
+      what no start of TransitSm would remove
+)"};
+
+inline constexpr ManPage kCompare{
+   R"(Starts TransitSm and TransitIntfSm over the inputs in STATE, each over a copy of its own of
+the outputs there, and prints the outputs that differ, with the reason. docs/TwoMachines.md
+lists the reasons.
+)",
+   R"(  0   every difference has a reason that is known
+  2   bad usage or bad input
+  3   a difference has none
+)",
+   R"(  mcastvpn-agent compare examples/leaf-pair.jsonc
+      only what differs
+  mcastvpn-agent run --sm both examples/leaf-pair.jsonc
+      all of it, side by side
+)"};
+
+inline constexpr ManPage kGraph{
+   R"(Prints the pipeline of the dataflow machine: its inputs, streams and outputs, and every
+edge between them.
+)",
+   kFineOrBad,
+   R"(  mcastvpn-agent graph | dot -Tsvg >pipeline.svg
+      a picture, with Graphviz
+  mcastvpn-agent graph --format mermaid
+      for a Markdown document
+)"};
+
+inline constexpr ManPage kHelp{
+   R"(Prints the page of COMMAND, or that of the program.
+)",
+   kFineOrBad,
+   R"(  mcastvpn-agent help explain
+)"};
+
+} // namespace Agent::Pages
