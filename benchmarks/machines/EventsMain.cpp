@@ -3,23 +3,26 @@
 #include "Floor.h"
 #include "Machine.h"
 #include "Sqlite.h"
+#include "Starts.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
-// Runs one event of one program a number of times, for machines_instructions.py, which
-// counts what countedEvents() executes.
+// Runs one event or start of one program a number of times, for
+// machines_instructions.py, which counts what countedEvents() and countedStart()
+// execute.
 
 namespace Bench::Machines {
 
 namespace {
 
-int pairs = 100;
+int times = 100;
 
 template <typename On, typename Program>
 [[gnu::noinline]] void countedEvents(On const& event, Program& program) {
-   for (int i = 0; i < pairs; ++i) {
+   for (int i = 0; i < times; ++i) {
       event.there(program);
       event.back(program);
    }
@@ -35,8 +38,36 @@ void run(Case const& inputs) {
    program.stop();
 }
 
+template <typename Program>
+[[gnu::noinline]] void countedStart(Program& program) {
+   program.start();
+}
+
+template <Rule rule, typename Program>
+void runStart(Case const& inputs, Before before, std::string const& name) {
+   Program program(inputs);
+   program.start();
+   for (int i = 0; i < times; ++i) {
+      prepare(program, inputs, before);
+      countedStart(program);
+   }
+   requireEqual(program.outputs(), expected<rule>(inputs, before), name);
+   program.stop();
+}
+
 template <Rule rule, typename Program>
 bool runNamed(std::string_view name, Case const& inputs) {
+   if (name == "start") {
+      return runStart<rule, Program>(inputs, Before::nothing, "start"), true;
+   }
+   if constexpr (std::is_base_of_v<Entities, Program>) {
+      if (name == "restartRight") {
+         return runStart<rule, Program>(inputs, Before::right, "restartRight"), true;
+      }
+      if (name == "restartForeign") {
+         return runStart<rule, Program>(inputs, Before::foreign, "restartForeign"), true;
+      }
+   }
    auto const with = [&]<typename... Event>() {
       return ((name == Event::name && (run<rule, Event, Program>(inputs), true)) ||
               ...);
@@ -67,6 +98,14 @@ bool runProgram(std::string_view program, std::string_view event, Case const& in
              : false;
 }
 
+// "256", one VRF a VLAN, or "100000x1000", VRFs that share VLANs, and PEG VLANs.
+Case caseOf(std::string const& size) {
+   auto const at = size.find('x');
+   return at == std::string::npos
+             ? Case::onePerVlan(std::stoi(size))
+             : Case::shared(std::stoi(size), std::stoi(size.substr(at + 1)));
+}
+
 } // namespace
 
 } // namespace Bench::Machines
@@ -74,11 +113,11 @@ bool runProgram(std::string_view program, std::string_view event, Case const& in
 int main(int argc, char** argv) {
    using namespace Bench::Machines;
    if (argc != 5) {
-      std::fputs("usage: machines_events PROGRAM EVENT VLANS PAIRS\n", stderr);
+      std::fputs("usage: machines_events PROGRAM EVENT SIZE TIMES\n", stderr);
       return 2;
    }
-   pairs = std::atoi(argv[4]);
-   if (!runProgram(argv[1], argv[2], Case::onePerVlan(std::atoi(argv[3])))) {
+   times = std::atoi(argv[4]);
+   if (!runProgram(argv[1], argv[2], caseOf(argv[3]))) {
       std::fputs("no such program or event\n", stderr);
       return 2;
    }

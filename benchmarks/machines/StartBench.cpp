@@ -1,9 +1,9 @@
 #include "ContractFloor.h"
 #include "Floor.h"
 #include "Machine.h"
-#include "Recomputation.h"
 #include "Registration.h"
 #include "Sqlite.h"
+#include "Starts.h"
 
 #include <benchmark/benchmark.h>
 #include <memory>
@@ -13,38 +13,6 @@
 namespace Bench::Machines {
 
 namespace {
-
-// What the outputs hold when a program starts.
-enum class Before { nothing, right, foreign };
-
-template <typename Program>
-constexpr bool kKeepsContract = std::is_base_of_v<Entities, Program>;
-
-template <Rule rule>
-Outputs expected(Case const& inputs, Before before) {
-   if (before == Before::foreign) {
-      ContractFloor<rule> program(inputs);
-      program.foreignOutputs(inputs);
-      program.start();
-      return program.outputs();
-   }
-   Recomputation<rule> rightly(inputs);
-   rightly.start();
-   return rightly.outputs();
-}
-
-template <typename Program>
-void prepare(Program& program, Case const& inputs, Before before) {
-   program.stop();
-   if constexpr (kKeepsContract<Program>) {
-      if (before != Before::right) {
-         program.outputsDel();
-      }
-      if (before == Before::foreign) {
-         program.foreignOutputs(inputs);
-      }
-   }
-}
 
 // Times start(program); the time of the clean-up before is not in it.
 template <Rule rule, typename Program, typename Start>
