@@ -105,23 +105,6 @@ void TransitSm::hasNotificationActiveIs(bool active) {
 
 void TransitSm::zinDoZombieReactors(bool) {}
 
-void TransitSm::handleInitialized() {
-   TRANSIT_TRACE(8, "handleInitialized( %s )", af_);
-   if (af_ == Lidra::AddressFamily::ipv4) {
-      if (auto const status = vxlanStatus()) {
-         for (auto entry = status->vrfToSBDVlan().iterate(); entry; ++entry) {
-            auto const vrf = entry.key();
-            handleVrfToSBDVlan(vrf);
-         }
-      }
-      for (auto entry = mcastEvpnConfig_->transitVrf().iterate(); entry; ++entry) {
-         auto const vrf = entry.key();
-         handleTransitVrf(vrf);
-      }
-   }
-   initialized_ = true;
-}
-
 Pelk::Ptr<Vxlan::VtiStatus> TransitSm::vxlanStatus() const {
    return vtiStatusDir_ ? vtiStatusDir_->vtiStatus(vxlanIntf()) : nullptr;
 }

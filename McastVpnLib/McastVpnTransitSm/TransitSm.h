@@ -218,6 +218,7 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
  private:
    class Guard;
    struct Reactors;
+   class UnseenStart;
 
    ~TransitSm() override;
 

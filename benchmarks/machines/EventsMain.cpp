@@ -65,7 +65,8 @@ bool runNamed(std::string_view name, Case const& inputs) {
          return runStart<rule, Program>(inputs, Before::right, "restartRight"), true;
       }
       if (name == "restartForeign") {
-         return runStart<rule, Program>(inputs, Before::foreign, "restartForeign"), true;
+         return runStart<rule, Program>(inputs, Before::foreign, "restartForeign"),
+                true;
       }
    }
    auto const with = [&]<typename... Event>() {

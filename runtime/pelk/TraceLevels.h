@@ -30,6 +30,9 @@ class PELK_EXPORT TraceLevels {
    constexpr bool has(uint16_t level) const noexcept {
       return level <= kMax && ((word_ >> level) & 1) != 0;
    }
+   constexpr bool hasAny(TraceLevels others) const noexcept {
+      return (word_ & others.word_) != 0;
+   }
    constexpr bool operator==(TraceLevels const&) const noexcept = default;
    constexpr TraceLevels operator|(TraceLevels other) const noexcept {
       return TraceLevels(static_cast<uint16_t>(word_ | other.word_));
