@@ -14,6 +14,8 @@ constexpr uint32_t kMaxHomesLog2 = 24;
 // With 12 members a group on average, one group in ten is full.
 constexpr uint32_t kMostOnAverage = 12;
 constexpr uint32_t kHomesPerSpareGroup = 8;
+// With 14, one in four is.
+constexpr uint32_t kMostWhereKnown = 14;
 
 HashShape shapeOf(uint32_t homesLog2, uint32_t atLeastSpare) {
    if (homesLog2 > kMaxHomesLog2) {
@@ -50,6 +52,29 @@ HashShape HashShape::larger(uint32_t chained) const {
 
 HashShape HashShape::wider(uint32_t chained) const {
    return shapeOf(homesLog2, 2 * chained + 1);
+}
+
+// A table that is not to grow soon may be fuller. The share of full groups then grows
+// with the members, by 3 in 40 and less for each that a home has on average; which
+// homes they are is chance, so some more groups are kept for a large deviation.
+HashShape HashShape::fitting(size_t members, uint32_t chained) const {
+   HashShape shape = *this;
+   while (shape.maxSize < members) {
+      uint32_t const homes = shape.homes();
+      if (shape.groupSlots == kGroupSlots &&
+          members <= size_t{homes} * kMostWhereKnown) {
+         auto const above = static_cast<uint32_t>(members) - homes * kMostOnAverage;
+         uint32_t const deviation = 2u << shape.homesLog2 / 2;
+         HashShape full =
+            shapeOf(shape.homesLog2,
+                    std::max(homes / kHomesPerSpareGroup + above * 3 / 40 + deviation,
+                             chained + chained / 2));
+         full.maxSize = homes * kMostWhereKnown;
+         return full;
+      }
+      shape = shape.larger(chained);
+   }
+   return shape;
 }
 
 // They live for ever: maps of static storage duration use them while others are

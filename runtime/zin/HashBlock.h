@@ -21,11 +21,14 @@ struct PELK_EXPORT HashShape {
    uint32_t maxSize;
 
    // The shapes of a growing table, in order, with spare groups for the chains that are
-   // known to be needed. Raises std::length_error at the end.
+   // known to be needed. Each raises std::length_error at the end.
    static HashShape smallest() noexcept;
    HashShape larger(uint32_t chained) const;
    // As large, with more spare groups.
    HashShape wider(uint32_t chained) const;
+   // The next one that is known to be wanted for that many members, and need not wait
+   // for more of them. Requires that this one has no room for them.
+   HashShape fitting(size_t members, uint32_t chained) const;
 
    uint32_t homes() const noexcept { return uint32_t{1} << homesLog2; }
    uint32_t groups() const noexcept { return homes() + spareGroups; }

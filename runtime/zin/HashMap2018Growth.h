@@ -145,13 +145,9 @@ void HashMap2018<Name, Key, Value>::reserve(size_t count) {
    if (kFirstInline && count <= 1) {
       return;
    }
-   Impl::HashShape shape = block_->shape();
-   uint32_t const chained = block_->chainedAtMost();
-   while (shape.maxSize < count) {
-      shape = shape.larger(chained);
-   }
-   if (shape.maxSize != block_->shape().maxSize) {
-      rehash(shape);
+   Impl::HashShape const& shape = block_->shape();
+   if (shape.maxSize < count) {
+      rehash(shape.fitting(count, block_->chainedAtMost()));
    }
 }
 

@@ -14,10 +14,12 @@ namespace {
 
 // Allocations of this thread: how many there were, and how many may still succeed.
 thread_local uint64_t allocations = 0;
+thread_local uint64_t allocatedBytes = 0;
 thread_local int64_t allowedAllocations = -1; // any number
 
 void* allocate(std::size_t size) {
    ++allocations;
+   allocatedBytes += size;
    if (allowedAllocations == 0) {
       throw std::bad_alloc();
    }
@@ -125,6 +127,48 @@ TYPED_TEST(HashMap2018Memory, ATableIsOneAllocation) {
    map.erase(2);
    EXPECT_EQ(it.value().number(), 2u);
    EXPECT_EQ(allocations, before + 1);
+}
+
+TYPED_TEST(HashMap2018Memory, ReservedRoomSufficesWhateverTheNumber) {
+   for (uint32_t const count : {2u, 14u, 17u, 28u, 57u, 110u, 860u, 7000u, 50000u}) {
+      for (uint32_t start = 0; start < 5; ++start) {
+         typename TestFixture::Map map;
+         map.reserve(count);
+         uint64_t const before = allocations;
+         for (uint32_t key = 0; key < count; ++key) {
+            map.insert(start * 1000003 + key, key);
+         }
+         ASSERT_EQ(allocations, before) << count;
+      }
+   }
+}
+
+// Fourteen members for sixteen slots, where that saves half of the table.
+TYPED_TEST(HashMap2018Memory, AReservedTableIsNoLargerThanItNeedsToBe) {
+   for (uint32_t const count : {100000u, 114688u}) {
+      typename TestFixture::Map map;
+      uint64_t const before = allocatedBytes;
+      map.reserve(count);
+      EXPECT_LE(allocatedBytes - before,
+                count * sizeof(typename TestFixture::Map::Entry) * 2);
+   }
+}
+
+TYPED_TEST(HashMap2018Memory, ATableThatWasReservedGrowsOn) {
+   typename TestFixture::Map map;
+   map.reserve(13000);
+   for (uint32_t key = 0; key < 60000; ++key) {
+      map.insert(key, key);
+   }
+   map.reserve(60001);
+   for (uint32_t key = 0; key < 60000; ++key) {
+      ASSERT_EQ(map.find(key)->value().number(), key);
+   }
+   uint32_t walked = 0;
+   for ([[maybe_unused]] auto const& entry : map) {
+      ++walked;
+   }
+   EXPECT_EQ(walked, 60000u);
 }
 
 TYPED_TEST(HashMap2018Memory, EachValueIsDestroyedOnce) {
