@@ -25,7 +25,7 @@ int comparison(Options const& options, Rows rows) {
       host->drain();
       host->verify(location(options.state, 0));
    }
-   machines.compare(location(options.state, 0), 0);
+   machines.compare(location(options.state, 0));
    ComparisonText const comparison(reactor.state(), dataflow.state(), machines,
                                    options);
    auto const text = options.json ? comparison.json(rows)

@@ -7,6 +7,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace Agent {
@@ -28,37 +29,36 @@ void add(Reasons& reasons, ExpectedDifference const& reason) {
 
 // --- what stands there --------------------------------------------------------
 
-// One machine, its rule, and where it departs from that.
+// One machine, and where it departs from its rule.
 struct Side {
    Machine machine;
-   Verify::Outputs should;
-   std::map<std::string, Verify::Difference> departures;
+   Verify::Verifier::Findings const& findings;
+   std::map<std::string, ExpectedDifference const*> excuses; // null: it is wrong
 
-   Side(Machine of, Host& host) : machine(of), should(host.verifier().expected()) {
-      for (auto& each : host.verifier().differences()) {
-         departures.emplace(each.key, std::move(each));
+   Side(Machine of, Verify::Verifier::Findings const& found)
+      : machine(of), findings(found) {
+      for (auto const& each : findings.differences) {
+         excuses[each.key] = reasonOf(each.excuse);
       }
-   }
-
-   std::string is(std::string const& key) const {
-      auto const departure = departures.find(key);
-      return departure == departures.end() ? standsAt(should, key)
-                                           : departure->second.is;
    }
 
    // False if the machine is wrong there.
    bool addExcuse(std::string const& key, Reasons& reasons) const {
-      auto const departure = departures.find(key);
-      if (departure == departures.end()) {
-         return true;
+      auto const excuse = excuses.find(key);
+      if (excuse != excuses.end() && excuse->second != nullptr) {
+         add(reasons, *excuse->second);
       }
+      return excuse == excuses.end() || excuse->second != nullptr;
+   }
+
+ private:
+   static ExpectedDifference const* reasonOf(Verify::PathDependence const* excuse) {
       for (auto const* const each : Expected::kAll) {
-         if (each->path != nullptr && each->path == departure->second.excuse) {
-            add(reasons, *each);
-            return true;
+         if (excuse != nullptr && each->path == excuse) {
+            return each;
          }
       }
-      return false;
+      return nullptr;
    }
 };
 
@@ -81,31 +81,29 @@ void addConditions(Side const& side, std::string const& key, VlanFacts const& fa
 // --- how it came to stand there ------------------------------------------------
 
 // What a machine did to one of its outputs.
+struct Step {
+   bool isRemoval;
+   std::string path;
+   std::string text;
+
+   bool operator==(Step const& other) const noexcept { return text == other.text; }
+};
 struct Track {
    size_t place = 0; // among the outputs, by their first steps
-   std::vector<std::string> steps;
+   std::vector<Step> steps;
 
-   bool hasRemoval() const { return std::ranges::any_of(steps, isRemoval); }
-
-   // With each run of removals, level by level, as the one that ends it.
-   std::vector<std::string> inOnePiece() const {
-      std::vector<std::string> pieces;
-      for (size_t i = 0; i < steps.size(); ++i) {
-         if (i + 1 == steps.size() || !isRemoval(steps[i]) ||
-             !isRemoval(steps[i + 1])) {
-            pieces.push_back(steps[i]);
-         }
-      }
-      return pieces;
+   bool hasRemoval() const { return std::ranges::any_of(steps, &Step::isRemoval); }
+   bool removesLeaf() const {
+      return std::ranges::any_of(steps, [](Step const& step) {
+         return step.isRemoval && step.path.find("Intf/") != std::string::npos;
+      });
    }
-
    std::string text() const {
-      return steps.empty() ? kNothing : fmt::format("{}", fmt::join(steps, ", "));
-   }
-
- private:
-   static bool isRemoval(std::string const& step) {
-      return step.starts_with(R"({"op":"remove")");
+      std::vector<std::string_view> texts;
+      for (auto const& step : steps) {
+         texts.push_back(step.text);
+      }
+      return texts.empty() ? kNothing : fmt::format("{}", fmt::join(texts, ", "));
    }
 };
 
@@ -114,18 +112,44 @@ using Tracks = std::map<std::string, Track>;
 Tracks tracksOf(Operations const& operations) {
    Tracks tracks;
    for (auto const& each : operations) {
-      auto const key = outputKeyOf(each.at("path").get<std::string>());
+      auto path = each.at("path").get<std::string>();
+      auto const key = outputKeyOf(path);
       auto& track = tracks.try_emplace(key, Track{tracks.size(), {}}).first->second;
-      track.steps.push_back(each.dump());
+      track.steps.push_back({each.at("op") == "remove", std::move(path), each.dump()});
    }
    return tracks;
 }
 
+// The steps of a join where each run of removals that goes up to the VLAN counts as the
+// removal of the VLAN. Such a run begins at the machines' own leaf, or above it; at a
+// start it may remove others' leaves, too.
+std::vector<Step> inOnePiece(std::vector<Step> const& steps, std::string const& vlan,
+                             bool hasStart) {
+   auto const source = vlan + "/group/0.0.0.0/source/0.0.0.0";
+   std::set<std::string> const own{source + "/includeIntf/Null0", source,
+                                   vlan + "/group/0.0.0.0", vlan};
+   auto const belongs = [&](Step const& step) {
+      return step.isRemoval && (hasStart || own.contains(step.path));
+   };
+   std::vector<Step> pieces;
+   for (size_t i = 0; i < steps.size(); ++i) {
+      size_t end = i;
+      while (end < steps.size() && belongs(steps[end]) && steps[end].path != vlan) {
+         ++end;
+      }
+      if (end < steps.size() && belongs(steps[end])) {
+         i = end; // it ends with the VLAN
+      }
+      pieces.push_back(steps[i]);
+   }
+   return pieces;
+}
+
 class WaysBeside {
  public:
-   WaysBeside(Operations const& reactor, Operations const& dataflow,
-              std::set<std::string> const& differing, Span const& span)
-      : span_(span), reactor_(tracksOf(reactor)), dataflow_(tracksOf(dataflow)) {
+   WaysBeside(Span const& span, std::set<std::string> const& differing)
+      : span_(span), reactor_(tracksOf(span.reactor)),
+        dataflow_(tracksOf(span.dataflow)) {
       auto keys = reactor_;
       keys.insert(dataflow_.begin(), dataflow_.end());
       for (auto const& [key, track] : keys) {
@@ -135,7 +159,7 @@ class WaysBeside {
       }
       compareOrderInVlans();
       if (orderOfVlans(reactor_) != orderOfVlans(dataflow_)) {
-         found_.push_back({&Expected::kOrderOfVlans, 0, {}});
+         found_.push_back({&Expected::kOrderOfVlans, "another order of VLANs"});
       }
    }
 
@@ -153,28 +177,37 @@ class WaysBeside {
       if (!reactor.steps.empty() && !dataflow.steps.empty()) {
          common_.insert(key);
       }
-      if (reactor.steps == dataflow.steps) {
-         return;
+      if (reactor.steps != dataflow.steps) {
+         found_.push_back(
+            {reasonOf(key, reactor, dataflow),
+             fmt::format("{}: TransitSm did {}; TransitIntfSm did {}",
+                         outputPathOf(key), reactor.text(), dataflow.text())});
       }
-      bool const isDataflows = dataflow.hasRemoval() && !reactor.hasRemoval();
-      ExpectedDifference const* reason = nullptr;
-      if (reactor.inOnePiece() == dataflow.inOnePiece()) {
-         reason = &Expected::kLevelByLevel;
-      } else if (span_.isStatusAnother) {
-         reason = &Expected::kStatusVrfByVrf;
-      } else if (span_.emptyLevels.contains(key) && isDataflows) {
-         reason = &Expected::kEmptyLevelPruned;
-      } else {
-         reason = interimStates();
-      }
-      found_.push_back(
-         {reason, vlanOfKey(key),
-          fmt::format("{}: TransitSm did {}; TransitIntfSm did {}", outputPathOf(key),
-                      reactor.text(), dataflow.text())});
    }
 
-   ExpectedDifference const* interimStates() const {
-      return span_.hasInterimStates ? &Expected::kInterimStates : nullptr;
+   ExpectedDifference const* reasonOf(std::string const& key, Track const& reactor,
+                                      Track const& dataflow) const {
+      if (isJoinKey(key) &&
+          reactor.steps ==
+             inOnePiece(dataflow.steps, outputPathOf(key), span_.hasStart)) {
+         return &Expected::kLevelByLevel;
+      }
+      bool const isDataflows = dataflow.steps.size() > reactor.steps.size();
+      if (span_.touched->hasByStatus(vlanOfKey(key)) && isDataflows) {
+         return &Expected::kStatusVrfByVrf;
+      }
+      if (span_.emptyLevels.contains(key) && dataflow.hasRemoval() &&
+          !dataflow.removesLeaf() && !reactor.hasRemoval()) {
+         return &Expected::kEmptyLevelPruned;
+      }
+      return interimStates(key);
+   }
+
+   ExpectedDifference const* interimStates(std::string const& key) const {
+      bool const isConcerned =
+         span_.touched->has(vlanOfKey(key)) || span_.foreign.contains(key);
+      return span_.hasInterimStates && isConcerned ? &Expected::kInterimStates
+                                                   : nullptr;
    }
 
    static bool isFirst(Tracks const& tracks, std::string const& one,
@@ -192,20 +225,23 @@ class WaysBeside {
          bool const isReactors = isFirst(reactor_, join, intf);
          if (isReactors != isFirst(dataflow_, join, intf)) {
             found_.push_back(
-               {isReactors ? interimStates() : &Expected::kOrderInVlan, vlanId,
+               {isReactors ? interimStates(join) : &Expected::kOrderInVlan,
                 fmt::format("VLAN {}: TransitSm wrote the join before the interface",
                             vlanId)});
          }
       }
    }
 
-   // Of those VLANs that both wrote.
+   // Of those that both wrote.
    std::vector<uint16_t> orderOfVlans(Tracks const& tracks) const {
       std::map<uint16_t, size_t> places;
       for (auto const& key : common_) {
-         auto const place = tracks.at(key).place;
-         auto& least = places.try_emplace(vlanOfKey(key), place).first->second;
-         least = std::min(least, place);
+         auto const vlanId = vlanOfKey(key);
+         if (vlanId != 0) {
+            auto const place = tracks.at(key).place;
+            auto& least = places.try_emplace(vlanId, place).first->second;
+            least = std::min(least, place);
+         }
       }
       std::vector<uint16_t> vlans;
       for (auto const& [vlanId, place] : places) {
@@ -215,7 +251,7 @@ class WaysBeside {
       return vlans;
    }
 
-   Span const span_;
+   Span const& span_;
    Tracks const reactor_;
    Tracks const dataflow_;
    std::set<std::string> common_; // written by both machines
@@ -224,49 +260,45 @@ class WaysBeside {
 
 } // namespace
 
-std::vector<OutputDifference> outputDifferences(Host& reactor, Host& dataflow,
-                                                Options const& options) {
-   Side const one(Machine::reactor, reactor);
-   Side const other(Machine::dataflow, dataflow);
+OutputComparison compareOutputs(Host& reactor, Host& dataflow, Options const& options) {
+   OutputComparison comparison{
+      reactor.verifier().findings(), dataflow.verifier().findings(), {}};
+   auto const& [one, other] = std::tie(comparison.reactor, comparison.dataflow);
+   Side const first(Machine::reactor, one);
+   Side const second(Machine::dataflow, other);
    SbdVlans const vlans(dataflow.state());
-   std::set<std::string> keys;
-   for (auto const* side : {&one, &other}) {
-      for (auto const& [key, text] : side->should) {
-         keys.insert(key);
-      }
-      for (auto const& [key, departure] : side->departures) {
-         keys.insert(key);
-      }
-   }
-   std::vector<OutputDifference> found;
-   for (auto const& key : keys) {
-      OutputDifference difference{key, one.is(key), other.is(key), {}};
+   Verify::Outputs keys = one.is;
+   keys.insert(other.is.begin(), other.is.end());
+   for (auto const& [key, text] : keys) {
+      OutputDifference difference{
+         key, standsAt(one.is, key), standsAt(other.is, key), {}};
       if (difference.reactor == difference.dataflow) {
          continue;
       }
       auto& reasons = difference.reasons;
-      auto const facts = factsOf(vlanOfKey(key), vlans, dataflow.state(), options);
-      bool isExplained = one.addExcuse(key, reasons) && other.addExcuse(key, reasons);
-      auto const ruleOfOne = standsAt(one.should, key);
-      auto const ruleOfOther = standsAt(other.should, key);
-      if (ruleOfOne != ruleOfOther) {
+      // Both, also where the first has none: each part is to be explained.
+      bool const isExcused = first.addExcuse(key, reasons);
+      bool isExplained = second.addExcuse(key, reasons) && isExcused;
+      auto const ruleOfFirst = standsAt(one.should, key);
+      auto const ruleOfSecond = standsAt(other.should, key);
+      if (ruleOfFirst != ruleOfSecond) {
          size_t const before = reasons.size();
-         addConditions(ruleOfOne == kNothing ? one : other, key, facts, reasons);
+         addConditions(ruleOfFirst == kNothing ? first : second, key,
+                       factsOf(vlanOfKey(key), vlans, dataflow.state(), options),
+                       reasons);
          isExplained &= reasons.size() != before;
       }
       if (!isExplained) {
          reasons.clear();
       }
-      found.push_back(std::move(difference));
+      comparison.differences.emplace(key, std::move(difference));
    }
-   return found;
+   return comparison;
 }
 
-std::vector<ChangeDifference> changeDifferences(Operations const& reactor,
-                                                Operations const& dataflow,
-                                                std::set<std::string> const& differing,
-                                                Span const& span) {
-   return WaysBeside(reactor, dataflow, differing, span).found();
+std::vector<ChangeDifference>
+changeDifferences(Span const& span, std::set<std::string> const& differing) {
+   return WaysBeside(span, differing).found();
 }
 
 } // namespace Agent

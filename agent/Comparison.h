@@ -2,11 +2,11 @@
 
 #include "agent/Host.h"
 #include "agent/Options.h"
+#include "agent/TouchedVlans.h"
 #include "agent/verify/ExpectedDifferences.h"
 
 #include <nlohmann/json.hpp>
 
-#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -28,32 +28,38 @@ struct OutputDifference {
    bool operator==(OutputDifference const&) const = default;
 };
 
-// The outputs that differ, by key. Requires that both machines run and are idle.
-std::vector<OutputDifference> outputDifferences(Host& reactor, Host& dataflow,
-                                                Options const& options);
+// What stands in the outputs of both, and where that differs.
+struct OutputComparison {
+   Verify::Verifier::Findings reactor;
+   Verify::Verifier::Findings dataflow;
+   std::map<std::string, OutputDifference> differences; // by key
+};
+// Requires that both machines run and are idle.
+OutputComparison compareOutputs(Host& reactor, Host& dataflow, Options const& options);
 
-// What a machine did to its outputs, operation by operation.
+// What happened to some outputs, operation by operation.
 using Operations = std::vector<nlohmann::ordered_json>;
+
+// What two machines did from one comparison to the next, and what was done to them.
+struct Span {
+   Operations reactor; // what the machine did to its outputs
+   Operations dataflow;
+   TouchedVlans const* touched = nullptr; // by changes of the inputs
+   std::set<std::string> foreign;         // outputs that another writer changed
+   std::set<std::string> emptyLevels;     // outputs that had some before
+   bool hasStart = false;
+   bool hasInterimStates = false; // of what the machines act on
+};
 
 // A way to the same outputs that is not the same in both.
 struct ChangeDifference {
    Verify::ExpectedDifference const* reason; // null: one of the machines is wrong
-   uint16_t vlanId;                          // 0: of several VLANs, or of none
-   std::string text;                         // what each did, where there is no reason
-};
-
-// What lies between two comparisons.
-struct Span {
-   bool hasInterimStates = false; // of the inputs, which the machines acted on
-   bool isStatusAnother = false;  // that of "Vxlan1": it came, went or was replaced
-   std::set<std::string> emptyLevels = {}; // outputs that had such before it
+   std::string text;                         // what each did
 };
 
 // How the two ways differ, apart from what they did to the outputs of these keys, which
 // differed before or after.
-std::vector<ChangeDifference> changeDifferences(Operations const& reactor,
-                                                Operations const& dataflow,
-                                                std::set<std::string> const& differing,
-                                                Span const& span);
+std::vector<ChangeDifference> changeDifferences(Span const& span,
+                                                std::set<std::string> const& differing);
 
 } // namespace Agent

@@ -35,7 +35,9 @@ bool isUnexplained(OutputDifference const* difference) {
 }
 
 std::string plural(size_t count, std::string_view what) {
-   return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+   return what == "VLAN or interface" && count != 1
+             ? fmt::format("{} VLANs and interfaces", count)
+             : fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
 
 } // namespace
@@ -53,9 +55,9 @@ ComparisonText::ComparisonText(State const& reactor, State const& dataflow,
          add(key);
       }
    }
-   for (auto const& each : machines.outputs()) {
-      auto const vlanId = vlanOfKey(each.key);
-      auto& row = vlanId != 0 ? rows_[vlanId] : strangers_[nameInKey(each.key)];
+   for (auto const& [key, each] : machines.differences()) {
+      auto const vlanId = vlanOfKey(key);
+      auto& row = vlanId != 0 ? rows_[vlanId] : strangers_[nameInKey(key)];
       row.differences.push_back(&each);
    }
 }
@@ -146,14 +148,17 @@ std::string ComparisonText::table(Rows rows, bool colour) const {
 
 std::string ComparisonText::summary(size_t differing, size_t unexplained) const {
    size_t const all = rows_.size() + strangers_.size();
+   if (!machines_.isCompared()) {
+      return "  Not compared: a machine is stopped, or has work left.\n";
+   }
    if (all == 0) {
       return "  No VRF is mapped to an SBD VLAN.\n";
    }
+   std::string_view const what = strangers_.empty() ? "VLAN" : "VLAN or interface";
    if (differing == 0) {
-      return fmt::format("  The outputs are the same: {}.\n",
-                         plural(rows_.size(), "SBD VLAN"));
+      return fmt::format("  The outputs are the same: {}.\n", plural(all, what));
    }
-   return fmt::format("  {} of {} differ{}, {}.\n", differing, plural(all, "SBD VLAN"),
+   return fmt::format("  {} of {} differ{}, {}.\n", differing, plural(all, what),
                       differing == 1 ? "s" : "",
                       unexplained == 0
                          ? "for a known reason"
@@ -161,8 +166,9 @@ std::string ComparisonText::summary(size_t differing, size_t unexplained) const 
 }
 
 bool ComparisonText::isShown(Verify::ExpectedDifference const* reason) const {
-   return std::ranges::any_of(machines_.outputs(), [&](auto const& each) {
-      return std::ranges::find(each.reasons, reason) != each.reasons.end();
+   return std::ranges::any_of(machines_.differences(), [&](auto const& each) {
+      auto const& reasons = each.second.reasons;
+      return std::ranges::find(reasons, reason) != reasons.end();
    });
 }
 
@@ -186,13 +192,13 @@ std::string ComparisonText::json(Rows rows) const {
       document["dataflow"] = dataflow_.outputsToJson();
    }
    auto differences = ordered_json::array();
-   for (auto const& each : machines_.outputs()) {
+   for (auto const& [key, each] : machines_.differences()) {
       auto reasons = ordered_json::array();
       for (auto const* reason : each.reasons) {
          reasons.push_back({{"reason", reason->name}, {"message", reason->what}});
       }
-      differences.push_back({{"path", outputPathOf(each.key)},
-                             {"vlan", vlanOfKey(each.key)},
+      differences.push_back({{"path", outputPathOf(key)},
+                             {"vlan", vlanOfKey(key)},
                              {"reactor", textOrNull(each.reactor)},
                              {"dataflow", textOrNull(each.dataflow)},
                              {"explained", !each.reasons.empty()},

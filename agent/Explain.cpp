@@ -9,6 +9,7 @@
 #include "agent/verify/DataflowRule.h"
 #include "agent/verify/Outputs.h"
 #include "agent/verify/ReactorRule.h"
+#include "bridging/VlanId.h"
 
 #include <fmt/color.h>
 #include <fmt/format.h>
@@ -27,8 +28,10 @@ using nlohmann::ordered_json;
 using Verify::Machine;
 
 constexpr int kSchemaVersion = 1;
-constexpr size_t kWaysShown = 4;   // to people
-constexpr size_t kWaysListed = 64; // for programs
+constexpr size_t kWaysShown = 4;        // to people
+constexpr size_t kWaysListed = 64;      // for programs
+constexpr size_t kChangesListed = 4096; // in all these ways; one way is always whole
+constexpr size_t kChangesShown = 6;     // of one way, to people
 constexpr std::array kMachines{Machine::dataflow, Machine::reactor};
 
 // What one machine makes of one VLAN.
@@ -68,14 +71,26 @@ class Explainer {
             chosen.insert(vlanOfIntf(entry.key().stringValue()));
          }
       }
-      chosen.erase(0);
+      std::erase_if(chosen, [](uint16_t vlanId) { return !isVlan(vlanId); });
       return chosen;
+   }
+   // The VRFs that map to what is no VLAN, with the number.
+   std::map<std::string, uint16_t> outOfRange() const {
+      std::map<std::string, uint16_t> found;
+      for (auto const& [vlanId, vrfs] : vlans_.vrfs()) {
+         for (auto const& vrf : vrfs) {
+            if (!isVlan(vlanId) && isAskedFor(vrf.name)) {
+               found[vrf.name] = vlanId;
+            }
+         }
+      }
+      return found;
    }
    // The interfaces in the outputs that belong to no VLAN, with their addresses; none
    // if the options name what they ask for.
    std::map<std::string, std::string> strangers() const {
       std::map<std::string, std::string> strangers;
-      if (!options_.vlans.empty() || !options_.vrfs.empty()) {
+      if (!isAskedFor({})) {
          return strangers;
       }
       for (auto const& entry : state_.transitIntfColl->intf()) {
@@ -110,17 +125,30 @@ class Explainer {
               std::move(conditions),
               verdict,
               at(expected, intf),
-              smallestToEnable(facts, machine, known_,
-                               options_.json ? kWaysListed : kWaysShown),
+              smallestToEnable(facts, machine, known_, mostWays(facts)),
               toDisable(facts, machine, known_),
               at(expected, intf) == present(intf) &&
                  at(expected, join) == present(join)};
    }
 
  private:
+   // Without a name in the options, all are.
+   bool isAskedFor(std::string const& vrf) const {
+      return (options_.vlans.empty() && options_.vrfs.empty()) ||
+             std::ranges::find(options_.vrfs, vrf) != options_.vrfs.end();
+   }
+   static bool isVlan(uint16_t vlanId) {
+      return vlanId != 0 && vlanId <= Bridging::VlanId::kMax;
+   }
    static std::string at(Verify::Outputs const& outputs, std::string const& key) {
       auto const found = outputs.find(key);
       return found == outputs.end() ? "" : found->second;
+   }
+   // A way has a change for each VRF of the VLAN.
+   size_t mostWays(VlanFacts const& facts) const {
+      return options_.json ? std::clamp(kChangesListed / (facts.vrfs.size() + 1),
+                                        size_t{1}, kWaysListed)
+                           : kWaysShown;
    }
    uint16_t vlanOf(std::string const& vrf) const {
       auto const found = known_.all().find(vrf);
@@ -200,9 +228,14 @@ std::string jsonText(Explainer const& explainer) {
    for (auto const& [name, addr] : explainer.strangers()) {
       strangers.push_back({{"intf", name}, {"ipAddr", addr}});
    }
+   auto outOfRange = ordered_json::array();
+   for (auto const& [vrf, vlanId] : explainer.outOfRange()) {
+      outOfRange.push_back({{"vrf", vrf}, {"sbdVlan", vlanId}});
+   }
    return ordered_json{{"schemaVersion", kSchemaVersion},
                        {"vlans", std::move(list)},
-                       {"ofNoVlan", std::move(strangers)}}
+                       {"ofNoVlan", std::move(strangers)},
+                       {"outOfRange", std::move(outOfRange)}}
              .dump(2, ' ', false, ordered_json::error_handler_t::replace) +
           '\n';
 }
@@ -215,7 +248,14 @@ std::string joined(std::vector<std::string> const& parts, std::string_view betwe
 
 std::string wayText(Changes const& changes) {
    std::vector<std::string> texts;
-   std::ranges::transform(changes, std::back_inserter(texts), &Change::text);
+   size_t const shown =
+      changes.size() > kChangesShown ? kChangesShown - 1 : changes.size();
+   std::ranges::transform(changes.begin(),
+                          changes.begin() + static_cast<std::ptrdiff_t>(shown),
+                          std::back_inserter(texts), &Change::text);
+   if (shown != changes.size()) {
+      texts.push_back(fmt::format("{} more changes were made", changes.size() - shown));
+   }
    return joined(texts, " and ");
 }
 
@@ -355,6 +395,12 @@ std::string peopleText(Explainer const& explainer, bool colour) {
                      "which TransitIntfSm removes at its start, and TransitSm "
                      "never.\n",
                      nameForPeople(name), addr);
+   }
+   for (auto const& [vrf, vlanId] : explainer.outOfRange()) {
+      result +=
+         fmt::format("VRF {} maps to {}, which is no VLAN: no machine starts with "
+                     "that.\n",
+                     nameForPeople(vrf), vlanId);
    }
    for (auto const& name : explainer.unmapped()) {
       result += fmt::format("VRF {} maps to no SBD VLAN.\n", nameForPeople(name));

@@ -5,6 +5,7 @@
 #include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
 #include "agent/BadInput.h"
 #include "agent/JsonText.h"
+#include "agent/MachineNames.h"
 #include "pelk/Trace.h"
 #include "zin/Hash.h"
 #include "zin/Toggle.h"
@@ -76,14 +77,16 @@ Host::Host(Options const& options)
 Host::~Host() = default;
 
 void Host::start() {
+   ++starts_;
    if (verification_) {
       verification_->starting();
    }
    try {
       machine_ = std::make_unique<RunningMachine>(options_, state_, scheduler_);
    } catch (std::out_of_range const& error) {
-      throw InputError(std::string("the machine cannot be constructed: ") +
-                       error.what());
+      auto const name =
+         options_.both ? std::string(machineName(options_.machine)) : "the machine";
+      throw InputError(name + " cannot be constructed: " + error.what());
    }
 }
 
@@ -113,6 +116,7 @@ std::optional<Flags> Host::flags() const {
 }
 
 void Host::byAnotherWriterIs(bool is) {
+   isByAnotherWriter_ = is;
    if (verification_) {
       verification_->byAnotherWriterIs(is);
    }

@@ -36,6 +36,8 @@ class Host {
    bool isRunning() const noexcept { return machine_ != nullptr; }
    // Constructs the machine. Requires that none runs.
    void start();
+   // How often.
+   size_t starts() const noexcept { return starts_; }
    // The flags of the machine, if it is a dataflow machine.
    std::optional<Flags> flags() const;
    // Whether a machine runs and has nothing left to do.
@@ -52,6 +54,7 @@ class Host {
    Verify::Verifier& verifier() { return verification_.value().verifier(); }
    // What follows is written by another writer, or no more.
    void byAnotherWriterIs(bool is);
+   bool isByAnotherWriter() const noexcept { return isByAnotherWriter_; }
    // Tells what the comparisons showed, if there are any; the number of errors.
    size_t verified() const;
 
@@ -72,6 +75,8 @@ class Host {
    State state_;
    std::optional<Verification> verification_;
    std::unique_ptr<RunningMachine> machine_;
+   size_t starts_ = 0;
+   bool isByAnotherWriter_ = false;
 };
 
 // Publishes the document of the options, if they name one, in each of the hosts.

@@ -13,6 +13,14 @@ using nlohmann::ordered_json;
 Lane::Lane(Options const& options, std::string_view sm)
    : options_(options), sm_(sm), host_(options_) {}
 
+// What the machine traces while it goes is this lane's.
+Lane::~Lane() {
+   if (records_) {
+      records_->takeTrace();
+   }
+   host_.stop();
+}
+
 void Lane::begin(bool isStopped) {
    records_.emplace(host_.state(), stdout, sm_);
    if (!isStopped) {

@@ -26,6 +26,7 @@ class Lane final : private Patch::Observer {
    Lane(Options const& options, std::string_view sm);
    Lane(Lane const&) = delete;
    Lane& operator=(Lane const&) = delete;
+   ~Lane();
 
    Host& host() noexcept { return host_; }
 

@@ -36,7 +36,7 @@ std::string section(std::string_view title, std::string const& body) {
    return body.empty() ? "" : fmt::format("{}\n{}\n", title, body);
 }
 
-// Paragraphs are filled; lines that begin with a blank stand as they are.
+// Paragraphs are filled; lines that begin with a blank are not.
 std::string prose(std::string_view text) {
    std::string result;
    std::string paragraph;
@@ -82,10 +82,10 @@ std::string optionName(CLI::Option const& option) {
    if (option.get_positional()) {
       return option.get_name(true);
    }
-   auto name = option.get_name(false, true);
-   std::ranges::replace(name, ',', ' ');
-   if (name.starts_with("-h ")) {
-      name = "-h, --help";
+   auto name = option.get_name(false, true); // "-h,--help"
+   for (auto comma = name.find(','); comma != std::string::npos;
+        comma = name.find(',', comma + 1)) {
+      name.insert(comma + 1, " ");
    }
    if (option.get_expected_max() != 0 && !type.empty()) {
       name += ' ' + type;

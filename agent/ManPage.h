@@ -9,7 +9,7 @@
 namespace Agent {
 
 // What the help on a command says besides its options. Paragraphs end with an empty
-// line; a line that begins with a blank stands as it is.
+// line and are filled; a line that begins with a blank is not.
 struct ManPage {
    std::string_view description;
    std::string_view exitStatus;

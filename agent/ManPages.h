@@ -10,13 +10,14 @@ inline constexpr char const* kFineOrBad =
    "  2   bad usage or bad input; nothing was published\n";
 
 inline constexpr ManPage kProgram{
-   R"(For each SBD VLAN of a transit VRF the agent works out the routed VLAN interface, the
-VTEP address that multicast is sourced from, and the wildcard join that makes the switch
-forward there, as a leaf switch in an EVPN multicast deployment over VXLAN does.
+   R"(For each SBD VLAN of a transit VRF the agent works out the routed VLAN
+interface, the VTEP address that multicast is sourced from, and the wildcard join
+that makes the switch forward there, as a leaf switch in an EVPN multicast
+deployment over VXLAN does.
 
-The state is one JSON document, and every change is JSON Patch (RFC 6902), in and out.
-Results go to standard output, everything else to standard error. Colours and a progress
-bar are for terminals, and not shown when NO_COLOR is set.
+The state is one JSON document, and every change is JSON Patch (RFC 6902), in and
+out. Results go to standard output, everything else to standard error. Colours and a
+progress bar are for terminals, and not shown when NO_COLOR is set.
 )",
    R"(  0   fine
   1   a test in the events did not hold (replay)
@@ -36,10 +37,11 @@ bar are for terminals, and not shown when NO_COLOR is set.
 )"};
 
 inline constexpr ManPage kRun{
-   R"(Publishes STATE, runs the machine until it is idle, prints the outputs and ends.
+   R"(Publishes STATE, runs the machine until it is idle, prints the outputs and
+ends.
 
-STATE is one JSON document. Comments are allowed, and what is left out stands with its
-default:
+STATE is one JSON document. Comments are allowed, and what is left out stands with
+its default:
 
   { "mcastEvpnConfig": { "transitVrf": ["red"] },
     "vtiStatusDir": { "vtiStatus": { "Vxlan1": {
@@ -48,8 +50,8 @@ default:
     "mlagStatus": { "mlagState": "active" },
     "pegVlanStatus": { "pegVlan": [10] } }
 
-Outputs that STATE holds (transitIntfColl, membershipJoinStatus) are what an earlier run
-left behind: the dataflow machine keeps what is right, and removes the rest.
+Outputs that STATE holds (transitIntfColl, membershipJoinStatus) are what an earlier
+run left behind: the dataflow machine keeps what is right, and removes the rest.
 )",
    R"(  0   fine
   2   bad usage or bad input; nothing was published
@@ -62,20 +64,22 @@ left behind: the dataflow machine keeps what is right, and removes the rest.
 )"};
 
 inline constexpr ManPage kReplay{
-   R"(Applies the changes in EVENTS line by line, and prints each change that a machine makes
-to its outputs as one JSON Patch operation, in the order in which things happen.
+   R"(Applies the changes in EVENTS line by line, and prints each change that a
+machine makes to its outputs as one JSON Patch operation, in the order in which
+things happen.
 
-EVENTS holds one JSON value a line; blank lines and lines that start with # are skipped:
+EVENTS holds one JSON value a line; blank lines and lines that start with # are
+skipped:
 
   {"op":"add","path":"/mcastEvpnConfig/transitVrf/red","value":{}}
-  {"op":"test","path":"/transitIntfColl/intf/Vlan10/ipAddr","value":"10.0.0.1"}
+  {"op":"test","path":"/mlagStatus/mlagState","value":3}
   {"host":"restart"}
 
-Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain, slice (with
-"count"), stop, start, restart, flag (with "want" and "value").
+Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain, slice
+(with "count"), stop, start, restart, flag (with "want" and "value").
 
-With --sm both each record says which machine it is of ("sm"), and the table of the end,
-side by side, goes to standard error.
+With --sm both each record says which machine it is of ("sm"), and the table of the
+end, side by side, goes to standard error.
 )",
    R"(  0   fine
   1   a test or a flag in EVENTS did not hold
@@ -91,9 +95,9 @@ side by side, goes to standard error.
 )"};
 
 inline constexpr ManPage kExplain{
-   R"(Prints one block a VLAN: the conditions that do not hold first; what either machine makes
-of it, with the fewest changes that would turn that; and what the outputs in STATE hold
-for it. No machine runs.
+   R"(Prints one block a VLAN: the conditions that do not hold first; what either
+machine makes of it, with the fewest changes that would turn that; and what the
+outputs in STATE hold for it. No machine runs.
 )",
    kFineOrBad,
    R"(  mcastvpn-agent explain --vlan 3302 examples/leaf-pair.jsonc
@@ -101,9 +105,9 @@ for it. No machine runs.
 )"};
 
 inline constexpr ManPage kPlan{
-   R"(Starts the machine over the outputs in STATE, in this process, and lists each entry with
-what becomes of it, and why: keep, rewrite, add or delete. Nothing outside this process is
-changed. STATE is what "help run" describes.
+   R"(Starts the machine over the outputs in STATE, in this process, and lists each
+entry with what becomes of it, and why: keep, rewrite, add or delete. Nothing
+outside this process is changed. STATE is what "help run" describes.
 )",
    R"(  0   nothing would change
   2   bad usage or bad input
@@ -117,9 +121,9 @@ changed. STATE is what "help run" describes.
 )"};
 
 inline constexpr ManPage kCompare{
-   R"(Starts TransitSm and TransitIntfSm over the inputs in STATE, each over a copy of its own of
-the outputs there, and prints the outputs that differ, with the reason. docs/TwoMachines.md
-lists the reasons.
+   R"(Starts TransitSm and TransitIntfSm over the inputs in STATE, each over a copy
+of its own of the outputs there, and prints the outputs that differ, with the
+reason. docs/TwoMachines.md lists the reasons.
 )",
    R"(  0   every difference has a reason that is known
   2   bad usage or bad input
@@ -132,8 +136,8 @@ lists the reasons.
 )"};
 
 inline constexpr ManPage kGraph{
-   R"(Prints the pipeline of the dataflow machine: its inputs, streams and outputs, and every
-edge between them.
+   R"(Prints the pipeline of the dataflow machine: its inputs, streams and outputs,
+and every edge between them.
 )",
    kFineOrBad,
    R"(  mcastvpn-agent graph | dot -Tsvg >pipeline.svg

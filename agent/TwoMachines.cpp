@@ -6,7 +6,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <set>
 #include <utility>
@@ -15,26 +14,40 @@ namespace Agent {
 
 namespace {
 
-OutputsRecorder recorderInto(Operations& operations, Host& host) {
-   return {host.state(),
-           [&operations](auto const& each) { operations.push_back(each); }};
-}
-
-Pelk::Ptr<Vxlan::VtiStatus> statusOf(Host& host) {
-   return host.state().vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1"));
+std::set<std::string> emptyLevelsOf(Verify::Outputs const& outputs,
+                                    Verify::Outputs const& withoutEmpty) {
+   std::set<std::string> keys;
+   for (auto const& [key, text] : outputs) {
+      if (Verify::standsAt(withoutEmpty, key) != text) {
+         keys.insert(key);
+      }
+   }
+   return keys;
 }
 
 std::set<std::string> emptyLevelsOf(State const& state) {
    auto const& coll = *state.transitIntfColl;
    auto const& joins = *state.membershipJoinStatus;
-   auto const without = Verify::outputsOf(coll, joins, Verify::EmptyLevels::leftOut);
-   std::set<std::string> keys;
-   for (auto const& [key, text] : Verify::outputsOf(coll, joins)) {
-      if (Verify::standsAt(without, key) != text) {
-         keys.insert(key);
+   return emptyLevelsOf(Verify::outputsOf(coll, joins),
+                        Verify::outputsOf(coll, joins, Verify::EmptyLevels::leftOut));
+}
+
+Verify::Outputs outputsOf(State const& state) {
+   return Verify::outputsOf(*state.transitIntfColl, *state.membershipJoinStatus);
+}
+
+std::set<std::string> differingKeys(State const& one, State const& other) {
+   auto const ofOne = outputsOf(one);
+   auto const ofOther = outputsOf(other);
+   auto keys = ofOne;
+   keys.insert(ofOther.begin(), ofOther.end());
+   std::set<std::string> differing;
+   for (auto const& [key, text] : keys) {
+      if (Verify::standsAt(ofOne, key) != Verify::standsAt(ofOther, key)) {
+         differing.insert(key);
       }
    }
-   return keys;
+   return differing;
 }
 
 std::string textOf(OutputDifference const& difference) {
@@ -47,61 +60,80 @@ std::string textOf(OutputDifference const& difference) {
 
 TwoMachines::TwoMachines(Host& reactor, Host& dataflow, Options const& options)
    : reactor_(reactor), dataflow_(dataflow), options_(options),
-     recorders_{recorderInto(operations_[0], reactor),
-                recorderInto(operations_[1], dataflow)} {
-   for (auto const& member : dataflow.state().members()) {
-      if (!member.isOutput) {
-         inputRecorders_.push_back(std::make_unique<OutputRecorder>(
-            member.name, member.entity, [this](auto const&) { ++inputChanges_; }));
-      }
-   }
+     touched_(dataflow.state()), reactorsRecorder_(recorderOf(reactor, &Span::reactor)),
+     dataflowsRecorder_(recorderOf(dataflow, &Span::dataflow)) {
+   span_.touched = &touched_;
    beginSpan();
+   span_.emptyLevels = emptyLevelsOf(dataflow.state());
+}
+
+// What another writer does is done to both, and is kept apart.
+OutputsRecorder TwoMachines::recorderOf(Host& host, Operations Span::* operations) {
+   return {host.state(), [this, &host, operations](auto const& operation) {
+              if (host.isByAnotherWriter()) {
+                 ++foreignWrites_;
+                 span_.foreign.insert(
+                    outputKeyOf(operation.at("path").template get<std::string>()));
+              } else {
+                 (span_.*operations).push_back(operation);
+              }
+           }};
 }
 
 void TwoMachines::beginSpan() {
-   operations_ = {};
-   inputChanges_ = 0;
-   writes_ = 0;
+   span_.reactor.clear();
+   span_.dataflow.clear();
+   span_.foreign.clear();
+   touched_.forget();
+   foreignWrites_ = 0;
    wasBusy_ = false;
-   status_ = statusOf(dataflow_);
-   emptyLevels_ = emptyLevelsOf(dataflow_.state());
+   starts_ = dataflow_.starts();
 }
 
-Span TwoMachines::span() const {
-   return {wasBusy_ || inputChanges_ > 1 || writes_ > 1, status_ != statusOf(dataflow_),
-           emptyLevels_};
+bool TwoMachines::hasAnythingChanged() const {
+   return touched_.changes() + foreignWrites_ != 0 || !span_.reactor.empty() ||
+          !span_.dataflow.empty() || starts_ != dataflow_.starts();
 }
 
-void TwoMachines::compare(std::string const& where, size_t writes) {
-   writes_ += writes;
-   if (!reactor_.isIdle() || !dataflow_.isIdle()) {
-      wasBusy_ = dataflow_.isRunning();
-      if (!wasBusy_) { // machines that do not run act on nothing
-         inputChanges_ = 0;
-         writes_ = 0;
-      }
-      return;
+void TwoMachines::compare(std::string const& where) {
+   if (!reactor_.isRunning() || !dataflow_.isRunning()) {
+      // Machines that do not run act on nothing.
+      isCompared_ = false;
+      differences_.clear();
+      beginSpan();
+      span_.emptyLevels = emptyLevelsOf(dataflow_.state());
+      differed_ = differingKeys(reactor_.state(), dataflow_.state());
+   } else if (!dataflow_.isIdle()) {
+      isCompared_ = false;
+      wasBusy_ = true;
+   } else if (!isCompared_ || hasAnythingChanged()) {
+      compareNow(where);
    }
-   auto const before =
-      std::exchange(outputs_, outputDifferences(reactor_, dataflow_, options_));
-   std::set<std::string> differing;
-   for (auto const& each : before) {
-      differing.insert(each.key);
-   }
-   for (auto const& each : outputs_) {
-      differing.insert(each.key);
-      if (std::ranges::find(before, each) != before.end()) {
+}
+
+void TwoMachines::compareNow(std::string const& where) {
+   auto now = compareOutputs(reactor_, dataflow_, options_);
+   auto const before = std::exchange(differences_, std::move(now.differences));
+   isCompared_ = true;
+   auto differing = std::exchange(differed_, {});
+   for (auto const& [key, difference] : differences_) {
+      differing.insert(key);
+      differed_.insert(key);
+      auto const known = before.find(key);
+      if (known != before.end() && known->second == difference) {
          continue;
       }
-      if (each.reasons.empty()) {
-         complain(where, textOf(each));
+      if (difference.reasons.empty()) {
+         complain(where, textOf(difference));
       }
-      for (auto const* const reason : each.reasons) {
+      for (auto const* const reason : difference.reasons) {
          ++times_[reason];
       }
    }
-   for (auto const& each :
-        changeDifferences(operations_[0], operations_[1], differing, span())) {
+   span_.hasStart = starts_ != dataflow_.starts();
+   span_.hasInterimStates =
+      wasBusy_ || touched_.changes() + (foreignWrites_ != 0 ? 1 : 0) > 1;
+   for (auto const& each : changeDifferences(span_, differing)) {
       if (each.reason == nullptr) {
          complain(where, each.text);
       } else {
@@ -109,6 +141,7 @@ void TwoMachines::compare(std::string const& where, size_t writes) {
       }
    }
    beginSpan();
+   span_.emptyLevels = emptyLevelsOf(now.dataflow.is, now.dataflow.withoutEmpty);
 }
 
 void TwoMachines::complain(std::string const& where, std::string const& what) {

@@ -63,8 +63,8 @@ inline constexpr ExpectedDifference kStaleEntry{
    "StaleEntry",
    In::outputs,
    "another writer's; TransitSm leaves it",
-   "what another writer or an earlier run left on a VLAN that is no transit VLAN stays "
-   "with TransitSm; TransitIntfSm removes it at its start",
+   "what another writer or an earlier run left on a VLAN that is no transit VLAN, or on "
+   "none, stays with TransitSm; TransitIntfSm removes it at its start",
    "TransitSm's start removes nothing that its tables do not lead it to",
    {},
    &Path::kForeignEntry};
@@ -109,8 +109,8 @@ inline constexpr ExpectedDifference kVxlan1Removed{
    In::outputs,
    "\"Vxlan1\" is gone; TransitIntfSm keeps the interface",
    "when the status of \"Vxlan1\" goes, TransitSm withdraws interface and join; "
-   "TransitIntfSm withdraws the join, and the interface at its next start, or when the "
-   "VLAN is evaluated with a new status",
+   "TransitIntfSm withdraws the join, and the interface at its next start, or when "
+   "the VLAN is evaluated with a new status",
    "an evaluation of TransitIntfSm without that status ends before the interface",
    {},
    &Path::kStatusGone};
@@ -123,8 +123,7 @@ inline constexpr ExpectedDifference kOrderInVlan{
 inline constexpr ExpectedDifference kLevelByLevel{
    "LevelByLevel", In::changes, "join withdrawn level by level",
    "TransitSm withdraws a join by removing its VLAN; TransitIntfSm removes the leaf, "
-   "and "
-   "then each level that this has emptied",
+   "and then each level that this has emptied",
    "TransitIntfSm owns leaves, and shares the levels above them with other writers"};
 inline constexpr ExpectedDifference kOrderOfVlans{
    "OrderOfVlans", In::changes, "another order of VLANs",
@@ -133,21 +132,16 @@ inline constexpr ExpectedDifference kOrderOfVlans{
 inline constexpr ExpectedDifference kStatusVrfByVrf{
    "StatusVrfByVrf", In::changes, "a status read VRF by VRF",
    "when a status of \"Vxlan1\" comes, goes, or takes the place of another, "
-   "TransitIntfSm "
-   "acts on its VRFs one after the other: an output that the next status leads to as "
-   "well "
-   "goes and comes again, and a VLAN that VRFs share is enabled while a transit VRF is "
-   "the only one on it",
+   "TransitIntfSm acts on its VRFs one after the other: an output that the next "
+   "status leads to as well goes and comes again, and a VLAN that VRFs share is "
+   "enabled while a transit VRF is the only one on it",
    "it has a machine for each status, which hands on VRF by VRF; TransitSm evaluates "
-   "each "
-   "VLAN with the status as it is then"};
+   "each VLAN with the status as it is then"};
 inline constexpr ExpectedDifference kEmptyLevelPruned{
    "EmptyLevelPruned", In::changes, "an empty level pruned first",
    "where another writer left an empty level of the membership tree on a VLAN that "
-   "comes "
-   "to be enabled, TransitIntfSm removes it before it writes its join; TransitSm "
-   "writes "
-   "into it",
+   "comes to be enabled, TransitIntfSm removes it before it writes its join; "
+   "TransitSm writes into it",
    "an evaluation of TransitIntfSm withdraws what was before it decides anew, and "
    "prunes"};
 inline constexpr ExpectedDifference kInterimStates{

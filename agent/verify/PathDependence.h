@@ -34,8 +34,7 @@ namespace Path {
 inline constexpr PathDependence kForeignEntry{
    "foreign entry", PathDependence::Of::reactor,
    "what another writer left on a VLAN that is no transit VLAN stays until that VLAN "
-   "is "
-   "evaluated; an interface of it follows the address meanwhile",
+   "is evaluated; an interface of it follows the address meanwhile",
    "the start removes nothing"};
 inline constexpr PathDependence kForeignLeaf{
    "foreign leaf", PathDependence::Of::reactor,
@@ -45,8 +44,7 @@ inline constexpr PathDependence kForeignLeaf{
 inline constexpr PathDependence kLateEntry{
    "late entry", PathDependence::Of::dataflow,
    "what another writer puts into the outputs after they were reconciled stays until "
-   "the "
-   "machine writes or withdraws that very entry, or until the next start",
+   "the machine writes or withdraws that very entry, or until the next start",
    "outputs are walked at the start only"};
 inline constexpr PathDependence kEmptyLevel{
    "empty level", PathDependence::Of::dataflow,
@@ -61,14 +59,13 @@ inline constexpr PathDependence kTakenAway{
 inline constexpr PathDependence kStatusGone{
    "status gone", PathDependence::Of::dataflow,
    "when the status of \"Vxlan1\" goes, the joins are withdrawn and the interfaces "
-   "stay, "
-   "until their VLAN is evaluated again with a \"Vxlan1\", or until a restart",
+   "stay, until their VLAN is evaluated again with a \"Vxlan1\", or until a restart",
    "an evaluation without that status ends before the interface"};
 inline constexpr PathDependence kNotListening{
    "not listening", PathDependence::Of::both,
    "changes of inputs made while notifications are off (for the reactor's "
-   "configuration "
-   "and MLAG state: also those made from inside the constructor) are not caught up",
+   "configuration and MLAG state: also those made from inside the constructor) are "
+   "not caught up",
    "switching on evaluates nothing"};
 inline constexpr PathDependence kDropped{
    "dropped midway", PathDependence::Of::both,
@@ -77,8 +74,7 @@ inline constexpr PathDependence kDropped{
 inline constexpr PathDependence kOnlyChanged{
    "only what changed", PathDependence::Of::both,
    "a decision or table entry that the host wrote itself stays until a change names "
-   "its "
-   "VLAN",
+   "its VLAN",
    "nothing else is evaluated"};
 
 inline constexpr std::array kAll = {kForeignEntry, kForeignLeaf, kLateEntry,

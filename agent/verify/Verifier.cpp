@@ -16,8 +16,9 @@ bool isJoin(std::string const& key) {
    return key.starts_with("join ");
 }
 
+// Whether the part is one of those that the text of a join lists.
 bool contains(std::string const& text, std::string const& part) {
-   return text.find(part) != std::string::npos;
+   return ("; " + text + "; ").find("; " + part + "; ") != std::string::npos;
 }
 
 } // namespace
@@ -58,10 +59,11 @@ void Verifier::markStart() {
       }
       return;
    }
+   auto const mapped = this->mapped();
    for (auto const& [key, text] : outputs) {
       bool const isWritten = subject_.af == Lidra::AddressFamily::ipv4 &&
                              (subject_.joinsEnabled || !isJoin(key));
-      marks_[key] = kStood | (isWritten && isMapped(key) ? 0U : kNotStarted);
+      marks_[key] = kStood | (isWritten && mapped.contains(key) ? 0U : kNotStarted);
    }
 }
 
@@ -79,14 +81,21 @@ void Verifier::statusChanged(Pelk::Publisher*, Pelk::Subscriber*, int16_t attrib
    status_ = status;
 }
 
-// Whether the status of "Vxlan1" maps a VRF to the VLAN that the key names.
-bool Verifier::isMapped(std::string const& key) const {
-   return status_ &&
-          std::ranges::any_of(status_->vrfToSBDVlan(), [&](auto const& mapped) {
-             auto const vlanId = mapped.value().value();
-             return vlanId != 0 && (key == joinKey(vlanId) ||
-                                    key == intfKey("Vlan" + std::to_string(vlanId)));
-          });
+// The keys of all outputs of the VLANs that the status of "Vxlan1" maps a VRF to.
+std::set<std::string> Verifier::mapped() const {
+   std::set<uint16_t> vlans;
+   if (status_) {
+      for (auto const& entry : status_->vrfToSBDVlan()) {
+         vlans.insert(entry.value().value());
+      }
+   }
+   vlans.erase(0);
+   std::set<std::string> keys;
+   for (auto const vlanId : vlans) {
+      keys.insert(joinKey(vlanId));
+      keys.insert(intfKey("Vlan" + std::to_string(vlanId)));
+   }
+   return keys;
 }
 
 PathDependence const* Verifier::reactorExcuseOf(Difference const& difference,
@@ -101,7 +110,8 @@ PathDependence const* Verifier::reactorExcuseOf(Difference const& difference,
 }
 
 PathDependence const* Verifier::excuseOf(Difference const& difference, unsigned marks,
-                                         Outputs const& withoutEmpty) const {
+                                         Outputs const& withoutEmpty,
+                                         std::set<std::string> const& mapped) const {
    if (subject_.machine == Machine::reactor) {
       return reactorExcuseOf(difference, marks);
    }
@@ -110,7 +120,7 @@ PathDependence const* Verifier::excuseOf(Difference const& difference, unsigned 
       return &Path::kEmptyLevel;
    }
    if ((marks & kGone) != 0 && difference.should == kNothing &&
-       !isMapped(difference.key)) {
+       !mapped.contains(difference.key)) {
       return &Path::kStatusGone;
    }
    if ((marks & kWritten) == 0) {
@@ -122,26 +132,28 @@ PathDependence const* Verifier::excuseOf(Difference const& difference, unsigned 
    return isMore ? &Path::kLateEntry : &Path::kTakenAway;
 }
 
-std::vector<Difference> Verifier::differences() {
-   auto const should = expected();
-   auto const is = outputsOf(*subject_.coll, *subject_.joins);
-   auto const withoutEmpty =
-      outputsOf(*subject_.coll, *subject_.joins, EmptyLevels::leftOut);
-   Outputs keys = should;
-   keys.insert(is.begin(), is.end());
-   std::vector<Difference> found;
+Verifier::Findings Verifier::findings() {
+   Findings found{expected(),
+                  outputsOf(*subject_.coll, *subject_.joins),
+                  outputsOf(*subject_.coll, *subject_.joins, EmptyLevels::leftOut),
+                  {}};
+   auto const mapped = this->mapped();
+   Outputs keys = found.should;
+   keys.insert(found.is.begin(), found.is.end());
    decltype(marks_) marks;
    for (auto const& [key, text] : keys) {
-      Difference difference{key, standsAt(should, key), standsAt(is, key), nullptr};
+      Difference difference{key, standsAt(found.should, key), standsAt(found.is, key),
+                            nullptr};
       if (difference.should == difference.is) {
          continue;
       }
       auto const marked = marks_.find(key);
       if (marked != marks_.end()) {
          marks.insert(*marked);
-         difference.excuse = excuseOf(difference, marked->second, withoutEmpty);
+         difference.excuse =
+            excuseOf(difference, marked->second, found.withoutEmpty, mapped);
       }
-      found.push_back(std::move(difference));
+      found.differences.push_back(std::move(difference));
    }
    marks_ = std::move(marks);
    return found;

@@ -6,6 +6,7 @@
 #include "pelk/Subscription.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,8 +45,17 @@ class Verifier {
    // Another writer changed the output of this key.
    void written(std::string const& key) { marks_[key] |= kWritten; }
 
-   // The differences of now, by key. Requires that the machine is running and idle.
-   std::vector<Difference> differences();
+   // What should stand there by the plain rule, what stands there (with and without the
+   // levels that are empty), and the differences of now, by key. Requires that the
+   // machine is running and idle.
+   struct Findings {
+      Outputs should;
+      Outputs is;
+      Outputs withoutEmpty;
+      std::vector<Difference> differences;
+   };
+   Findings findings();
+   std::vector<Difference> differences() { return findings().differences; }
 
    // The plain rule's outputs.
    Outputs expected() const;
@@ -64,9 +74,10 @@ class Verifier {
    void markStart();
    void statusChanged(Pelk::Publisher*, Pelk::Subscriber*, int16_t attributeId,
                       void const* key, void const* value) noexcept;
-   bool isMapped(std::string const& key) const;
+   std::set<std::string> mapped() const;
    PathDependence const* excuseOf(Difference const& difference, unsigned marks,
-                                  Outputs const& withoutEmpty) const;
+                                  Outputs const& withoutEmpty,
+                                  std::set<std::string> const& mapped) const;
    PathDependence const* reactorExcuseOf(Difference const& difference,
                                          unsigned marks) const;
 

@@ -81,7 +81,7 @@ TEST_F(Compare, ShowsOnlyWhatDiffersAndWhy) {
          "      3302  initech-cctv*, initech-print  10.255.1.100, join  -              "
          "shared by VRFs; no PEG VLAN\n"
          "\n"
-         "  2 of 13 SBD VLANs differ, for a known reason.\n"
+         "  2 of 13 VLANs differ, for a known reason.\n"
          "  On the way:\n"));
 }
 
@@ -91,7 +91,7 @@ TEST_F(Compare, SaysWhenTheOutputsAreTheSame) {
    EXPECT_EQ(same.out, "TransitSm and TransitIntfSm over " +
                           folder_.file("state.json") +
                           " (ipv4)\n\n"
-                          "  The outputs are the same: 1 SBD VLAN.\n"
+                          "  The outputs are the same: 1 VLAN.\n"
                           "  On the way:\n"
                           "     1 x  interface or join first\n");
    EXPECT_THAT(compare("{}").out, EndsWith("  No VRF is mapped to an SBD VLAN.\n"));
@@ -108,7 +108,7 @@ TEST_F(Compare, ForProgramsNamesEachReason) {
                               "reactor": "10.0.0.9", "dataflow": null,
                               "explained": true,
                               "reasons": [{"reason": "StaleEntry", "message":
-                                "what another writer or an earlier run left on a VLAN that is no transit VLAN stays with TransitSm; TransitIntfSm removes it at its start"}]}])"));
+                                "what another writer or an earlier run left on a VLAN that is no transit VLAN, or on none, stays with TransitSm; TransitIntfSm removes it at its start"}]}])"));
    // Of VLAN 20; the order of two tasks, and so this, is not the same in each run.
    for (auto const& each : document["onTheWay"]) {
       EXPECT_EQ(each["reason"], "OrderInVlan");
@@ -132,8 +132,7 @@ TEST_F(Compare, OfARunWithBothMachinesShowsAllThatTheyWrote) {
    EXPECT_EQ(table.status, 0);
    EXPECT_THAT(table.out, ContainsRegex("\n +3101  acme-prod\\* +10.255.1.100, join  "
                                         "10.255.1.100, join\n"));
-   EXPECT_THAT(table.out,
-               HasSubstr("  2 of 13 SBD VLANs differ, for a known reason.\n"));
+   EXPECT_THAT(table.out, HasSubstr("  2 of 13 VLANs differ, for a known reason.\n"));
 }
 
 TEST_F(Compare, ShowsWhatBelongsToNoVlan) {
@@ -142,8 +141,9 @@ TEST_F(Compare, ShowsWhatBelongsToNoVlan) {
                   "membershipJoinStatus": {"vlan": {"77": {"routerIntf": ["Et3"]}}}})");
    EXPECT_THAT(outcome.out, ContainsRegex("\n  Ethernet 1  - +10.9.9.9 +- +"));
    EXPECT_THAT(outcome.out, ContainsRegex("\n +77  - +only router Et3 +- +"));
-   EXPECT_THAT(outcome.out,
-               HasSubstr("  2 of 2 SBD VLANs differ, for a known reason.\n"));
+   EXPECT_THAT(
+      outcome.out,
+      HasSubstr("  2 of 2 VLANs and interfaces differ, for a known reason.\n"));
 }
 
 TEST_F(Compare, IsNotForPlan) {
@@ -226,35 +226,92 @@ TEST_F(Compare, WaitsUntilBothMachinesAreIdle) {
                  "\n",
                  {"--manual", "--slice-items", "1", "--verify"});
    EXPECT_EQ(outcome.status, 0) << outcome.err;
-   EXPECT_THAT(outcome.err, HasSubstr("  The outputs are the same: 1 SBD VLAN.\n"));
+   EXPECT_THAT(outcome.err, HasSubstr("  The outputs are the same: 1 VLAN.\n"));
    EXPECT_THAT(outcome.err, HasSubstr("--verify: TransitSm: 3 comparisons, 0 errors"));
    EXPECT_THAT(outcome.err,
                HasSubstr("--verify: TransitIntfSm: 1 comparison, 0 errors"));
 }
 
+TEST_F(Compare, DoesNotSayThatOutputsAreTheSameWhichItDidNotCompare) {
+   auto const events =
+      std::string(R"({"op":"add","path":"/pegVlanStatus/pegVlan/11","value":{}})") +
+      "\n";
+   for (auto const& outcome :
+        {replayBoth(kRedOnVlan10, events, {"--manual", "--slice-items", "1"}),
+         replayBoth(kRedOnVlan10, events + R"({"host":"stop"})"
+                                           "\n")}) {
+      EXPECT_EQ(outcome.status, 0);
+      EXPECT_THAT(
+         outcome.err,
+         HasSubstr("  Not compared: a machine is stopped, or has work left.\n"));
+      EXPECT_THAT(outcome.err, Not(HasSubstr("the same")));
+   }
+}
+
+TEST_F(Compare, KnowsNothingOfTheTimeBeforeAStop) {
+   // Stopped while it was busy, with other inputs when it starts again.
+   auto const outcome = replayBoth(
+      R"({"mcastEvpnConfig": {"transitVrf": ["b", "d", "e", "f"]},
+          "vtiStatusDir": {"vtiStatus": {"Vxlan1": {"vrfToSBDVlan": {"e": 12, "c": 11}}}},
+          "mlagStatus": {"mlagState": 3}, "pegVlanStatus": {"pegVlan": [10, 11, 12]}})",
+      R"({"op":"add","path":"/pegVlanStatus/pegVlan/13","value":{}}
+{"host":"stop"}
+[{"op":"add","path":"/mcastEvpnConfig/transitVrf","value":{"c":{},"f":{}}},{"op":"add","path":"/mlagStatus/mlagState","value":4}]
+{"op":"add","path":"/vtiStatusDir/vtiStatus","value":{"Vxlan1":{"vrfToSBDVlan":{}}}}
+{"host":"start"}
+{"host":"drain"}
+)",
+      {"--manual", "--slice-items", "1"});
+   EXPECT_EQ(outcome.status, 0) << outcome.err;
+}
+
+TEST_F(Compare, TagsTheTraceOfAMachineThatGoesWithItsOwnName) {
+   auto const outcome = replayBoth(kRedOnVlan10,
+                                   R"({"host":"slice"})"
+                                   "\n",
+                                   {"--trace", "all"});
+   EXPECT_EQ(outcome.status, 2); // a slice line without a count
+   auto const ofReactor = recordsOf(outcome.out, "reactor");
+   EXPECT_THAT(ofReactor, HasSubstr("\"trace\""));
+   EXPECT_THAT(ofReactor, Not(HasSubstr("TransitIntfSm")));
+}
+
 TEST_F(Compare, FindsNoDifferenceWithoutAReasonAtRandom) {
+   std::string met;
    for (uint32_t seed = 1; seed <= 200; ++seed) {
       SCOPED_TRACE(seed);
       auto const document = RandomDocument(seed).make();
       RandomEvents random(seed, document);
       random.foreignWritesAre(seed % 2 == 0);
       bool const together = seed % 3 == 0;
+      bool const byHand = seed % 4 == 0;
       std::string events;
+      auto const add = [&](json const& event) { events += event.dump() + '\n'; };
       for (int left = 40; left != 0; --left) {
-         auto event = random.next();
-         if (together && event.contains("op")) {
-            auto const second = random.next();
-            if (second.contains("op")) {
-               event = json::array({event, second});
-            } else {
-               events += event.dump() + '\n';
-               event = second;
-            }
+         auto const event = random.next();
+         auto const second = together ? random.next() : json({{"host", "restart"}});
+         if (event.contains("op") && second.contains("op")) {
+            add(json::array({event, second}));
+            continue;
          }
-         events += event.dump() + '\n';
+         add(event);
+         if (together) {
+            add(second);
+         }
+         if (byHand && left % 3 == 0) {
+            add({{"host", "slice"}, {"count", left % 5}});
+         }
+         if (left % 13 == 0) {
+            add({{"host", "stop"}});
+            add(random.nextOperation());
+            add({{"host", "start"}});
+         }
       }
       std::vector<std::string> options{"--verify", "--seed", std::to_string(seed),
                                        "--slice-items", "3"};
+      if (byHand) {
+         options.emplace_back("--manual");
+      }
       if (seed % 5 == 0) {
          options.insert(options.end(), {"--af", "ipv6"});
       }
@@ -264,10 +321,14 @@ TEST_F(Compare, FindsNoDifferenceWithoutAReasonAtRandom) {
       auto const outcome = replayBoth(document.dump(), events, options);
       ASSERT_EQ(outcome.status, 0) << outcome.err << document.dump() << "\n" << events;
       // Between single changes there is no state that one of them alone saw.
-      if (!together) {
+      if (!together && !byHand) {
          EXPECT_THAT(
             outcome.err,
             Not(HasSubstr(std::string(Verify::Expected::kInterimStates.brief))));
       }
+      met += outcome.err;
+   }
+   for (auto const* const each : Verify::Expected::kAll) {
+      EXPECT_THAT(met, HasSubstr(std::string(each->brief)));
    }
 }

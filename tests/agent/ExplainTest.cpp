@@ -414,11 +414,17 @@ TEST(Explain, TakesNamesAndNumbersOfAnyKind) {
                         "membershipJoinStatus": {"vlan": {"8": {}}}})");
    auto const text = explain(folder, {"--unchecked", file}).out;
    EXPECT_THAT(text, HasSubstr(R"(mapped here: "a*b", "c,*d")"));
-   EXPECT_THAT(text, HasSubstr("VLAN 5000  of s/~t\n"));
+   EXPECT_THAT(text, HasSubstr("\nVRF s/~t maps to 5000, which is no VLAN: no machine "
+                               "starts with that.\n"));
+   EXPECT_THAT(text, Not(HasSubstr("VLAN 5000")));
    EXPECT_THAT(text, HasSubstr("  In the state   nothing; both machines agree\n"));
    EXPECT_EQ(explain(folder, {"--unchecked", "--vrf", "none", file}).out,
              "VRF none maps to no SBD VLAN.\n");
-   EXPECT_THAT(explain(folder, {"--unchecked", "--json", file}).out,
+   auto const document =
+      json::parse(explain(folder, {"--unchecked", "--json", file}).out);
+   EXPECT_EQ(document["outOfRange"],
+             json::parse(R"([{"vrf": "s/~t", "sbdVlan": 5000}])"));
+   EXPECT_THAT(explain(folder, {"--vlan", "9", "--unchecked", "--json", file}).out,
                HasSubstr("/mcastEvpnConfig/transitVrf/s~1~0t"));
 }
 
@@ -437,6 +443,25 @@ TEST(Explain, ListsNoMoreThan64WaysAndCountsTheRest) {
    EXPECT_EQ(vlan["machines"]["TransitSm"]["moreWays"], 2000 - 64);
    EXPECT_THAT(explain(folder, {"--vlan", "10", file}).out,
                HasSubstr("or in 1996 more ways\n"));
+}
+
+TEST(Explain, IsBriefAboutAVlanOfManyVrfs) {
+   TemporaryFolder folder;
+   json document;
+   for (int i = 0; i < 5000; ++i) {
+      auto const name = "v" + std::to_string(i);
+      document["mcastEvpnConfig"]["transitVrf"][name] = json::object();
+      document["vtiStatusDir"]["vtiStatus"]["Vxlan1"]["vrfToSBDVlan"][name] = 10;
+   }
+   auto const file = folder.write("state.json", document.dump());
+   auto const text = explain(folder, {file}).out;
+   EXPECT_LT(text.size(), 3000U);
+   EXPECT_THAT(text, HasSubstr(" and 4995 more changes were made\n"));
+   auto const vlan = json::parse(explain(folder, {"--json", file}).out)["vlans"][0];
+   auto const& machine = vlan["machines"]["TransitIntfSm"];
+   ASSERT_EQ(machine["enabledBy"].size(), 1U);
+   EXPECT_EQ(machine["enabledBy"][0].size(), 5000U);
+   EXPECT_EQ(machine["moreWays"], 4999);
 }
 
 TEST(Explain, GivesProgramsTheSame) {

@@ -67,7 +67,7 @@ TEST_F(Options, HelpOfEachCommandIsAManualPage) {
       }
       std::istringstream in(page);
       for (std::string line; std::getline(in, line);) {
-         EXPECT_LE(line.size(), 82U) << line;
+         EXPECT_LE(line.size(), 80U) << line;
       }
    }
 }

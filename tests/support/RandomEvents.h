@@ -20,6 +20,15 @@ class RandomEvents {
    // Whether another writer changes the outputs, too.
    void foreignWritesAre(bool on) { foreignWrites_ = on; }
 
+   // One that is no line for the host.
+   nlohmann::json nextOperation() {
+      auto event = next();
+      while (!event.contains("op")) {
+         event = next();
+      }
+      return event;
+   }
+
    nlohmann::json next() {
       auto const event = choice(below(foreignWrites_ ? 16 : 13));
       if (event.contains("op") && !isOutput(event)) {
