@@ -67,7 +67,7 @@ Host::Host(Options const& options)
    }
    Pelk::Trace::levelsIs(options.trace);
    if (options.sliceItems) {
-      scheduler_->shareIs(std::make_unique<Kolm::PollShare>(*options.sliceItems));
+      shareIs(*options.sliceItems);
    }
    if (options.verify || options.both) {
       verification_.emplace(options, state_);
@@ -134,10 +134,23 @@ uint64_t Host::drain() {
    return hasTasks() ? scheduler_->runUntilIdle() : 0;
 }
 
-uint64_t Host::slice(uint64_t count) {
+// A slice ends after so many items; with 0, after a time.
+void Host::shareIs(uint32_t items) {
+   scheduler_->shareIs(
+      items == 0 ? std::unique_ptr<Kolm::Share>(std::make_unique<Kolm::TimeShare>())
+                 : std::make_unique<Kolm::PollShare>(items));
+}
+
+uint64_t Host::slice(uint64_t count, uint32_t items) {
+   if (items != 0) {
+      shareIs(items);
+   }
    uint64_t slices = 0;
    while (hasTasks() && slices < count && scheduler_->runSlice()) {
       ++slices;
+   }
+   if (items != 0) {
+      shareIs(options_.sliceItems.value_or(0));
    }
    return slices;
 }

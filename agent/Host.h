@@ -60,12 +60,14 @@ class Host {
 
    // Runs tasks until none is pending. Returns the number of slices.
    uint64_t drain();
-   // Runs at most count slices. Returns how many there were to run.
-   uint64_t slice(uint64_t count);
+   // Runs at most count slices, each of so many items; of 0: as the options say.
+   // Returns how many there were to run.
+   uint64_t slice(uint64_t count, uint32_t items = 0);
 
  private:
    class RunningMachine;
 
+   void shareIs(uint32_t items);
    bool hasTasks() const noexcept {
       return options_.machine == Verify::Machine::dataflow;
    }

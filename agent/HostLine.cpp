@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -21,7 +22,7 @@ struct Form {
    std::array<std::string_view, 2> members; // besides "host"
 };
 constexpr std::array kForms = {
-   Form{"drain", Kind::drain, {}},     Form{"slice", Kind::slice, {"count"}},
+   Form{"drain", Kind::drain, {}},     Form{"slice", Kind::slice, {"count", "items"}},
    Form{"stop", Kind::stop, {}},       Form{"start", Kind::start, {}},
    Form{"restart", Kind::restart, {}}, Form{"flag", Kind::flag, {"want", "value"}}};
 
@@ -103,6 +104,16 @@ HostLine hostLineOf(json const& event, Situation const& situation) {
          throw BadInput(Pointer() / "count", textOf(count), "a whole number of slices");
       }
       line.count = count.get<uint64_t>();
+      auto const items = memberOf(event, "items");
+      if (!items.is_null()) {
+         constexpr uint64_t kMost = std::numeric_limits<uint32_t>::max();
+         if (!items.is_number_unsigned() || items.get<uint64_t>() == 0 ||
+             items.get<uint64_t>() > kMost) {
+            throw BadInput(Pointer() / "items", textOf(items),
+                           "a whole number of items, from 1");
+         }
+         line.items = items.get<uint32_t>();
+      }
    }
    checkSituation(std::string(form.name), form.kind, situation);
    if (form.kind == Kind::flag) {

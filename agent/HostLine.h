@@ -15,6 +15,7 @@ struct HostLine {
 
    Kind kind = Kind::drain;
    uint64_t count = 0;           // of a slice line
+   uint32_t items = 0;           // of each of its slices; 0: as the options say
    std::string want;             // of a flag line: the name ...
    bool Flags::* flag = nullptr; // ... which is this one ...
    bool value = false;           // ... and what it should be

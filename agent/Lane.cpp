@@ -67,7 +67,7 @@ void Lane::playHost(HostLine const& line) {
          slices_ += host_.drain();
          break;
       case Kind::slice:
-         slices_ += host_.slice(line.count);
+         slices_ += host_.slice(line.count, line.items);
          break;
       case Kind::stop:
          host_.stop();

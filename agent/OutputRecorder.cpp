@@ -39,6 +39,8 @@ class OutputRecorder::Node {
          child, pointer_ / std::string(attribute.name) / key, emit_);
    }
 
+   // Whoever is told may make changes of his own, after which this node may be gone: so
+   // that is the last thing that is done.
    void changed(Pelk::Publisher*, Pelk::Subscriber*, int16_t attributeId,
                 void const* key, void const* value) noexcept {
       auto const& entity = *subscription_.source();
@@ -56,8 +58,9 @@ class OutputRecorder::Node {
       } else if (attribute->kind == AttributeKind::children) {
          Pelk::Ptr const child(
             const_cast<Pelk::Entity*>(static_cast<Pelk::Entity const*>(value)));
-         emit("add", place / member, toJson(*child));
+         auto const value = toJson(*child);
          follow(*attribute, member, child);
+         emit("add", place / member, value);
       } else if (attribute->kind == AttributeKind::set) {
          emit("add", place / member, json::object());
       } else {

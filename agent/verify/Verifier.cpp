@@ -21,12 +21,23 @@ bool contains(std::string const& text, std::string const& part) {
    return ("; " + text + "; ").find("; " + part + "; ") != std::string::npos;
 }
 
+// The keys of both outputs of a VLAN.
+void insertKeysOf(uint16_t vlanId, std::set<std::string>& keys) {
+   if (vlanId != 0) {
+      keys.insert(joinKey(vlanId));
+      keys.insert(intfKey("Vlan" + std::to_string(vlanId)));
+   }
+}
+
 } // namespace
 
 Verifier::Verifier(Subject subject)
    : subject_(std::move(subject)),
      subscription_(
         Pelk::Subscription<Verifier, Vxlan::VtiStatusDir>::of<&Verifier::statusChanged>(
+           this)),
+     mappingSubscription_(
+        Pelk::Subscription<Verifier, Vxlan::VtiStatus>::of<&Verifier::mappingChanged>(
            this)) {}
 
 Outputs Verifier::expected() const {
@@ -36,15 +47,16 @@ Outputs Verifier::expected() const {
 }
 
 void Verifier::starting() {
-   status_ = vxlan1Of(subject_.inputs);
+   statusIs(vxlan1Of(subject_.inputs));
    subscription_.sourceIs(subject_.inputs.dir);
    marks_.clear();
+   mappedBefore_ = mapped();
    markStart();
 }
 
 void Verifier::stopped() {
    subscription_.sourceIs(nullptr);
-   status_ = nullptr;
+   statusIs(nullptr);
 }
 
 void Verifier::markStart() {
@@ -73,12 +85,33 @@ void Verifier::statusChanged(Pelk::Publisher*, Pelk::Subscriber*, int16_t attrib
    if (attributeId != Vxlan::VtiStatusDir::kVtiStatus || status == status_) {
       return;
    }
+   rememberMapped();
    if (!status && subject_.machine == Machine::dataflow) {
-      for (auto const& mapped : status_->vrfToSBDVlan()) {
-         marks_[intfKey("Vlan" + std::to_string(mapped.value().value()))] |= kGone;
+      // One of a VLAN that it mapped earlier may have been on its way out: this may be
+      // told from inside of a withdrawal.
+      for (auto const& key : mappedBefore_) {
+         marks_[key] |= kGone;
       }
    }
+   statusIs(status);
+   rememberMapped();
+}
+
+void Verifier::mappingChanged(Pelk::Publisher*, Pelk::Subscriber*, int16_t attributeId,
+                              void const*, void const* value) noexcept {
+   if (attributeId == Vxlan::VtiStatus::kVrfToSBDVlan && value != nullptr) {
+      auto const vlanId = static_cast<Bridging::VlanIdOrNone const*>(value)->value();
+      insertKeysOf(vlanId, mappedBefore_);
+   }
+}
+
+void Verifier::statusIs(Pelk::Ptr<Vxlan::VtiStatus> const& status) {
    status_ = status;
+   mappingSubscription_.sourceIs(status);
+}
+
+void Verifier::rememberMapped() {
+   mappedBefore_.merge(mapped());
 }
 
 // The keys of all outputs of the VLANs that the status of "Vxlan1" maps a VRF to.
@@ -89,11 +122,9 @@ std::set<std::string> Verifier::mapped() const {
          vlans.insert(entry.value().value());
       }
    }
-   vlans.erase(0);
    std::set<std::string> keys;
    for (auto const vlanId : vlans) {
-      keys.insert(joinKey(vlanId));
-      keys.insert(intfKey("Vlan" + std::to_string(vlanId)));
+      insertKeysOf(vlanId, keys);
    }
    return keys;
 }
@@ -119,8 +150,8 @@ PathDependence const* Verifier::excuseOf(Difference const& difference, unsigned 
        standsAt(withoutEmpty, difference.key) == difference.should) {
       return &Path::kEmptyLevel;
    }
-   if ((marks & kGone) != 0 && difference.should == kNothing &&
-       !mapped.contains(difference.key)) {
+   if ((marks & kGone) != 0 && !isJoin(difference.key) &&
+       difference.should == kNothing && !mapped.contains(difference.key)) {
       return &Path::kStatusGone;
    }
    if ((marks & kWritten) == 0) {
@@ -156,6 +187,7 @@ Verifier::Findings Verifier::findings() {
       found.differences.push_back(std::move(difference));
    }
    marks_ = std::move(marks);
+   mappedBefore_ = mapped;
    return found;
 }
 

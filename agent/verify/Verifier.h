@@ -74,6 +74,10 @@ class Verifier {
    void markStart();
    void statusChanged(Pelk::Publisher*, Pelk::Subscriber*, int16_t attributeId,
                       void const* key, void const* value) noexcept;
+   void mappingChanged(Pelk::Publisher*, Pelk::Subscriber*, int16_t attributeId,
+                       void const* key, void const* value) noexcept;
+   void statusIs(Pelk::Ptr<Vxlan::VtiStatus> const& status);
+   void rememberMapped();
    std::set<std::string> mapped() const;
    PathDependence const* excuseOf(Difference const& difference, unsigned marks,
                                   Outputs const& withoutEmpty,
@@ -83,8 +87,10 @@ class Verifier {
 
    Subject const subject_;
    std::map<std::string, unsigned> marks_;
+   std::set<std::string> mappedBefore_; // at any time since the last comparison
    Pelk::Ptr<Vxlan::VtiStatus> status_; // of "Vxlan1"
    Pelk::Subscription<Verifier, Vxlan::VtiStatusDir> subscription_;
+   Pelk::Subscription<Verifier, Vxlan::VtiStatus> mappingSubscription_;
 };
 
 } // namespace Verify

@@ -142,6 +142,22 @@ TEST_F(Dataflow, RunsTasksByHandWhereItIsAskedTo) {
                             byHand, more);
    EXPECT_EQ(some.status, 0) << some.out;
    EXPECT_EQ(end(some)["slices"], 2);
+   auto const coarse =
+      replay("{\"host\":\"slice\",\"count\":100,\"items\":1000}\n", byHand, more);
+   auto const fine = replay("{\"host\":\"slice\",\"count\":100}\n", byHand, more);
+   EXPECT_EQ(coarse.status, 0) << coarse.out;
+   EXPECT_EQ(end(coarse)["ready"], true);
+   EXPECT_EQ(end(fine)["ready"], true);
+   EXPECT_LT(end(coarse)["slices"], end(fine)["slices"]);
+   for (auto const* items : {"0", "\"1\"", "-1", "4294967296"}) {
+      auto const refused = replay(
+         "{\"host\":\"slice\",\"count\":1,\"items\":" + std::string(items) + "}\n",
+         byHand, more);
+      EXPECT_EQ(refused.status, 2);
+      EXPECT_THAT(refused.err, HasSubstr("/items: " + std::string(items) +
+                                         " stands here; allowed is a whole number of "
+                                         "items, from 1"));
+   }
 
    auto const all = replay("{\"host\":\"flag\",\"want\":\"initialScanDone\","
                            "\"value\":false}\n"

@@ -1,0 +1,100 @@
+#include "explore/Exhaustive.h"
+#include "explore/Player.h"
+#include "explore/Schedule.h"
+#include "support/AgentProcess.h"
+#include "zin/Hash.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+using namespace Explore;
+using nlohmann::json;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+Schedule oneVrf() {
+   return smallSystems().front().schedule;
+}
+
+} // namespace
+
+TEST(Explore, ComplainsOfAnOutputThatTheRuleHasNot) {
+   Figures figures;
+   auto const schedule = oneVrf();
+   Player player(schedule, figures);
+   player.start();
+   player.finish();
+   EXPECT_THAT(player.problems(), IsEmpty());
+   // As if the machine had done it: no line says so.
+   player.state().transitIntfColl->intfDel(Lidra::IntfId("Vlan10"));
+   player.finish();
+   EXPECT_THAT(player.problems(), Contains(HasSubstr("intf Vlan10: nothing in place")));
+}
+
+TEST(Explore, CountsEveryMemberOfAnUndisturbedStart) {
+   Figures figures;
+   for (uint32_t items = 1; items <= 4; ++items) {
+      auto schedule = smallSystems().back().schedule;
+      schedule.lines.clear();
+      schedule.sliceItems = items;
+      EXPECT_THAT(Player(schedule, figures).play(), IsEmpty());
+   }
+   EXPECT_EQ(figures.scans, 4U);
+}
+
+TEST(Explore, TriesEachWayToChooseOnce) {
+   Figures figures;
+   auto system = smallSystems().front();
+   auto const all = exploreAll(system, figures);
+   EXPECT_THAT(all.problems, IsEmpty());
+   EXPECT_EQ(all.schedules, uint64_t{1} << all.mostChoices);
+   system.mostDepartures = 1;
+   auto const few = exploreAll(system, figures);
+   EXPECT_EQ(few.schedules, 1 + few.mostChoices);
+}
+
+TEST(Explore, ShrinksAScheduleToWhatStillFails) {
+   auto const schedule = randomSchedule(7, 1);
+   ASSERT_GT(schedule.lines.size(), 10U);
+   auto const line = schedule.lines[schedule.lines.size() / 2];
+   auto const small = shrunk(schedule, [&](Schedule const& tried) {
+      return std::ranges::count(tried.lines, line) != 0 &&
+             tried.document.contains("mlagStatus");
+   });
+   EXPECT_EQ(small.lines, std::vector<json>{line});
+   EXPECT_EQ(small.document, (json{{"mlagStatus", json::object()}}));
+}
+
+TEST(Explore, WritesFilesThatTheAgentPlaysAsThePlayerDid) {
+   TestSupport::TemporaryFolder folder;
+   Zin::HashHelper::hashSeed32Is(1);
+   for (uint32_t seed = 1; seed <= 60; ++seed) {
+      auto schedule = randomSchedule(seed, 1);
+      std::erase_if(schedule.lines, [](json const& line) {
+         return line.contains("inside"); // which the agent has not
+      });
+      schedule.lines.push_back({{"host", "drain"}});
+      Figures figures;
+      Player player(schedule, figures);
+      ASSERT_THAT(player.play(), IsEmpty());
+
+      auto const command = schedule.command(
+         folder.write("state.json", schedule.documentText()),
+         folder.write("events.jsonl",
+                      schedule.linesText(player.leftOut()) +
+                         json{{"op", "test"},
+                              {"path", "/transitIntfColl"},
+                              {"value", player.state().toJson()["transitIntfColl"]}}
+                            .dump() +
+                         '\n'));
+      auto const outcome = TestSupport::runShell(
+         folder, AGENT_PROGRAM + command.substr(std::string("mcastvpn-agent").size()));
+      EXPECT_EQ(outcome.status, 0) << seed << outcome.err;
+   }
+}
