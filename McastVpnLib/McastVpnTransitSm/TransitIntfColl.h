@@ -8,6 +8,8 @@
 #include "pelk/Ptr.h"
 #include "zin/HashMap2018.h"
 
+#include <cstddef>
+
 namespace Irb::Multicast::Evpn {
 
 // The transit interfaces that a machine publishes. The caller of the machine owns the
@@ -39,6 +41,8 @@ class MCASTVPNLIB_EXPORT TransitIntfColl final : public Pelk::Entity {
    Pelk::Ptr<TransitIntf> intfDel(Lidra::IntfId intfId);
    // Removes every element, with one announcement each.
    void intfDelAll();
+   // Makes room for that many elements. Not a change.
+   void intfReserve(size_t count) { intf_.reserve(count); }
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }

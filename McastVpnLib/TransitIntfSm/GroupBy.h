@@ -7,6 +7,7 @@
 #include "zin/HashMap2018.h"
 #include "zin/ValueTraits.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace Irb::Multicast::Evpn {
@@ -32,6 +33,8 @@ class MCASTVPNLIB_EXPORT GroupByCollection final : public Pelk::Entity {
    void collIs(L3::VrfName const& vrf);
    void collDel(L3::VrfName const& vrf);
    void collDelAll();
+   // Makes room for that many VRFs. Not a change.
+   void collReserve(size_t vrfs) { coll_.reserve(vrfs); }
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }

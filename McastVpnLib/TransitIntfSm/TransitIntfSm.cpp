@@ -181,6 +181,7 @@ void TransitIntfSm::handleInputReady() {
       return;
    }
    Pelk::Ptr const guard(this);
+   outputsAreFresh_ = outputsStayFresh();
    handleMembershipJoinStatusVlanGroupSourceIncludeIntfOutputInputReady();
    if (!isBeingDeleted()) {
       handleMembershipJoinStatusVlanGroupSourceExcludeIntfOutputInputReady();
@@ -191,6 +192,7 @@ void TransitIntfSm::handleInputReady() {
    if (!isBeingDeleted()) {
       handleMembershipJoinStatusVlanRouterIntfOutputInputReady();
    }
+   outputsAreFresh_ = false;
 }
 
 bool TransitIntfSm::inputScansComplete() const {

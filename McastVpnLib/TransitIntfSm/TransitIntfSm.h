@@ -228,8 +228,16 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    void eventToTransitVlanStream(uint16_t sbdVlan, L3::VrfName const& vrfName,
                                  bool addDel);
 
-   // The second scan of the mappings of the interface that carries EVPN begins.
-   void mappingScanBegins();
+   // The second scan of the mappings of the interface that carries EVPN begins, which
+   // has that many VLANs.
+   void mappingScanBegins(size_t vlans);
+   // Whether all that the outputs hold was written by their reconciliation, which is
+   // going on: then there is nothing to be deleted.
+   bool outputsAreFresh() const noexcept { return outputsAreFresh_; }
+   // Whether an evaluation of any VLAN can be left out: it is not seen, and the second
+   // scan of the mappings, which evaluates every VLAN that has VRFs, is still to come,
+   // or has done or does so from the same inputs.
+   bool isRepetition();
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }
@@ -276,17 +284,15 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    void flattenTransitVrf(char const* function);
    // Whether nothing is written yet, and nobody would be told of an evaluation.
    bool isUnseen() const;
-   // Whether an evaluation can be left out: it is not seen, and the second scan of the
-   // mappings, which evaluates every VLAN that has VRFs, is still to come, or has done
-   // or does so from the same inputs.
-   bool isRepetition();
+   // Whether the outputs are empty, and nobody but the machine will run before they are
+   // reconciled.
+   bool outputsStayFresh() const;
    Grouped groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel);
    bool isTransitVlan(GroupByCollectionValueType0 const& group,
                       Bridging::VlanId vlanId) const;
    void writeJoins(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);
    JoinWork joinWork(Bridging::VlanId vlanId, bool enabled) const;
    void writeTransitIntf(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);
-   Lidra::IpGenAddr const& genAddr(Lidra::IpAddr addr);
 
    // Inputs and outputs.
    Lidra::AddressFamily const addressFamily_;
@@ -315,13 +321,11 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    // changed since.
    EvaluatedInputs scannedInputs_;
    bool inputsAsScanned_ = false;
+   bool outputsAreFresh_ = false;
    // The status that was last found, and the version of the directory then (which has
    // none of this number).
    mutable Vxlan::VtiStatus const* vxlanStatus_ = nullptr;
    mutable uint32_t vxlanStatusVersion_ = UINT32_MAX;
-   // The address that was last asked for, and what its text says in the general form.
-   Lidra::IpAddr lastAddr_;
-   Lidra::IpGenAddr lastGenAddr_;
 
    // Input machines.
    Pelk::Ptr<McastEvpnConfigSm0> mcastEvpnConfigSm0_;

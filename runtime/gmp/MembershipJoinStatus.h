@@ -7,6 +7,8 @@
 #include "pelk/Ptr.h"
 #include "zin/HashMap2018.h"
 
+#include <cstddef>
+
 namespace Irb::Multicast::Gmp {
 
 // The membership joins that the group-membership layer acts on: a tree of VLAN, group
@@ -35,6 +37,8 @@ class PELK_EXPORT MembershipJoinStatus final : public Pelk::Entity {
    // One notification, for the level removed.
    void vlanDel(Bridging::VlanId vlanId);
    void vlanDelAll();
+   // Makes room for that many VLANs. Not a change.
+   void vlanReserve(size_t vlans) { vlan_.reserve(vlans); }
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }

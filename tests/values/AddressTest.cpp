@@ -145,4 +145,12 @@ TEST(AddressFamily, PrintsAndReadsItsName) {
    }
 }
 
+TEST(IpGenAddr, AnIpv4AddressMakesTheSameAsItsText) {
+   for (uint32_t const value : {0u, 1u, 0x7f000001u, 0x0a000063u, 0xc0000201u,
+                                0xe0000001u, 0xfffffffeu, 0xffffffffu}) {
+      IpAddr const addr(value);
+      EXPECT_EQ(IpGenAddr(addr), IpGenAddr(addr.stringValue()));
+   }
+}
+
 } // namespace

@@ -13,6 +13,11 @@ size_t HashPositions::chunkFrom(uint64_t from) const {
 }
 
 void HashPositions::insert(uint32_t position) {
+   if (!chunks_.empty() && chunks_.back().back() <= position &&
+       chunks_.back().size() != kChunk) {
+      chunks_.back().push_back(position);
+      return;
+   }
    size_t number = chunkFrom(position);
    if (number == chunks_.size()) {
       // Above all: ascending positions fill their chunks.

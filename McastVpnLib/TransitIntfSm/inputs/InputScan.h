@@ -38,6 +38,8 @@ struct NoBookmark {};
 //    item(machine, key)           its handler, which may take the member's value as
 //                                 well; false if the member is not done with;
 //    single(machine)              in place of both, for an input of one value
+//    isRepetition(machine)        whether an item now would change and trace nothing;
+//                                 not in all
 //
 // Event thread only. Who calls holds a use of the parent and of the machine.
 template <typename Traits>
@@ -83,6 +85,7 @@ class MCASTVPNLIB_EXPORT InputScan {
    using TaskSubscription = Pelk::Subscription<InputScan, Kolm::Task>;
 
    bool scanned() const;
+   bool isRepetition() const;
    // True if the pass came to its end.
    bool slice();
    void finish();

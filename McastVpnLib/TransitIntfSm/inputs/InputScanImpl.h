@@ -114,6 +114,15 @@ bool handleItem(typename Traits::Machine& machine, typename Traits::Bookmark con
 }
 
 template <typename Traits>
+bool InputScan<Traits>::isRepetition() const {
+   if constexpr (requires { Traits::isRepetition(*machine_); }) {
+      return Traits::isRepetition(*machine_);
+   } else {
+      return false;
+   }
+}
+
+template <typename Traits>
 bool InputScan<Traits>::slice() {
    if constexpr (requires { Traits::single(*machine_); }) {
       Traits::single(*machine_);
@@ -121,10 +130,13 @@ bool InputScan<Traits>::slice() {
    } else {
       Bookmark const from = bookmark_;
       auto const& collection = Traits::collection(*machine_);
+      if ((!task_ || machine_->inReactor()) && isRepetition()) {
+         return true; // nobody else runs before the end, and no item does anything
+      }
       auto const walked = walkSlice(
          collection, state_ == ScanState::interrupted ? &from : nullptr,
          [this](Bookmark const& key, auto const& value) {
-            return handleItem<Traits>(*machine_, key, value);
+            return isRepetition() || handleItem<Traits>(*machine_, key, value);
          },
          [this] { return shouldYield(); });
       if (!walked.next) {

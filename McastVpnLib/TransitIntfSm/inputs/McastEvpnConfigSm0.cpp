@@ -16,6 +16,11 @@ Pelk::TraceHandler const& InputScan0::handler() {
    return TransitIntfTrace::mcastEvpnConfigSm0;
 }
 
+bool InputScan0::isRepetition(Machine const& machine) {
+   return !handler().enabled(TransitIntfTrace::kEvent) &&
+          machine.root()->initialScanDone() && machine.root()->isRepetition();
+}
+
 void InputScan0::versionStore(Machine& machine) {
    machine.versionTransitVrf_ = machine.en()->transitVrf().version();
 }

@@ -31,6 +31,7 @@ struct MCASTVPNLIB_EXPORT InputScan0 {
       state.transitCfgStreamScanIs(true);
    }
    static void versionStore(Machine& machine);
+   static bool isRepetition(Machine const& machine);
    static Routing::Multicast::Evpn::Config::TransitVrfSet const&
    collection(Machine const& machine);
    static bool item(Machine& machine, Bookmark const& vrf, Zin::Unit value);

@@ -16,6 +16,11 @@ Pelk::TraceHandler const& InputScan4::handler() {
    return TransitIntfTrace::pegVlanStatusSm4;
 }
 
+bool InputScan4::isRepetition(Machine const& machine) {
+   return !handler().enabled(TransitIntfTrace::kEvent) &&
+          machine.root()->initialScanDone() && machine.root()->isRepetition();
+}
+
 void InputScan4::versionStore(Machine& machine) {
    machine.versionPegVlan_ = machine.en()->pegVlan().version();
 }

@@ -28,6 +28,7 @@ struct MCASTVPNLIB_EXPORT InputScan4 {
    }
    static void scannedIs(InputSmScanState& state) { state.pegVlanStreamScanIs(true); }
    static void versionStore(Machine& machine);
+   static bool isRepetition(Machine const& machine);
    static Routing::Multicast::PegVlanStatus::PegVlanMap const&
    collection(Machine const& machine);
    static bool item(Machine& machine, Bookmark const& vlanId,

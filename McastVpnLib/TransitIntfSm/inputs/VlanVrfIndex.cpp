@@ -26,6 +26,7 @@ void VlanVrfIndex::add(Bridging::VlanIdOrNone vlanId, L3::VrfName const& vrf) {
    auto& vrfs = vrfsIs(vlanId);
    if (vrfs.count == 0) {
       vrfs.only = vrf;
+      ++vlans_;
    } else {
       if (vrfs.positions.empty()) {
          vrfs.positions.insert(position(vrfs.only));
@@ -49,6 +50,7 @@ void VlanVrfIndex::del(Bridging::VlanIdOrNone vlanId, L3::VrfName const& vrf) {
    }
    --vrfs.count;
    --count_;
+   vlans_ -= vrfs.count == 0 ? 1 : 0;
 }
 
 bool VlanVrfIndex::isBehind(L3::VrfName const& vrf,

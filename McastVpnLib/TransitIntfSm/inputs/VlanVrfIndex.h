@@ -29,6 +29,13 @@ class MCASTVPNLIB_EXPORT VlanVrfIndex {
 
    void add(Bridging::VlanIdOrNone vlanId, L3::VrfName const& vrf);
    void del(Bridging::VlanIdOrNone vlanId, L3::VrfName const& vrf);
+   // How many VLANs have VRFs.
+   size_t vlans() const noexcept { return vlans_; }
+   // How many VRFs the VLAN has; none if it is no VLAN.
+   size_t vrfs(Bridging::VlanIdOrNone vlanId) const noexcept {
+      auto const& page = pages_[vlanId.value() / kPage % kPages];
+      return page && isVlan(vlanId) ? (*page)[vlanId.value() % kPage].count : 0;
+   }
    // Whether the map has the order that this was made in.
    bool isInOrder() const noexcept;
 
@@ -45,8 +52,8 @@ class MCASTVPNLIB_EXPORT VlanVrfIndex {
       HashPositions positions; // of all, once there were two
    };
 
-   static constexpr size_t kPage = 64;
-   static constexpr size_t kPages = 64;
+   static constexpr size_t kPage = 16;
+   static constexpr size_t kPages = 256;
 
    using Page = std::array<Vrfs, kPage>;
 
@@ -61,6 +68,7 @@ class MCASTVPNLIB_EXPORT VlanVrfIndex {
    Map const& map_;
    Zin::HashSeed seed_{0}; // of the map, since there was anything here
    size_t count_ = 0;
+   size_t vlans_ = 0;
    std::array<std::unique_ptr<Page>, kPages> pages_;
 };
 

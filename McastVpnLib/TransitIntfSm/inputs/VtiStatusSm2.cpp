@@ -242,7 +242,7 @@ bool VtiStatusSm2::doInputScan3() {
    }
    if (index_ && initialScanDone() && !resumed) {
       secondScan3Began_ = true;
-      root()->mappingScanBegins();
+      root()->mappingScanBegins(index_->vlans());
    }
    auto const& vrfToSBDVlan = en_->vrfToSBDVlan();
    // At once: growing with many members takes longer than a slice may last.

@@ -127,6 +127,11 @@ class MCASTVPNLIB_EXPORT VtiStatusSm2 final : public Vorn::Gen::InputStateMachin
    // the first scan is over, or while a change was not told yet), and for an interface
    // that nobody asks about.
    VlanVrfIndex const* currentIndex() const noexcept;
+   // How many VRFs are remembered on the VLAN; none for an interface that nobody asks
+   // about.
+   size_t vrfsOn(Bridging::VlanIdOrNone vlanId) const noexcept {
+      return index_ ? index_->vrfs(vlanId) : 0;
+   }
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }

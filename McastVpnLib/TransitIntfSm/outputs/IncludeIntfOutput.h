@@ -37,6 +37,7 @@ struct MCASTVPNLIB_EXPORT IncludeIntfOutput
       "into( membershipJoinStatus.vlan[ vlanId ].group[ anyGrpOrSrc ].source[ "
       "anyGrpOrSrc ].includeIntf[ intfId ] ): deleting k1={}, k2={}, k3={}, k4={}";
 
+   static void reserve(TransitIntfSm& sm, size_t entries);
    static auto const& leaves(Gmp::SourceMembershipJoin const& source) {
       return source.includeIntf();
    }

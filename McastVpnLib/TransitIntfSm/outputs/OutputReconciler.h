@@ -33,6 +33,7 @@ namespace Irb::Multicast::Evpn {
 //    walk(sm, bookmark, visitor)    visits every entry of the entity from the bookmark
 //                                   (null: from the start): visitor.yieldAt(key), which
 //                                   ends the walk if true, and visitor.leaf(key, erase)
+//    reserve(sm, entries)           makes room in the entity; not in all
 //
 // Event thread only.
 template <typename Traits>

@@ -134,7 +134,7 @@ bool OutputReconciler<Traits>::reconcile() {
       ReconcileTrace::skipNothing(Traits::kHandler, Traits::kName);
       sink_->stateIs(kSkipNothing);
    }
-   if (!deletionScan(run)) {
+   if (!sm_->outputsAreFresh() && !deletionScan(run)) {
       return false;
    }
    ReconcileTrace::deletionScanDone(Traits::kHandler, run.items, run.deletions);
@@ -150,6 +150,9 @@ template <typename Traits>
 bool OutputReconciler<Traits>::insertionScan(Run& run) {
    static constexpr bool kNever = false;
    auto const& seen = sink_->seen().map();
+   if constexpr (requires { Traits::reserve(*sm_, seen.size()); }) {
+      Traits::reserve(*sm_, seen.size());
+   }
    auto entry = useBookmark_ ? seen.iterate(bookmark_) : seen.iterate();
    for (; entry; ++entry) {
       // Copies: the entry may change, or go, before the write is done.

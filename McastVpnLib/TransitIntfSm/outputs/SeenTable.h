@@ -4,6 +4,7 @@
 #include "zin/ValueTraits.h"
 
 #include <concepts>
+#include <cstddef>
 #include <utility>
 
 namespace Irb::Multicast::Evpn {
@@ -32,6 +33,8 @@ class SeenTable {
       return map_.empty() ? Value() : map_.extract(key).value_or(Value());
    }
    void delAll() { map_.clear(); }
+   // Makes room for that many keys. Not a change.
+   void reserve(size_t keys) { map_.reserve(keys); }
 
  private:
    Map map_;

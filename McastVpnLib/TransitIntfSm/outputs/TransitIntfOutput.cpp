@@ -24,6 +24,10 @@ void TransitIntfOutput::remove(TransitIntfSm& sm, char const* function,
    sm.transitIntfColl()->intfDel(key.k0);
 }
 
+void TransitIntfOutput::reserve(TransitIntfSm& sm, size_t entries) {
+   sm.transitIntfColl()->intfReserve(entries);
+}
+
 template <typename Visitor>
 bool TransitIntfOutput::walk(TransitIntfSm& sm, Key const* bookmark, Visitor& visitor) {
    auto const coll = sm.transitIntfColl();

@@ -33,6 +33,7 @@ struct MCASTVPNLIB_EXPORT TransitIntfOutput {
    static void insert(TransitIntfSm& sm, char const* function, Key const& key,
                       Value const& value, bool const& overtaken);
    static void remove(TransitIntfSm& sm, char const* function, Key const& key);
+   static void reserve(TransitIntfSm& sm, size_t entries);
 
    template <typename Visitor>
    static bool walk(TransitIntfSm& sm, Key const* bookmark, Visitor& visitor);

@@ -3,7 +3,7 @@
 #include "McastVpnLib/TransitIntfSm/inputs/VtiStatusDirSm1.h"
 #include "McastVpnLib/TransitIntfSm/inputs/VtiStatusSm2.h"
 
-#include <array>
+#include <algorithm>
 
 // What the second pass need not do. Each of its five scans evaluates the VLANs of the
 // VRFs that it comes to; the one of the mappings comes to every VRF.
@@ -13,16 +13,10 @@ namespace {
 
 bool isTraced(Pelk::Ptr<Fennlog::TraceHandle> const& ring) {
    using namespace TransitIntfTrace;
-   constexpr std::array kLevels = {kDecision, kFilter, kStream, kDetail};
-   if (Fennlog::ringOf(ring) != nullptr) {
-      return true;
-   }
-   for (auto const level : kLevels) {
-      if (transitIntfSm.enabled(level)) {
-         return true;
-      }
-   }
-   return false;
+   using Pelk::TraceLevels;
+   constexpr auto kLevels = TraceLevels::of(kDecision) | TraceLevels::of(kFilter) |
+                            TraceLevels::of(kStream) | TraceLevels::of(kDetail);
+   return ring != nullptr || transitIntfSm.levels().hasAny(kLevels);
 }
 
 } // namespace
@@ -42,9 +36,24 @@ TransitIntfSm::EvaluatedInputs TransitIntfSm::inputsNow() const {
    return inputs;
 }
 
-void TransitIntfSm::mappingScanBegins() {
+void TransitIntfSm::mappingScanBegins(size_t vlans) {
+   groupByAttr0_.reserve(vlans);
+   if (isUnseen()) {
+      size_t const most = std::min({vlans, pegVlanStatus_->pegVlan().size(),
+                                    mcastEvpnConfig_->transitVrf().size()});
+      includeSink_.seen().reserve(most);
+      transitSink_.seen().reserve(most);
+   }
    scannedInputs_ = inputsNow();
    inputsAsScanned_ = true;
+}
+
+bool TransitIntfSm::outputsStayFresh() const {
+   return synchronous_ && initialScanDone_ && isUnseen() &&
+          transitIntfColl_->intf().empty() && membershipJoinStatus_->vlan().empty() &&
+          transitIntfColl_->subscribers() == 0 &&
+          membershipJoinStatus_->subscribers() == 0 && outputState_ &&
+          outputState_->subscribers() == 0;
 }
 
 bool TransitIntfSm::isUnseen() const {

@@ -1,5 +1,7 @@
 #include "McastVpnLib/TransitIntfSm/FmtTransitIntfTrace.h"
 #include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
+#include "McastVpnLib/TransitIntfSm/inputs/VtiStatusDirSm1.h"
+#include "McastVpnLib/TransitIntfSm/inputs/VtiStatusSm2.h"
 #include "McastVpnLib/TransitIntfSm/streams/StreamOps.h"
 #include "dualo/FmtDualo.h"
 
@@ -68,6 +70,9 @@ TransitIntfSm::Grouped TransitIntfSm::groupBy(uint16_t sbdVlan,
    auto group = groupByAttr0(sbdVlan);
    if (!group) {
       group = Pelk::makePtr<GroupByCollectionValueType0>();
+      if (auto const* const child = vtiStatusDirSm1_->vxlanChild()) {
+         group->collReserve(child->vrfsOn(sbdVlan));
+      }
       groupByAttr0Is(sbdVlan, group);
    }
    size_t const before = group->coll().size();
@@ -175,17 +180,7 @@ void TransitIntfSm::writeTransitIntf(Bridging::VlanId vlanId, bool enabled,
    }
    auto const addr = state == Mlag::MlagState::active ? status->mlagVtepAddr()
                                                       : status->localVtepAddr();
-   transitSink_.insert(key, {intfId, genAddr(addr)}, overtaken);
-}
-
-// What the text of the address says. The last answer is kept, since the address is
-// almost always the same.
-Lidra::IpGenAddr const& TransitIntfSm::genAddr(Lidra::IpAddr addr) {
-   if (addr != lastAddr_) {
-      lastGenAddr_ = Lidra::IpGenAddr(addr.stringValue());
-      lastAddr_ = addr;
-   }
-   return lastGenAddr_;
+   transitSink_.insert(key, {intfId, Lidra::IpGenAddr(addr)}, overtaken);
 }
 
 } // namespace Irb::Multicast::Evpn

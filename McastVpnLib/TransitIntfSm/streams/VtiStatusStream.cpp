@@ -2,8 +2,6 @@
 #include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
 #include "McastVpnLib/TransitIntfSm/streams/StreamOps.h"
 
-#include <array>
-
 namespace Irb::Multicast::Evpn {
 
 using TransitIntfTrace::kStream;
@@ -37,6 +35,8 @@ void TransitIntfSm::eventToVtiStatusStream(
    using ::FlumaCode::flumaPrint;
    using Element = ::FlumaCode::Tuple<Zin::Optional<Bridging::VlanIdOrNone>, bool>;
 
+   static constexpr char const* kFunction = "eventToVtiStatusStream";
+
    if (!streaming()) {
       return;
    }
@@ -45,29 +45,28 @@ void TransitIntfSm::eventToVtiStatusStream(
                       "): vtiIntf={} vrfName={} oldSbdVlan={} newSbdVlan={}",
                       vtiIntf, vrfName, flumaPrint(oldSbdVlan), flumaPrint(newSbdVlan));
    if (vtiIntf != StreamOps::vxlanIntf()) {
-      StreamOps::filterFailed(__func__, StreamOps::kFilterVxlanIntf);
+      StreamOps::filterFailed(kFunction, StreamOps::kFilterVxlanIntf);
       return;
    }
-   std::array const elements = {
-      Element{oldSbdVlan != newSbdVlan ? oldSbdVlan : std::nullopt, false},
-      Element{newSbdVlan, true},
-   };
-   StreamOps::flattening(__func__,
+   StreamOps::flattening(kFunction,
                          "[ ( if ( _oldValueOpt1 != _newValueOpt2 ) then _oldValueOpt1 "
                          "else None, false ), ( _newValueOpt2, true ) ]",
-                         elements.size());
+                         2);
    RunningVrf const running(*this, vtiIntf, vrfName);
-   for (auto const& element : elements) {
-      if (running.overtaken) {
-         return;
-      }
-      TRANSIT_INTF_TRACE(TransitIntfTrace::kDetail, "Flattening element: {}",
-                         flumaPrint(element));
-      if (auto const& [sbdVlan, addDel] = element; sbdVlan) {
+   auto const element = [&](Zin::Optional<Bridging::VlanIdOrNone> const& sbdVlan,
+                            bool addDel) {
+      TRANSIT_INTF_TRACE_AS(TransitIntfTrace::kDetail, kFunction,
+                            "Flattening element: {}",
+                            flumaPrint(Element{sbdVlan, addDel}));
+      if (sbdVlan) {
          eventToTransitVlanStream(sbdVlan->value(), vrfName, addDel);
       } else {
-         StreamOps::filterFailed(__func__, "_valueOpt3");
+         StreamOps::filterFailed(kFunction, "_valueOpt3");
       }
+   };
+   element(oldSbdVlan != newSbdVlan ? oldSbdVlan : std::nullopt, false);
+   if (!running.overtaken) {
+      element(newSbdVlan, true);
    }
 }
 
