@@ -60,9 +60,12 @@ bool walkRouterIntfs(Joins& joins, Key const* bookmark, Visitor& visitor) {
       if (visitor.yieldAt(key)) {
          return false;
       }
-      auto const vlan = atVlan.value();
       bool const inIntf = inVlan && from.k1Valid && key.k0 == from.k0;
       inVlan = false;
+      if (atVlan.value()->routerIntf().empty()) {
+         continue; // most have none
+      }
+      auto const vlan = atVlan.value();
       for (auto atIntf = Impl::begin(vlan->routerIntf(), inIntf, from.k1); atIntf;
            ++atIntf) {
          key.k1 = atIntf.key();
@@ -114,9 +117,12 @@ bool walkSourceIntfs(Joins& joins, Key const* bookmark, Visitor& visitor, Leaves
             if (visitor.yieldAt(key)) {
                return false;
             }
-            path.source = atSource.value();
             bool const inIntf = inSource && from.k3Valid && key.k2 == from.k2;
             inSource = false;
+            if (leaves(*atSource.value()).empty()) {
+               continue;
+            }
+            path.source = atSource.value();
             for (auto atIntf = Impl::begin(leaves(*path.source), inIntf, from.k3);
                  atIntf; ++atIntf) {
                key.k3 = atIntf.key();
