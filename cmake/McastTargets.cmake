@@ -85,6 +85,10 @@ function(mcast_library name)
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_compile_definitions(${name} PRIVATE ${ARG_EXPORT_MACRO})
   target_link_libraries(${name} PRIVATE mcast_options)
+  # Nobody puts functions of their own in the place of the library's, so it calls and
+  # inlines them as a program does its own.
+  target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+  target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
