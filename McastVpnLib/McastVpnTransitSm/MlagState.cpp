@@ -12,7 +12,7 @@ void TransitSm::handleMlagState() {
                  Dualo::differing(static_cast<uint32_t>(state), state));
    for (auto entry = mcastEvpnConfig_->transitVrf().iterate(); entry; ++entry) {
       auto const vrf = entry.key();
-      handleTransitVrf(vrf);
+      evaluateVrf(vrf, true);
    }
 }
 

@@ -108,7 +108,7 @@ void TransitSm::handleInitialized() {
    TRANSIT_TRACE(8, "handleInitialized( %s )", af_);
    if (af_ == Lidra::AddressFamily::ipv4) {
       UnseenStart start(*this);
-      if (auto const status = vxlanStatus()) {
+      if (Pelk::Ptr const status(vxlanStatus()); status) {
          auto const& vrfToSBDVlan = status->vrfToSBDVlan();
          vrfToSbdVlan_.reserve(vrfToSBDVlan.size());
          for (auto entry = vrfToSBDVlan.iterate(); entry; ++entry) {

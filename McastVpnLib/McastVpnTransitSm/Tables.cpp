@@ -131,22 +131,26 @@ void TransitSm::dropSpareSbdVlanToVrf() noexcept {
 }
 
 Pelk::Ptr<TransitSm::SbdVlanToVrf> TransitSm::sbdVlanToVrfIs(Bridging::VlanId vlanId) {
-   if (auto entry = sbdVlanToVrf(vlanId)) {
-      return entry;
+   if (auto const* const entry = sbdVlanToVrf_.find(vlanId)) {
+      return entry->value();
    }
-   auto entry = freshSbdVlanToVrf(vlanId);
-   sbdVlanToVrf_.insert(vlanId, entry);
-   Pelk::Entity const* const announced = entry.get();
+   auto record = freshSbdVlanToVrf(vlanId);
+   sbdVlanToVrf_.insert(vlanId, record);
+   Pelk::Entity const* const announced = record.get();
    publishChangeRecursive(kSbdVlanToVrf, &vlanId, announced);
-   return entry;
+   return record;
 }
 
 void TransitSm::sbdVlanToVrfDel(Bridging::VlanId vlanId) {
-   if (auto entry = sbdVlanToVrf(vlanId); entry && entry->vrf().empty()) {
-      // Before those notified can end the machine.
-      entry->nextSpare_ = std::exchange(spareSbdVlanToVrf_, entry);
+   auto removed = sbdVlanToVrf_.extract(vlanId);
+   if (!removed) {
+      return;
    }
-   Zin::memberDel(*this, kSbdVlanToVrf, sbdVlanToVrf_, vlanId);
+   if (auto& record = *removed; record->vrf().empty()) {
+      // Before those notified can end the machine.
+      record->nextSpare_ = std::exchange(spareSbdVlanToVrf_, record);
+   }
+   publishChangeRecursive(kSbdVlanToVrf, &vlanId, nullptr);
 }
 
 void TransitSm::sbdVlanToVrfDelAll() {

@@ -35,11 +35,12 @@ Pelk::Ptr<TransitIntf> TransitIntfColl::intf(Lidra::IntfId intfId) const {
 
 Pelk::Ptr<TransitIntf> TransitIntfColl::intfIs(Lidra::IntfId intfId,
                                                Lidra::IpGenAddr const& ipAddr) {
-   if (auto present = intf(intfId)) {
+   if (auto const* const entry = intf_.find(intfId)) {
+      auto present = entry->value();
       present->ipAddrIs(ipAddr);
       return present;
    }
-   return Zin::childIs(*this, kIntf, intf_, intfId, ipAddr);
+   return Zin::childMade(*this, kIntf, intf_, intfId, ipAddr);
 }
 
 Pelk::Ptr<TransitIntf> TransitIntfColl::intfDel(Lidra::IntfId intfId) {

@@ -44,6 +44,7 @@ TransitSm::TransitSm(
    required(mlagStatus_, "mlagStatus()");
    required(transitIntfColl_, "transitIntfColl()");
    required(membershipJoinStatus_, "membershipJoinStatus()");
+   TransitTrace::ring(); // is there from now on
    reactors_ = std::make_unique<Reactors>(this);
    reactors_->vtiStatusDir.subscribe(vtiStatusDir_);
    handleInitialized();
@@ -93,6 +94,7 @@ void TransitSm::vtiStatusDirIs(
    Guard const guard(*this);
    auto const newDir = vtiStatusDir;
    auto const oldDir = std::exchange(vtiStatusDir_, newDir);
+   vxlanStatusVersion_ = kNoVersion;
    reactors_->vtiStatusDir.on_self0(oldDir, newDir);
    Pelk::Entity const* const announced = newDir.get();
    publishChangeRecursive(kVtiStatusDir, nullptr, announced);
@@ -105,8 +107,12 @@ void TransitSm::hasNotificationActiveIs(bool active) {
 
 void TransitSm::zinDoZombieReactors(bool) {}
 
-Pelk::Ptr<Vxlan::VtiStatus> TransitSm::vxlanStatus() const {
-   return vtiStatusDir_ ? vtiStatusDir_->vtiStatus(vxlanIntf()) : nullptr;
+void TransitSm::findVxlanStatus() const {
+   auto const& statuses = vtiStatusDir_->vtiStatus();
+   auto const* const entry = statuses.find(vxlanIntf());
+   vxlanStatus_ = entry != nullptr ? entry->value().get() : nullptr;
+   vxlanStatusVersion_ = statuses.version();
+   lastMapping_ = {};
 }
 
 } // namespace Irb::Multicast::Evpn

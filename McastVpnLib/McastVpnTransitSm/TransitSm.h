@@ -227,8 +227,32 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    void dropSpareSbdVlanToVrf() noexcept;
    // Whether anybody but the reactor's own dispatchers still uses it.
    bool referenced() const noexcept { return useCount() > guards_; }
-   // The status of the interface that carries EVPN, or null.
-   Pelk::Ptr<Vxlan::VtiStatus> vxlanStatus() const;
+   // The status of the interface that carries EVPN, or null. Not counted: for as long
+   // as nobody is notified.
+   Vxlan::VtiStatus const* vxlanStatus() const {
+      if (!vtiStatusDir_) {
+         return nullptr;
+      }
+      if (vxlanStatusVersion_ != vtiStatusDir_->vtiStatus().version()) [[unlikely]] {
+         findVxlanStatus();
+      }
+      return vxlanStatus_;
+   }
+   void findVxlanStatus() const;
+   // The VLAN that this status maps the VRF to now.
+   Bridging::VlanIdOrNone mappedVlan(L3::VrfName const& vrf) const;
+   // The same, and keeps the answer.
+   Bridging::VlanIdOrNone mappedVlanKept(L3::VrfName const& vrf);
+
+   // handleTransitVrf() and handleTransitVlan() for whoever knows of a VRF, at the
+   // call, that it is a transit VRF; or null.
+   void evaluateVrf(L3::VrfName const& vrf, bool isTransitVrf);
+   void evaluateVlan(Bridging::VlanId vlanId, L3::VrfName const* transitVrf);
+   bool isTransitVlan(Bridging::VlanId vlanId, L3::VrfName const* transitVrf) const;
+   // Whether all of the VLAN's join is there.
+   bool isJoined(Bridging::VlanId vlanId) const;
+   // Takes those VRFs out of the VLAN's record that are not mapped to it any more.
+   void prune(Bridging::VlanId vlanId);
 
    Lidra::AddressFamily const af_;
    Pelk::Ptr<Routing::Multicast::Evpn::Config const> mcastEvpnConfig_;
@@ -246,6 +270,19 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    // sbdVlanToVrfDelAll.
    Pelk::Ptr<SbdVlanToVrf> spareSbdVlanToVrf_;
    Pelk::CellBlocks sbdVlanToVrfCells_{4};
+
+   // The status that was last found, and the version of the directory then.
+   static constexpr uint32_t kNoVersion = UINT32_MAX;
+   mutable Vxlan::VtiStatus const* vxlanStatus_ = nullptr;
+   mutable uint32_t vxlanStatusVersion_ = kNoVersion;
+   // The VLAN of the VRF that moved last, and the version of that status's map then: it
+   // is asked for several times.
+   struct Mapping {
+      uint32_t version = kNoVersion;
+      Bridging::VlanIdOrNone vlanId;
+      L3::VrfName vrf;
+   };
+   mutable Mapping lastMapping_;
 
    uint32_t guards_ = 0;     // uses that running dispatchers hold
    uint32_t mappings_ = 0;   // running calls of handleVrfToSBDVlan

@@ -2,14 +2,18 @@
 
 namespace Irb::Multicast::Evpn::TransitTrace {
 
+Pelk::TraceHandler Impl::textHandler(kFacility);
+constinit Pelk::Ptr<Fennlog::TraceHandle> Impl::ringHandle;
+
 Pelk::TraceHandler& text() {
-   static Pelk::TraceHandler handler(kFacility);
-   return handler;
+   return Impl::textHandler;
 }
 
 Pelk::Ptr<Fennlog::TraceHandle> const& ring() {
-   static auto const handle = Pelk::makePtr<Fennlog::TraceHandle>();
-   return handle;
+   if (!Impl::ringHandle) {
+      Impl::ringHandle = Pelk::makePtr<Fennlog::TraceHandle>();
+   }
+   return Impl::ringHandle;
 }
 
 } // namespace Irb::Multicast::Evpn::TransitTrace

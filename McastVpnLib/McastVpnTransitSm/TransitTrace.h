@@ -15,13 +15,24 @@ inline constexpr char const* kFile = "McastVpnLib/McastVpnTransitSm";
 
 // The facility's text trace.
 MCASTVPNLIB_EXPORT Pelk::TraceHandler& text();
-// The facility's ring, which all reactors of the process share.
+// The facility's ring, which all reactors of the process share; made on first use.
 MCASTVPNLIB_EXPORT Pelk::Ptr<Fennlog::TraceHandle> const& ring();
+
+namespace Impl {
+
+// The same, to be tested at every site without a call. The first reactor makes the
+// ring.
+extern Pelk::TraceHandler textHandler;
+extern Pelk::Ptr<Fennlog::TraceHandle> ringHandle;
+
+} // namespace Impl
 
 } // namespace Irb::Multicast::Evpn::TransitTrace
 
-// One message to the facility's ring and to its text trace.
-#define TRANSIT_TRACE(level, ...)                                                      \
-   DUALO(::Irb::Multicast::Evpn::TransitTrace::ring(),                                 \
-         ::Irb::Multicast::Evpn::TransitTrace::text(), level,                          \
-         ::Irb::Multicast::Evpn::TransitTrace::kFile, __VA_ARGS__)
+// One message to the facility's ring and to its text trace, for the reactor's sources.
+#define TRANSIT_TRACE(level, ...) TRANSIT_TRACE_AS(level, __func__, __VA_ARGS__)
+// The same with the function named.
+#define TRANSIT_TRACE_AS(level, function, ...)                                         \
+   DUALO_AS(::Irb::Multicast::Evpn::TransitTrace::Impl::ringHandle,                    \
+            ::Irb::Multicast::Evpn::TransitTrace::Impl::textHandler, level,            \
+            ::Irb::Multicast::Evpn::TransitTrace::kFile, function, __VA_ARGS__)

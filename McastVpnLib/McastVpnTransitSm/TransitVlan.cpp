@@ -7,6 +7,8 @@ namespace Irb::Multicast::Evpn {
 
 namespace {
 
+constexpr char const* kHandleTransitVlan = "handleTransitVlan";
+
 // Whether joins are written. Read once a process, on first use.
 bool joinsEnabled() {
    static bool const enabled =
@@ -24,28 +26,37 @@ Lidra::IntfId nullIntf() {
 } // namespace
 
 void TransitSm::handleTransitVlan(Bridging::VlanId vlanId) {
+   evaluateVlan(vlanId, nullptr);
+}
+
+void TransitSm::evaluateVlan(Bridging::VlanId vlanId, L3::VrfName const* transitVrf) {
    uint32_t const dispatches = dispatches_;
-   TRANSIT_TRACE(8, "handleTransitVlan( %s ), vlanId: %s", af_, vlanId);
-   auto const status = vxlanStatus();
-   auto const recorded = status ? sbdVlanToVrf(vlanId) : nullptr;
-   bool enabled = false;
-   if (recorded) {
-      for (auto const& entry : recorded->vrf()) {
-         auto const& vrf = entry.key();
-         if (status->vrfToSBDVlan(vrf) == vlanId &&
-             mcastEvpnConfig_->transitVrfHas(vrf)) {
-            enabled = true;
-            TRANSIT_TRACE(8, "Transit enabled Vrf: %s", vrf);
-            break;
-         }
-      }
-   }
-   updateTransitIntf(vlanId, enabled);
+   TRANSIT_TRACE_AS(8, kHandleTransitVlan, "handleTransitVlan( %s ), vlanId: %s", af_,
+                    vlanId);
+   updateTransitIntf(vlanId, isTransitVlan(vlanId, transitVrf));
    if (dispatches_ != dispatches) {
       // Who was notified changed an input: what this call wrote last may be the older
       // decision, half of it over the younger one.
       handleTransitVlan(vlanId);
    }
+}
+
+bool TransitSm::isTransitVlan(Bridging::VlanId vlanId,
+                              L3::VrfName const* transitVrf) const {
+   auto const* const recorded =
+      vxlanStatus() != nullptr ? sbdVlanToVrf_.find(vlanId) : nullptr;
+   if (recorded == nullptr) {
+      return false;
+   }
+   for (auto const& entry : recorded->value()->vrf()) {
+      auto const& vrf = entry.key();
+      if (mappedVlan(vrf) == vlanId && ((transitVrf != nullptr && *transitVrf == vrf) ||
+                                        mcastEvpnConfig_->transitVrfHas(vrf))) {
+         TRANSIT_TRACE_AS(8, kHandleTransitVlan, "Transit enabled Vrf: %s", vrf);
+         return true;
+      }
+   }
+   return false;
 }
 
 void TransitSm::updateTransitIntf(Bridging::VlanId vlanId, bool enabled) {
@@ -73,9 +84,21 @@ void TransitSm::updateTransitIntf(Bridging::VlanId vlanId, bool enabled) {
    TRANSIT_TRACE(
       4, "updateTransitIntf: Adding (%s, *, * ) to transit membershipJoinStatus",
       vlanId);
+   if (!isJoined(vlanId)) {
+      auto const any = Lidra::IpGenAddr::ipGenAddrZero(af_);
+      membershipJoinStatus_->vlanIs(vlanId)->groupIs(any)->sourceIs(any)->includeIntfIs(
+         nullIntf());
+   }
+}
+
+bool TransitSm::isJoined(Bridging::VlanId vlanId) const {
    auto const any = Lidra::IpGenAddr::ipGenAddrZero(af_);
-   membershipJoinStatus_->vlanIs(vlanId)->groupIs(any)->sourceIs(any)->includeIntfIs(
-      nullIntf());
+   auto const* const vlan = membershipJoinStatus_->vlan().find(vlanId);
+   auto const* const group =
+      vlan != nullptr ? vlan->value()->group().find(any) : nullptr;
+   auto const* const source =
+      group != nullptr ? group->value()->source().find(any) : nullptr;
+   return source != nullptr && source->value()->includeIntf().contains(nullIntf());
 }
 
 } // namespace Irb::Multicast::Evpn

@@ -4,8 +4,8 @@
 namespace Irb::Multicast::Evpn {
 
 Lidra::IpGenAddr TransitSm::vtepAddr() const {
-   auto const status = vxlanStatus();
-   if (!status) {
+   auto const* const status = vxlanStatus();
+   if (status == nullptr) {
       return {};
    }
    bool const shared = mlagStatus_->mlagState() == Mlag::MlagState::active;

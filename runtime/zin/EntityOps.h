@@ -54,20 +54,26 @@ auto child(Collection const& children, Key const& key) {
    return present != nullptr ? present->value() : nullptr;
 }
 
-// The child at the key; made of the key and what follows, and announced, if it is not
-// there.
+// A child, made of the key and what follows, and announced; there must be none.
 template <typename Collection, typename Key, typename... Args>
-auto childIs(Pelk::Publisher& entity, int16_t id, Collection& children, Key key,
-             Args const&... args) {
+auto childMade(Pelk::Publisher& entity, int16_t id, Collection& children, Key key,
+               Args const&... args) {
    using Child = typename Collection::mapped_type::element_type;
-   if (auto const* const present = children.find(key)) {
-      return present->value();
-   }
    auto made = Pelk::makePtr<Child>(key, args...);
    children.insert(key, made);
    Pelk::Entity const* const announced = made.get();
    entity.publishChangeRecursive(id, &key, announced);
    return made;
+}
+
+// The child at the key; made if it is not there.
+template <typename Collection, typename Key, typename... Args>
+auto childIs(Pelk::Publisher& entity, int16_t id, Collection& children, Key const& key,
+             Args const&... args) {
+   if (auto const* const present = children.find(key)) {
+      return present->value();
+   }
+   return childMade(entity, id, children, key, args...);
 }
 
 // Removes a member: nothing happens when it is not there. Returns what was removed.
