@@ -252,22 +252,28 @@ void TransitIntfSm::outputStateDel() {
 
 Pelk::Ptr<TransitIntfSm::GroupByCollectionValueType0>
 TransitIntfSm::groupByAttr0(uint16_t sbdVlan) const {
-   return Zin::child(groupByAttr0_, sbdVlan);
+   return groupPages_.find(groupByAttr0_, sbdVlan);
 }
 
 void TransitIntfSm::groupByAttr0Is(
    uint16_t sbdVlan, Pelk::Ptr<GroupByCollectionValueType0> const& group) {
    Pelk::Ptr<Pelk::Entity const> const announced = group;
    groupByAttr0_.assign(sbdVlan, group);
+   groupPages_.groupIs(sbdVlan, group.get());
    publishChangeRecursive(kGroupByAttr0, &sbdVlan, announced.get());
 }
 
 void TransitIntfSm::groupByAttr0Del(uint16_t sbdVlan) {
+   groupPages_.groupIs(sbdVlan, nullptr);
    Zin::memberDel(*this, kGroupByAttr0, groupByAttr0_, sbdVlan);
 }
 
 void TransitIntfSm::groupByAttr0DelAll() {
-   Zin::memberDelAll(*this, kGroupByAttr0, groupByAttr0_);
+   Pelk::Ptr const guard(this);
+   for (auto group = groupByAttr0_.iterate(); group; ++group) {
+      auto const sbdVlan = group.key();
+      groupByAttr0Del(sbdVlan);
+   }
 }
 
 void TransitIntfSm::hasNotificationActiveIs(bool active) {

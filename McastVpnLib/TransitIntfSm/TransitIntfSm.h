@@ -3,7 +3,9 @@
 #include "McastVpnLib/Export.h"
 #include "McastVpnLib/McastVpnTransitSm/TransitIntfColl.h"
 #include "McastVpnLib/TransitIntfSm/GroupBy.h"
+#include "McastVpnLib/TransitIntfSm/GroupPages.h"
 #include "McastVpnLib/TransitIntfSm/InputSmScanState.h"
+#include "McastVpnLib/TransitIntfSm/KnownInputs.h"
 #include "McastVpnLib/TransitIntfSm/OutputState.h"
 #include "McastVpnLib/TransitIntfSm/outputs/NamedOutputs.h"
 #include "McastVpnLib/TransitIntfSm/print/FlumaPrint.h"
@@ -211,22 +213,24 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
 
    // --- source streams: an input changed; whether it is present is not used ---
    void eventToTransitCfgStream(L3::VrfName const& vrfName,
-                                Zin::Optional<::FlumaCode::Unit> const& value);
+                                Zin::Optional<::FlumaCode::Unit> const& value,
+                                KnownInputs known = {});
    void eventToVtepAddrChangeStream(Lidra::IntfId vtiIntf,
                                     Zin::Optional<VtiStatusPtr> const& vtiStatus);
    void eventToMlagStream(Mlag::MlagState mlagState);
    void eventToPegVlanStream(Bridging::VlanId vlanId,
-                             Zin::Optional<Routing::Multicast::PegVlan> const& pegVlan);
+                             Zin::Optional<Routing::Multicast::PegVlan> const& pegVlan,
+                             KnownInputs known = {});
    void eventToVtiStatusStream(Lidra::IntfId vtiIntf, L3::VrfName const& vrfName,
                                Zin::Optional<Bridging::VlanIdOrNone> const& oldSbdVlan,
                                Zin::Optional<Bridging::VlanIdOrNone> const& newSbdVlan);
 
    // --- merged streams ---
    // The VRF is to be evaluated.
-   void eventToVrfStream(L3::VrfName const& vrfName);
+   void eventToVrfStream(L3::VrfName const& vrfName, KnownInputs known = {});
    // The VRF uses the VLAN, or does so no more: evaluates the VLAN.
    void eventToTransitVlanStream(uint16_t sbdVlan, L3::VrfName const& vrfName,
-                                 bool addDel);
+                                 bool addDel, KnownInputs known = {});
 
    // The second scan of the mappings of the interface that carries EVPN begins, which
    // has that many VLANs.
@@ -237,7 +241,9 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    // Whether an evaluation of any VLAN can be left out: it is not seen, and the second
    // scan of the mappings, which evaluates every VLAN that has VRFs, is still to come,
    // or has done or does so from the same inputs.
-   bool isRepetition();
+   bool isRepetition() {
+      return (inputsAsScanned_ || includeSink_.heldBack()) && isRepetitionAtStart();
+   }
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }
@@ -279,7 +285,13 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    // Whether the streams are open.
    bool streaming() const noexcept { return initialScanDone_ && !isBeingDeleted(); }
    // The status of the interface that carries EVPN, or null.
-   Vxlan::VtiStatus const* vxlanStatus() const;
+   Vxlan::VtiStatus const* vxlanStatus() const {
+      if (vxlanStatusVersion_ != vtiStatusDir_->vtiStatus().version()) [[unlikely]] {
+         findVxlanStatus();
+      }
+      return vxlanStatus_;
+   }
+   void findVxlanStatus() const;
    EvaluatedInputs inputsNow() const;
    void flattenTransitVrf(char const* function);
    // Whether nothing is written yet, and nobody would be told of an evaluation.
@@ -287,12 +299,17 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    // Whether the outputs are empty, and nobody but the machine will run before they are
    // reconciled.
    bool outputsStayFresh() const;
-   Grouped groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel);
-   bool isTransitVlan(GroupByCollectionValueType0 const& group,
-                      Bridging::VlanId vlanId) const;
-   void writeJoins(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);
-   JoinWork joinWork(Bridging::VlanId vlanId, bool enabled) const;
-   void writeTransitIntf(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);
+   bool isRepetitionAtStart();
+
+   // The steps of the second merged stream, for its source.
+   inline Grouped groupBy(uint16_t sbdVlan, L3::VrfName const& vrfName, bool addDel);
+   inline bool isTransitVlan(GroupByCollectionValueType0 const& group,
+                             L3::VrfName const& vrfName, Bridging::VlanId vlanId,
+                             KnownInputs known) const;
+   inline void writeJoins(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);
+   inline JoinWork joinWork(Bridging::VlanId vlanId, bool enabled) const;
+   inline void writeTransitIntf(Bridging::VlanId vlanId, bool enabled,
+                                bool const& overtaken);
 
    // Inputs and outputs.
    Lidra::AddressFamily const addressFamily_;
@@ -315,6 +332,7 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
 
    // The pipeline's state.
    GroupByMap groupByAttr0_;
+   GroupPages groupPages_; // of groupByAttr0_
    RunningVlan* runningVlans_ = nullptr;
    RunningVrf* runningVrfs_ = nullptr;
    // What the second scan of the mappings found when it began, and whether nothing has

@@ -46,7 +46,6 @@ void McastEvpnConfigSm0::enDispatch(Pelk::Publisher*, Pelk::Subscriber*,
                                     int16_t attributeId, void const* key,
                                     void const*) noexcept {
    if (attributeId == Routing::Multicast::Evpn::Config::kTransitVrf && isActive()) {
-      Pelk::Ptr const guard(root());
       handleTransitVrf0Reactor(*static_cast<L3::VrfName const*>(key));
    }
 }
@@ -59,21 +58,24 @@ void McastEvpnConfigSm0::handleTransitVrf0Reactor(L3::VrfName const& vrf) {
 
 void McastEvpnConfigSm0::handleTransitVrf0(L3::VrfName const& vrf) {
    Zin::Optional<::FlumaCode::Unit> present;
-   if (en()->transitVrfHas(vrf)) {
+   auto const& transitVrf = en()->transitVrf();
+   if (transitVrf.contains(vrf)) {
       present.emplace();
    }
-   handleTransitVrf0(vrf, present);
+   handleTransitVrf0(
+      vrf, present, KnownInputs::transitVrf(transitVrf.version(), present.has_value()));
 }
 
 void McastEvpnConfigSm0::handleTransitVrf0(
-   L3::VrfName const& vrf, Zin::Optional<::FlumaCode::Unit> const& present) {
+   L3::VrfName const& vrf, Zin::Optional<::FlumaCode::Unit> const& present,
+   KnownInputs known) {
    if (!initialized()) {
       return;
    }
    PELK_FMTRACE(InputScan0::handler(), TransitIntfTrace::kEvent,
                 TransitIntfTrace::kFile, "k: {}", ::FlumaCode::flumaPrint(vrf));
    InputScan0::versionStore(*this);
-   root()->eventToTransitCfgStream(vrf, present);
+   root()->eventToTransitCfgStream(vrf, present, known);
 }
 
 void McastEvpnConfigSm0::doDeleteAll() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "McastVpnLib/Export.h"
+#include "McastVpnLib/TransitIntfSm/KnownInputs.h"
 #include "McastVpnLib/TransitIntfSm/inputs/InputScan.h"
 #include "McastVpnLib/TransitIntfSm/inputs/InputSm.h"
 #include "McastVpnLib/TransitIntfSm/print/FlumaPrint.h"
@@ -55,7 +56,8 @@ class MCASTVPNLIB_EXPORT McastEvpnConfigSm0 final
    void handleTransitVrf0(L3::VrfName const& vrf);
    // The same for whoever knows whether it is there.
    void handleTransitVrf0(L3::VrfName const& vrf,
-                          Zin::Optional<::FlumaCode::Unit> const& present);
+                          Zin::Optional<::FlumaCode::Unit> const& present,
+                          KnownInputs known = {});
    void handleTransitVrf0Reactor(L3::VrfName const& vrf);
    // Hands every VRF that is still there to the stream as gone. A change that was
    // missed before is a fatal assertion.

@@ -47,7 +47,6 @@ void PegVlanStatusSm4::enDispatch(Pelk::Publisher*, Pelk::Subscriber*,
                                   int16_t attributeId, void const* key,
                                   void const*) noexcept {
    if (attributeId == Routing::Multicast::PegVlanStatus::kPegVlan && isActive()) {
-      Pelk::Ptr const guard(root());
       handlePegVlan4Reactor(*static_cast<Bridging::VlanId const*>(key));
    }
 }
@@ -60,21 +59,24 @@ void PegVlanStatusSm4::handlePegVlan4Reactor(Bridging::VlanId vlanId) {
 
 void PegVlanStatusSm4::handlePegVlan4(Bridging::VlanId vlanId) {
    Zin::Optional<Routing::Multicast::PegVlan> present;
-   if (auto const* const member = en()->pegVlan().find(vlanId)) {
+   auto const& pegVlan = en()->pegVlan();
+   if (auto const* const member = pegVlan.find(vlanId)) {
       present = member->value();
    }
-   handlePegVlan4(vlanId, present);
+   handlePegVlan4(vlanId, present,
+                  KnownInputs::pegVlan(pegVlan.version(), present.has_value()));
 }
 
 void PegVlanStatusSm4::handlePegVlan4(
-   Bridging::VlanId vlanId, Zin::Optional<Routing::Multicast::PegVlan> const& present) {
+   Bridging::VlanId vlanId, Zin::Optional<Routing::Multicast::PegVlan> const& present,
+   KnownInputs known) {
    if (!initialized()) {
       return;
    }
    PELK_FMTRACE(InputScan4::handler(), TransitIntfTrace::kEvent,
                 TransitIntfTrace::kFile, "k: {}", ::FlumaCode::flumaPrint(vlanId));
    InputScan4::versionStore(*this);
-   root()->eventToPegVlanStream(vlanId, present);
+   root()->eventToPegVlanStream(vlanId, present, known);
 }
 
 void PegVlanStatusSm4::doDeleteAll() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "McastVpnLib/Export.h"
+#include "McastVpnLib/TransitIntfSm/KnownInputs.h"
 #include "McastVpnLib/TransitIntfSm/inputs/InputScan.h"
 #include "McastVpnLib/TransitIntfSm/inputs/InputSm.h"
 #include "bridging/VlanId.h"
@@ -53,7 +54,8 @@ class MCASTVPNLIB_EXPORT PegVlanStatusSm4 final
    void handlePegVlan4(Bridging::VlanId vlanId);
    // The same for whoever knows its record.
    void handlePegVlan4(Bridging::VlanId vlanId,
-                       Zin::Optional<Routing::Multicast::PegVlan> const& present);
+                       Zin::Optional<Routing::Multicast::PegVlan> const& present,
+                       KnownInputs known = {});
    void handlePegVlan4Reactor(Bridging::VlanId vlanId);
    // Hands every VLAN that is still there to the stream as gone. A change that was
    // missed before is a fatal assertion.

@@ -24,7 +24,7 @@ void TransitIntfSm::flattenTransitVrf(char const* function) {
    for (auto member = transitVrf.iterate(); member; ++member) {
       auto const vrfName = member.key();
       StreamOps::element(function, vrfName);
-      eventToVrfStream(vrfName);
+      eventToVrfStream(vrfName, KnownInputs::transitVrf(transitVrf.version(), true));
    }
 }
 

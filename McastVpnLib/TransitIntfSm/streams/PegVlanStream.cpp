@@ -19,7 +19,8 @@ bool elementsAreTraced() {
 } // namespace
 
 void TransitIntfSm::eventToPegVlanStream(
-   Bridging::VlanId vlanId, Zin::Optional<Routing::Multicast::PegVlan> const&) {
+   Bridging::VlanId vlanId, Zin::Optional<Routing::Multicast::PegVlan> const&,
+   KnownInputs known) {
    if (!streaming() || isRepetition()) {
       return;
    }
@@ -40,7 +41,7 @@ void TransitIntfSm::eventToPegVlanStream(
       if (index != nullptr) {
          for (auto vrfName = index->vrfAfter(vlanId); vrfName && isCurrent();
               vrfName = index->vrfAfter(vlanId, vrfName)) {
-            eventToTransitVlanStream(vlanId, *vrfName, true);
+            eventToTransitVlanStream(vlanId, *vrfName, true, known);
          }
          return;
       }
@@ -51,7 +52,7 @@ void TransitIntfSm::eventToPegVlanStream(
       auto const vrfName = member.key();
       StreamOps::element(__func__, vrfName);
       if (member.value().value() == vlanId.value()) {
-         eventToTransitVlanStream(vlanId, vrfName, true);
+         eventToTransitVlanStream(vlanId, vrfName, true, known);
       } else {
          StreamOps::filterFailed(__func__, "( vlanId.value == sbdVlan.value )");
       }

@@ -62,7 +62,7 @@ bool TransitIntfSm::isUnseen() const {
           !isTraced(qtHandle_);
 }
 
-bool TransitIntfSm::isRepetition() {
+bool TransitIntfSm::isRepetitionAtStart() {
    // From the first change on everything is evaluated, also when it is taken back.
    inputsAsScanned_ = inputsAsScanned_ && inputsNow() == scannedInputs_;
    if (!isUnseen()) {

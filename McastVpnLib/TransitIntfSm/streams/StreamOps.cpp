@@ -29,7 +29,7 @@ void flattening(char const* function, char const* collection, size_t elements) {
                          " foreach( {} ) flattening {} elements", collection, elements);
 }
 
-void element(char const* function, L3::VrfName const& vrfName) {
+void elementTraced(char const* function, L3::VrfName const& vrfName) {
    TRANSIT_INTF_TRACE_AS(TransitIntfTrace::kDetail, function, "Flattening element: {}",
                          vrfName);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "McastVpnLib/TransitIntfSm/TransitIntfTrace.h"
 #include "l3/VrfName.h"
 #include "lidra/IntfId.h"
 
@@ -25,6 +26,12 @@ inline constexpr char const* kFilterVxlanStatus = "vx1Status";
 void filterFailed(char const* function, char const* filter);
 // The number of elements of a foreach( ... ).
 void flattening(char const* function, char const* collection, size_t elements);
-void element(char const* function, L3::VrfName const& vrfName);
+void elementTraced(char const* function, L3::VrfName const& vrfName);
+inline void element(char const* function, L3::VrfName const& vrfName) {
+   if (TransitIntfTrace::transitIntfSm.enabled(TransitIntfTrace::kDetail))
+      [[unlikely]] {
+      elementTraced(function, vrfName);
+   }
+}
 
 } // namespace Irb::Multicast::Evpn::StreamOps

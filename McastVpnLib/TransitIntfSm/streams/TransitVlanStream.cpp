@@ -34,7 +34,8 @@ struct TransitIntfSm::RunningVlan {
 };
 
 void TransitIntfSm::eventToTransitVlanStream(uint16_t sbdVlan,
-                                             L3::VrfName const& vrfName, bool addDel) {
+                                             L3::VrfName const& vrfName, bool addDel,
+                                             KnownInputs known) {
    if (!streaming()) {
       return;
    }
@@ -52,7 +53,7 @@ void TransitIntfSm::eventToTransitVlanStream(uint16_t sbdVlan,
       running.overtaken = false;
    }
    Bridging::VlanId const vlanId(sbdVlan);
-   bool const enabled = isTransitVlan(*group, vlanId);
+   bool const enabled = isTransitVlan(*group, vrfName, vlanId, known);
    DUALO_FMT_ALWAYS(qtHandle_, TransitIntfTrace::transitIntfSm, kDecision,
                     TransitIntfTrace::kFile, "transit vlan: {} for VRF: {} enabled: {}",
                     sbdVlan, vrfName, enabled);
@@ -67,7 +68,7 @@ void TransitIntfSm::eventToTransitVlanStream(uint16_t sbdVlan,
 // The VLAN's group after the event; one that was left empty is not kept any more.
 TransitIntfSm::Grouped TransitIntfSm::groupBy(uint16_t sbdVlan,
                                               L3::VrfName const& vrfName, bool addDel) {
-   auto group = groupByAttr0(sbdVlan);
+   Pelk::Ptr group(groupPages_.find(groupByAttr0_, sbdVlan));
    if (!group) {
       group = Pelk::makePtr<GroupByCollectionValueType0>();
       if (auto const* const child = vtiStatusDirSm1_->vxlanChild()) {
@@ -81,7 +82,9 @@ TransitIntfSm::Grouped TransitIntfSm::groupBy(uint16_t sbdVlan,
          kFilter, "eventToTransitVlanStream",
          "Inserting value {} with key {} into groupby collection with key {}",
          ::FlumaCode::flumaPrint(::FlumaCode::Unit()), vrfName, sbdVlan);
-      group->collIs(vrfName);
+      if (!group->collHas(vrfName)) {
+         group->collIs(vrfName);
+      }
    } else {
       TRANSIT_INTF_TRACE_AS(kFilter, "eventToTransitVlanStream",
                             "Deleting key {} from groupby collection with key {}",
@@ -95,10 +98,24 @@ TransitIntfSm::Grouped TransitIntfSm::groupBy(uint16_t sbdVlan,
 }
 
 bool TransitIntfSm::isTransitVlan(GroupByCollectionValueType0 const& group,
-                                  Bridging::VlanId vlanId) const {
+                                  L3::VrfName const& vrfName, Bridging::VlanId vlanId,
+                                  KnownInputs known) const {
    auto const& coll = group.coll();
-   return coll.size() == 1 && mcastEvpnConfig_->transitVrfHas(coll.begin()->key()) &&
-          pegVlanStatus_->pegVlanHas(vlanId);
+   if (coll.size() != 1) {
+      return false;
+   }
+   auto const& only = coll.begin()->key();
+   auto const& transitVrf = mcastEvpnConfig_->transitVrf();
+   bool const isTransitVrf =
+      known.transitVrfVersion == transitVrf.version() && only == vrfName
+         ? known.isTransitVrf
+         : transitVrf.contains(only);
+   if (!isTransitVrf) {
+      return false;
+   }
+   auto const& pegVlan = pegVlanStatus_->pegVlan();
+   return known.pegVlanVersion == pegVlan.version() ? known.isPegVlan
+                                                    : pegVlan.contains(vlanId);
 }
 
 void TransitIntfSm::writeJoins(Bridging::VlanId vlanId, bool enabled,

@@ -6,7 +6,7 @@ namespace Irb::Multicast::Evpn {
 
 using TransitIntfTrace::kStream;
 
-void TransitIntfSm::eventToVrfStream(L3::VrfName const& vrfName) {
+void TransitIntfSm::eventToVrfStream(L3::VrfName const& vrfName, KnownInputs known) {
    if (!streaming() || isRepetition()) {
       return;
    }
@@ -24,17 +24,14 @@ void TransitIntfSm::eventToVrfStream(L3::VrfName const& vrfName) {
       StreamOps::filterFailed(__func__, "sbdVlan");
       return;
    }
-   eventToTransitVlanStream(entry->value().value(), vrfName, true);
+   eventToTransitVlanStream(entry->value().value(), vrfName, true, known);
 }
 
-Vxlan::VtiStatus const* TransitIntfSm::vxlanStatus() const {
+void TransitIntfSm::findVxlanStatus() const {
    auto const& statuses = vtiStatusDir_->vtiStatus();
-   if (vxlanStatusVersion_ != statuses.version()) {
-      auto const* const entry = statuses.find(StreamOps::vxlanIntf());
-      vxlanStatus_ = entry != nullptr ? entry->value().get() : nullptr;
-      vxlanStatusVersion_ = statuses.version();
-   }
-   return vxlanStatus_;
+   auto const* const entry = statuses.find(StreamOps::vxlanIntf());
+   vxlanStatus_ = entry != nullptr ? entry->value().get() : nullptr;
+   vxlanStatusVersion_ = statuses.version();
 }
 
 } // namespace Irb::Multicast::Evpn
