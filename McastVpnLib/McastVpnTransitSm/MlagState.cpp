@@ -1,5 +1,6 @@
 #include "McastVpnLib/McastVpnTransitSm/TransitSm.h"
 #include "McastVpnLib/McastVpnTransitSm/TransitTrace.h"
+#include "McastVpnLib/McastVpnTransitSm/TransitVrfWalk.h"
 
 namespace Irb::Multicast::Evpn {
 
@@ -10,10 +11,22 @@ void TransitSm::handleMlagState() {
    auto const state = mlagStatus_->mlagState();
    TRANSIT_TRACE(8, "handleMlagState: Mlag State: %s",
                  Dualo::differing(static_cast<uint32_t>(state), state));
-   for (auto entry = mcastEvpnConfig_->transitVrf().iterate(); entry; ++entry) {
-      auto const vrf = entry.key();
-      evaluateVrf(vrf, true);
-   }
+   uint32_t const version = vrfToSbdVlan_.version();
+   auto const vlanOf = [&](L3::VrfName const& vrf) {
+      auto const* const entry = vrfToSbdVlan_.find(vrf);
+      if (entry == nullptr || entry->value().isNone()) {
+         return TransitVrfWalk::kNoVlan;
+      }
+      return uint32_t{entry->value().value()};
+   };
+   TransitVrfWalk(mcastEvpnConfig_->transitVrf(), membershipJoinStatus_->vlan(),
+                  transitIntfColl_->intf())
+      .each(vlanOf, [&](L3::VrfName const& vrf, TransitVrfWalk::Found const* found) {
+         if (found == nullptr || vrfToSbdVlan_.version() != version ||
+             !refreshTransitIntf(vrf, *found)) {
+            evaluateVrf(vrf, true);
+         }
+      });
 }
 
 } // namespace Irb::Multicast::Evpn

@@ -2,6 +2,7 @@
 
 #include "McastVpnLib/Export.h"
 #include "McastVpnLib/McastVpnTransitSm/TransitIntfColl.h"
+#include "McastVpnLib/McastVpnTransitSm/TransitVrfWalk.h"
 #include "bridging/VlanId.h"
 #include "gmp/MembershipJoinStatus.h"
 #include "l3/VrfName.h"
@@ -249,8 +250,10 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    void evaluateVrf(L3::VrfName const& vrf, bool isTransitVrf);
    void evaluateVlan(Bridging::VlanId vlanId, L3::VrfName const* transitVrf);
    bool isTransitVlan(Bridging::VlanId vlanId, L3::VrfName const* transitVrf) const;
-   // Whether all of the VLAN's join is there.
-   bool isJoined(Bridging::VlanId vlanId) const;
+   bool refreshTransitIntf(L3::VrfName const& transitVrf,
+                           TransitVrfWalk::Found const& found);
+   // Whether all of the join is there.
+   bool isJoined(Gmp::VlanMembershipJoin const& joins) const;
    // Takes those VRFs out of the VLAN's record that are not mapped to it any more.
    void prune(Bridging::VlanId vlanId);
 

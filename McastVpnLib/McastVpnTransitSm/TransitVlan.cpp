@@ -23,6 +23,15 @@ Lidra::IntfId nullIntf() {
    return intfId;
 }
 
+// Whether an evaluation says anything.
+bool isTraced() {
+   constexpr auto kLevels = Pelk::TraceLevels::of(4) | Pelk::TraceLevels::of(8);
+   auto const* const ring = TransitTrace::Impl::ringHandle.get();
+   auto const ringLevels = ring != nullptr ? ring->levels() : Pelk::TraceLevels();
+   auto const levels = TransitTrace::Impl::textHandler.levels() | ringLevels;
+   return (levels.word() & kLevels.word()) != 0;
+}
+
 } // namespace
 
 void TransitSm::handleTransitVlan(Bridging::VlanId vlanId) {
@@ -39,6 +48,27 @@ void TransitSm::evaluateVlan(Bridging::VlanId vlanId, L3::VrfName const* transit
       // decision, half of it over the younger one.
       handleTransitVlan(vlanId);
    }
+}
+
+// A VLAN that is and stays a transit VLAN, and whose interface gets just an address:
+// what an evaluation comes to then. False, and nothing done, if there is more to do or
+// to say.
+bool TransitSm::refreshTransitIntf(L3::VrfName const& transitVrf,
+                                   TransitVrfWalk::Found const& found) {
+   if (found.joins == nullptr || found.intf == nullptr || isTraced() ||
+       !joinsEnabled()) {
+      return false;
+   }
+   Bridging::VlanId const vlanId(static_cast<uint16_t>(found.sbdVlan));
+   if (!isTransitVlan(vlanId, &transitVrf) || !isJoined(*found.joins) ||
+       mlagStatus_->mlagState() == Mlag::MlagState::withheld) {
+      return false;
+   }
+   if (found.intf->subscribers() != 0) {
+      return false; // whoever is told may change the rest
+   }
+   found.intf->ipAddrIs(vtepAddr());
+   return true;
 }
 
 bool TransitSm::isTransitVlan(Bridging::VlanId vlanId,
@@ -84,18 +114,17 @@ void TransitSm::updateTransitIntf(Bridging::VlanId vlanId, bool enabled) {
    TRANSIT_TRACE(
       4, "updateTransitIntf: Adding (%s, *, * ) to transit membershipJoinStatus",
       vlanId);
-   if (!isJoined(vlanId)) {
+   auto const* const joins = membershipJoinStatus_->vlan().find(vlanId);
+   if (joins == nullptr || !isJoined(*joins->value())) {
       auto const any = Lidra::IpGenAddr::ipGenAddrZero(af_);
       membershipJoinStatus_->vlanIs(vlanId)->groupIs(any)->sourceIs(any)->includeIntfIs(
          nullIntf());
    }
 }
 
-bool TransitSm::isJoined(Bridging::VlanId vlanId) const {
+bool TransitSm::isJoined(Gmp::VlanMembershipJoin const& joins) const {
    auto const any = Lidra::IpGenAddr::ipGenAddrZero(af_);
-   auto const* const vlan = membershipJoinStatus_->vlan().find(vlanId);
-   auto const* const group =
-      vlan != nullptr ? vlan->value()->group().find(any) : nullptr;
+   auto const* const group = joins.group().find(any);
    auto const* const source =
       group != nullptr ? group->value()->source().find(any) : nullptr;
    return source != nullptr && source->value()->includeIntf().contains(nullIntf());

@@ -2,6 +2,7 @@
 
 #include "McastVpnLib/Export.h"
 #include "McastVpnLib/McastVpnTransitSm/TransitIntfColl.h"
+#include "McastVpnLib/McastVpnTransitSm/TransitVrfWalk.h"
 #include "McastVpnLib/TransitIntfSm/GroupBy.h"
 #include "McastVpnLib/TransitIntfSm/GroupPages.h"
 #include "McastVpnLib/TransitIntfSm/InputSmScanState.h"
@@ -293,7 +294,11 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    }
    void findVxlanStatus() const;
    EvaluatedInputs inputsNow() const;
+   // Every transit VRF is evaluated.
    void flattenTransitVrf(char const* function);
+   inline bool refreshTransitIntf(L3::VrfName const& vrfName,
+                                  TransitVrfWalk::Found const& found);
+   inline bool isQuiet() const;
    // Whether nothing is written yet, and nobody would be told of an evaluation.
    bool isUnseen() const;
    // Whether the outputs are empty, and nobody but the machine will run before they are
@@ -308,8 +313,11 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
                              KnownInputs known) const;
    inline void writeJoins(Bridging::VlanId vlanId, bool enabled, bool const& overtaken);
    inline JoinWork joinWork(Bridging::VlanId vlanId, bool enabled) const;
+   JoinWork joinWork(Gmp::VlanMembershipJoin const& joins, bool enabled) const;
    inline void writeTransitIntf(Bridging::VlanId vlanId, bool enabled,
                                 bool const& overtaken);
+   // The VTEP address that the MLAG state chooses.
+   Lidra::IpGenAddr vtepAddr(Vxlan::VtiStatus const& status) const;
 
    // Inputs and outputs.
    Lidra::AddressFamily const addressFamily_;

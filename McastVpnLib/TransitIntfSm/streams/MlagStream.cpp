@@ -14,18 +14,4 @@ void TransitIntfSm::eventToMlagStream(Mlag::MlagState) {
    flattenTransitVrf(__func__);
 }
 
-// Every transit VRF is evaluated, for the function named.
-void TransitIntfSm::flattenTransitVrf(char const* function) {
-   if (isRepetition()) {
-      return;
-   }
-   auto const& transitVrf = mcastEvpnConfig_->transitVrf();
-   StreamOps::flattening(function, "mcastEvpnConfig.transitVrf", transitVrf.size());
-   for (auto member = transitVrf.iterate(); member; ++member) {
-      auto const vrfName = member.key();
-      StreamOps::element(function, vrfName);
-      eventToVrfStream(vrfName, KnownInputs::transitVrf(transitVrf.version(), true));
-   }
-}
-
 } // namespace Irb::Multicast::Evpn

@@ -153,31 +153,33 @@ TransitIntfSm::JoinWork TransitIntfSm::joinWork(Bridging::VlanId vlanId,
        includeSink_.reconciling() || TransitIntfTrace::transitIntfSm.enabled(kDetail)) {
       return JoinWork::all;
    }
-   auto const absent = enabled ? JoinWork::include : JoinWork::none;
    auto const* const atVlan = membershipJoinStatus_->vlan().find(vlanId);
    if (atVlan == nullptr) {
-      return absent;
+      return enabled ? JoinWork::include : JoinWork::none;
    }
-   auto const& vlan = *atVlan->value();
+   return joinWork(*atVlan->value(), enabled);
+}
+
+TransitIntfSm::JoinWork TransitIntfSm::joinWork(Gmp::VlanMembershipJoin const& joins,
+                                                bool enabled) const {
    auto const intfId = StreamOps::nullIntf();
-   if (vlan.routerIntf().contains(intfId) ||
-       (vlan.routerIntf().empty() && vlan.group().empty())) {
+   auto const& routers = joins.routerIntf();
+   if (routers.empty() ? joins.group().empty() : routers.contains(intfId)) {
       return JoinWork::all;
    }
    auto const anyGrpOrSrc = Lidra::IpGenAddr::ipGenAddrZero(addressFamily_);
-   auto const* const atGroup = vlan.group().find(anyGrpOrSrc);
+   auto const* const atGroup = joins.group().find(anyGrpOrSrc);
    auto const* const atSource =
       atGroup != nullptr ? atGroup->value()->source().find(anyGrpOrSrc) : nullptr;
    if (atSource == nullptr) {
-      return absent;
+      return enabled ? JoinWork::include : JoinWork::none;
    }
-   auto const& source = *atSource->value();
-   if (source.excludeIntf().contains(intfId) ||
-       (source.excludeIntf().empty() && source.includeIntf().empty())) {
+   auto const& excluded = atSource->value()->excludeIntf();
+   auto const& included = atSource->value()->includeIntf();
+   if (excluded.empty() ? included.empty() : excluded.contains(intfId)) {
       return JoinWork::all;
    }
-   return enabled && source.includeIntf().contains(intfId) ? JoinWork::none
-                                                           : JoinWork::include;
+   return enabled && included.contains(intfId) ? JoinWork::none : JoinWork::include;
 }
 
 void TransitIntfSm::writeTransitIntf(Bridging::VlanId vlanId, bool enabled,
@@ -190,14 +192,11 @@ void TransitIntfSm::writeTransitIntf(Bridging::VlanId vlanId, bool enabled,
    }
    auto const intfId = Lidra::VlanIntfId::vlanIdToIntfId(vlanId);
    auto const key = OutputKeys::validKey<TransitIntfOutput::Key>(intfId);
-   auto const state = mlagStatus_->mlagState();
-   if (!enabled || state == Mlag::MlagState::withheld) {
+   if (!enabled || mlagStatus_->mlagState() == Mlag::MlagState::withheld) {
       transitSink_.remove(key);
       return;
    }
-   auto const addr = state == Mlag::MlagState::active ? status->mlagVtepAddr()
-                                                      : status->localVtepAddr();
-   transitSink_.insert(key, {intfId, Lidra::IpGenAddr(addr)}, overtaken);
+   transitSink_.insert(key, {intfId, vtepAddr(*status)}, overtaken);
 }
 
 } // namespace Irb::Multicast::Evpn
