@@ -1,5 +1,6 @@
 #include "McastVpnLib/McastVpnTransitSm/TransitIntf.h"
 
+#include "pelk/SpareBlocks.h"
 #include "zin/AttributeMakers.h"
 #include "zin/EntityOps.h"
 
@@ -19,7 +20,17 @@ constexpr std::array kAttributes = {
 constexpr Zin::EntityType kType{"Irb::Multicast::Evpn::TransitIntf", kAttributes};
 Zin::TypeRegistration const registration(kType);
 
+constinit Pelk::SpareBlocks spareBlocks;
+
 } // namespace
+
+void* TransitIntf::operator new(size_t size) {
+   return spareBlocks.allocate(size);
+}
+
+void TransitIntf::operator delete(void* memory) noexcept {
+   spareBlocks.release(memory);
+}
 
 void TransitIntf::ipAddrIs(Lidra::IpGenAddr const& ipAddr) {
    Zin::attributeIs(*this, kIpAddr, ipAddr_, ipAddr);

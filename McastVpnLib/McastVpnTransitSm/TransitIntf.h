@@ -5,6 +5,8 @@
 #include "lidra/IpGenAddr.h"
 #include "pelk/Entity.h"
 
+#include <cstddef>
+
 namespace Irb::Multicast::Evpn {
 
 // One transit interface: the routed VLAN interface that carries the transit traffic of
@@ -26,6 +28,10 @@ class MCASTVPNLIB_EXPORT TransitIntf final : public Pelk::Entity {
    Lidra::IpGenAddr const& ipAddr() const noexcept { return ipAddr_; }
    // Announces kIpAddr, once, if the address changes.
    void ipAddrIs(Lidra::IpGenAddr const& ipAddr);
+
+   // Made of spare memory; see pelk/SpareBlocks.h.
+   static void* operator new(size_t size);
+   static void operator delete(void* memory) noexcept;
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }

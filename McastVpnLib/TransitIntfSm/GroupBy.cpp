@@ -1,5 +1,6 @@
 #include "McastVpnLib/TransitIntfSm/GroupBy.h"
 
+#include "pelk/SpareBlocks.h"
 #include "zin/AttributeMakers.h"
 #include "zin/EntityOps.h"
 
@@ -20,7 +21,17 @@ constexpr Zin::EntityType kType{
    "Irb::Multicast::Evpn::TransitIntfSm::GroupByCollectionValueType0", kAttributes};
 Zin::TypeRegistration const registration(kType);
 
+constinit Pelk::SpareBlocks spareBlocks;
+
 } // namespace
+
+void* GroupByCollection::operator new(size_t size) {
+   return spareBlocks.allocate(size);
+}
+
+void GroupByCollection::operator delete(void* memory) noexcept {
+   spareBlocks.release(memory);
+}
 
 void GroupByCollection::collIs(L3::VrfName const& vrf) {
    Zin::memberIs(*this, kColl, coll_, vrf);

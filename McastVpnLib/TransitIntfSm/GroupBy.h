@@ -36,6 +36,10 @@ class MCASTVPNLIB_EXPORT GroupByCollection final : public Pelk::Entity {
    // Makes room for that many VRFs. Not a change.
    void collReserve(size_t vrfs) { coll_.reserve(vrfs); }
 
+   // Made of spare memory; see pelk/SpareBlocks.h.
+   static void* operator new(size_t size);
+   static void operator delete(void* memory) noexcept;
+
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }
 

@@ -1,5 +1,6 @@
 #include "gmp/GroupMembershipJoin.h"
 
+#include "pelk/SpareBlocks.h"
 #include "zin/AttributeMakers.h"
 #include "zin/EntityOps.h"
 
@@ -25,7 +26,17 @@ constexpr Zin::EntityType kType{"Irb::Multicast::Gmp::GroupMembershipJoin",
                                 kAttributes};
 Zin::TypeRegistration const registration(kType);
 
+constinit Pelk::SpareBlocks spareBlocks;
+
 } // namespace
+
+void* GroupMembershipJoin::operator new(size_t size) {
+   return spareBlocks.allocate(size);
+}
+
+void GroupMembershipJoin::operator delete(void* memory) noexcept {
+   spareBlocks.release(memory);
+}
 
 Pelk::Ptr<SourceMembershipJoin>
 GroupMembershipJoin::source(Lidra::IpGenAddr const& source) const {

@@ -7,6 +7,8 @@
 #include "pelk/Ptr.h"
 #include "zin/HashMap2018.h"
 
+#include <cstddef>
+
 namespace Irb::Multicast::Gmp {
 
 // The joins of one group on a VLAN, by source. Made by its VLAN. Event thread only.
@@ -39,6 +41,10 @@ class PELK_EXPORT GroupMembershipJoin final : public Pelk::Entity {
    // there. One notification, for the level removed.
    void sourceDel(Lidra::IpGenAddr const& source);
    void sourceDelAll();
+
+   // Made of spare memory; see pelk/SpareBlocks.h.
+   static void* operator new(size_t size);
+   static void operator delete(void* memory) noexcept;
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }

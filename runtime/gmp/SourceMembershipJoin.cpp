@@ -1,5 +1,6 @@
 #include "gmp/SourceMembershipJoin.h"
 
+#include "pelk/SpareBlocks.h"
 #include "zin/AttributeMakers.h"
 #include "zin/EntityOps.h"
 
@@ -28,7 +29,17 @@ constexpr Zin::EntityType kType{"Irb::Multicast::Gmp::SourceMembershipJoin",
                                 kAttributes};
 Zin::TypeRegistration const registration(kType);
 
+constinit Pelk::SpareBlocks spareBlocks;
+
 } // namespace
+
+void* SourceMembershipJoin::operator new(size_t size) {
+   return spareBlocks.allocate(size);
+}
+
+void SourceMembershipJoin::operator delete(void* memory) noexcept {
+   spareBlocks.release(memory);
+}
 
 void SourceMembershipJoin::includeIntfIs(Lidra::IntfId intfId) {
    Zin::memberIs(*this, kIncludeIntf, includeIntf_, intfId);

@@ -6,6 +6,8 @@
 #include "pelk/Entity.h"
 #include "pelk/Export.h"
 
+#include <cstddef>
+
 namespace Irb::Multicast::Gmp {
 
 // The joins of one source of a group on a VLAN: the interfaces that want the source
@@ -45,6 +47,10 @@ class PELK_EXPORT SourceMembershipJoin final : public Pelk::Entity {
    void excludeIntfIs(Lidra::IntfId intfId);
    void excludeIntfDel(Lidra::IntfId intfId);
    void excludeIntfDelAll();
+
+   // Made of spare memory; see pelk/SpareBlocks.h.
+   static void* operator new(size_t size);
+   static void operator delete(void* memory) noexcept;
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }

@@ -1,5 +1,6 @@
 #include "gmp/VlanMembershipJoin.h"
 
+#include "pelk/SpareBlocks.h"
 #include "zin/AttributeMakers.h"
 #include "zin/EntityOps.h"
 
@@ -29,7 +30,17 @@ constexpr std::array kAttributes = {
 constexpr Zin::EntityType kType{"Irb::Multicast::Gmp::VlanMembershipJoin", kAttributes};
 Zin::TypeRegistration const registration(kType);
 
+constinit Pelk::SpareBlocks spareBlocks;
+
 } // namespace
+
+void* VlanMembershipJoin::operator new(size_t size) {
+   return spareBlocks.allocate(size);
+}
+
+void VlanMembershipJoin::operator delete(void* memory) noexcept {
+   spareBlocks.release(memory);
+}
 
 void VlanMembershipJoin::routerIntfIs(Lidra::IntfId intfId) {
    Zin::memberIs(*this, kRouterIntf, routerIntf_, intfId);

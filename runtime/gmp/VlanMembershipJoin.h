@@ -10,6 +10,8 @@
 #include "pelk/Ptr.h"
 #include "zin/HashMap2018.h"
 
+#include <cstddef>
+
 namespace Irb::Multicast::Gmp {
 
 // The joins of one VLAN: its router interfaces, and its groups. Made by the
@@ -55,6 +57,10 @@ class PELK_EXPORT VlanMembershipJoin final : public Pelk::Entity {
    // there. One notification, for the level removed.
    void groupDel(Lidra::IpGenAddr const& group);
    void groupDelAll();
+
+   // Made of spare memory; see pelk/SpareBlocks.h.
+   static void* operator new(size_t size);
+   static void operator delete(void* memory) noexcept;
 
    static Zin::EntityType const& type() noexcept;
    Zin::EntityType const& entityType() const noexcept override { return type(); }

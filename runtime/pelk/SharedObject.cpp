@@ -1,5 +1,7 @@
 #include "pelk/SharedObject.h"
 
+#include <utility>
+
 namespace Pelk {
 
 void SharedObject::beingDeletedIs() noexcept {
@@ -7,8 +9,12 @@ void SharedObject::beingDeletedIs() noexcept {
 }
 
 void SharedObject::lastUseGone() const noexcept {
-   uint32_t const before =
-      std::atomic_ref(word_).fetch_or(kDying, std::memory_order_relaxed);
+   uint32_t before = 0;
+   if (isPlain(this)) {
+      before = std::exchange(word_, word_ | kDying);
+   } else {
+      before = std::atomic_ref(word_).fetch_or(kDying, std::memory_order_relaxed);
+   }
    if ((before & kDying) != 0) {
       return;
    }

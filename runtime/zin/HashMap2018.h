@@ -75,7 +75,11 @@ class HashMap2018 : private Impl::HashMapBase {
       HashMap2018(std::move(other)).swap(*this);
       return *this;
    }
-   ~HashMap2018();
+   ~HashMap2018() {
+      if (block_ != Block::none() || iterators_ != nullptr) {
+         destroy();
+      }
+   }
 
    static constexpr char const* name() noexcept { return Name::name; }
    // The seed of this collection's hashes, as hashKey() takes it.
@@ -268,6 +272,7 @@ class HashMap2018 : private Impl::HashMapBase {
    void removeSlot(size_t slot) noexcept;
    void closeGroup(size_t group) noexcept;
    bool keepForIterators(size_t slot) noexcept;
+   void destroy() noexcept; // what the destructor has to do
    void dropAll() noexcept;
    void dropInline() noexcept;
    void swapInline(HashMap2018& other) noexcept;

@@ -248,7 +248,7 @@ void HashMap2018<Name, Key, Value>::dropAll() noexcept {
 }
 
 template <CollectionName Name, HashableKey Key, typename Value>
-HashMap2018<Name, Key, Value>::~HashMap2018() {
+[[gnu::noinline]] void HashMap2018<Name, Key, Value>::destroy() noexcept {
    do {
       dropAll();
    } while (size_ != 0); // a value's destructor may have added some

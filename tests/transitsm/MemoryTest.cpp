@@ -1,5 +1,7 @@
 #include "McastVpnLib/McastVpnLib.h"
 #include "McastVpnLib/McastVpnTransitSm/TransitSm.h"
+#include "pelk/SpareBlocks.h"
+#include "pelk/ThreadControl.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -43,9 +45,12 @@ namespace {
 using Irb::Multicast::Evpn::TransitSm;
 
 // A reactor whose inputs map a VRF to VLAN 10, with nobody who listens to its outputs.
+// As among threads no output takes the memory of one that went, so that each is
+// counted.
 class TransitSmMemory : public testing::Test {
  protected:
    TransitSmMemory() {
+      Pelk::ThreadControl::multiThreadedIs(true);
       status->localVtepAddrIs(Lidra::IpAddr(std::string_view("10.0.0.1")));
       dir->vtiStatusIs(status);
       config->transitVrfIs(red);
@@ -53,6 +58,8 @@ class TransitSmMemory : public testing::Test {
       sm = Irb::Multicast::Evpn::transitSmFactory(Lidra::AddressFamily::ipv4, config,
                                                   dir, mlag, coll, joins);
    }
+
+   ~TransitSmMemory() override { Pelk::ThreadControl::multiThreadedIs(false); }
 
    template <typename Event>
    static uint64_t allocationsOf(Event const& event) {
@@ -95,6 +102,14 @@ constexpr uint64_t kOutputs = 4;
 TEST_F(TransitSmMemory, AVlanOfOneVrfTakesABlockForEachOutputEntity) {
    config->transitVrfDel(red);
    EXPECT_EQ(allocationsOf([&] { config->transitVrfIs(red); }), kOutputs);
+}
+
+TEST_F(TransitSmMemory, AMoveTakesTheMemoryOfTheOutputsThatItRemoves) {
+   Pelk::ThreadControl::multiThreadedIs(false);
+   status->vrfToSBDVlanIs(red, 20);
+   EXPECT_EQ(allocationsOf([&] { status->vrfToSBDVlanIs(red, 30); }),
+             Pelk::SpareBlocks::kKeeps ? 0u : kOutputs);
+   EXPECT_TRUE(coll->intf(Lidra::VlanIntfId::vlanIdToIntfId(30)));
 }
 
 // Each event leaves one VLAN more recorded, and one VRF more. What an event takes
