@@ -11,13 +11,6 @@ namespace Irb::Multicast::Evpn {
 
 namespace {
 
-bool isTraced() {
-   constexpr auto kLevels = Pelk::TraceLevels::of(4) | Pelk::TraceLevels::of(8);
-   auto const& ring = TransitTrace::ring();
-   return TransitTrace::text().levels().hasAny(kLevels) ||
-          (ring && ring->levels().hasAny(kLevels));
-}
-
 bool isFollowed(Pelk::Publisher const& entity) {
    return entity.subscribers() != 0;
 }
@@ -40,7 +33,7 @@ class TransitSm::UnseenStart {
                                   sm.membershipJoinStatus_->vlan().empty()) {
       isUnseen_ = sm.vrfToSbdVlan_.empty() && sm.sbdVlanToVrf_.empty() &&
                   !isFollowed(sm) && !isFollowed(*sm.transitIntfColl_) &&
-                  !isFollowed(*sm.membershipJoinStatus_) && !isTraced();
+                  !isFollowed(*sm.membershipJoinStatus_) && !TransitTrace::isOn();
    }
 
    // Whether it was so until now.

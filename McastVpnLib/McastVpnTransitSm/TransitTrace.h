@@ -27,6 +27,13 @@ extern Pelk::Ptr<Fennlog::TraceHandle> ringHandle;
 
 } // namespace Impl
 
+// Whether any evaluation would say something, to either trace. For the reactor.
+inline bool isOn() noexcept {
+   constexpr auto kLevels = Pelk::TraceLevels::of(4) | Pelk::TraceLevels::of(8);
+   return Impl::textHandler.levels().hasAny(kLevels) ||
+          (Impl::ringHandle && Impl::ringHandle->levels().hasAny(kLevels));
+}
+
 } // namespace Irb::Multicast::Evpn::TransitTrace
 
 // One message to the facility's ring and to its text trace, for the reactor's sources.

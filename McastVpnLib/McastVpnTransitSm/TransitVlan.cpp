@@ -23,15 +23,6 @@ Lidra::IntfId nullIntf() {
    return intfId;
 }
 
-// Whether an evaluation says anything.
-bool isTraced() {
-   constexpr auto kLevels = Pelk::TraceLevels::of(4) | Pelk::TraceLevels::of(8);
-   auto const* const ring = TransitTrace::Impl::ringHandle.get();
-   auto const ringLevels = ring != nullptr ? ring->levels() : Pelk::TraceLevels();
-   auto const levels = TransitTrace::Impl::textHandler.levels() | ringLevels;
-   return (levels.word() & kLevels.word()) != 0;
-}
-
 } // namespace
 
 void TransitSm::handleTransitVlan(Bridging::VlanId vlanId) {
@@ -55,7 +46,7 @@ void TransitSm::evaluateVlan(Bridging::VlanId vlanId, L3::VrfName const* transit
 // to say.
 bool TransitSm::refreshTransitIntf(L3::VrfName const& transitVrf,
                                    TransitVrfWalk::Found const& found) {
-   if (found.joins == nullptr || found.intf == nullptr || isTraced() ||
+   if (found.joins == nullptr || found.intf == nullptr || TransitTrace::isOn() ||
        !joinsEnabled()) {
       return false;
    }

@@ -70,9 +70,9 @@ bool TransitIntfSm::isQuiet() const {
       Pelk::TraceLevels::of(kStream) | Pelk::TraceLevels::of(kDetail);
    return streaming() && runningVlans_ == nullptr &&
           Fennlog::ringOf(qtHandle_) == nullptr &&
-          (transitIntfSm.levels().word() & kLevels.word()) == 0 &&
-          !includeSink_.reconciling() && !excludeSink_.reconciling() &&
-          !transitSink_.reconciling() && !routerSink_.reconciling();
+          !transitIntfSm.levels().hasAny(kLevels) && !includeSink_.reconciling() &&
+          !excludeSink_.reconciling() && !transitSink_.reconciling() &&
+          !routerSink_.reconciling();
 }
 
 Lidra::IpGenAddr TransitIntfSm::vtepAddr(Vxlan::VtiStatus const& status) const {
