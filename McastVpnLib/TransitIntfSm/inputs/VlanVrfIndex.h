@@ -39,6 +39,15 @@ class MCASTVPNLIB_EXPORT VlanVrfIndex {
    // Whether the map has the order that this was made in.
    bool isInOrder() const noexcept;
 
+   // Whether the VLAN has this VRF and never had another beside it.
+   bool isOnly(Bridging::VlanId vlanId, Zin::Optional<L3::VrfName> const& vrf) const {
+      auto const& page = pages_[vlanId.value() / kPage];
+      if (!page || !vrf) {
+         return false;
+      }
+      auto const& vrfs = (*page)[vlanId.value() % kPage];
+      return vrfs.count == 1 && vrfs.positions.empty() && vrfs.only == *vrf;
+   }
    // The VLAN's first VRF, or the first behind the given one, which need not be there
    // any more, in the order in which a walk of the map meets them. Requires that the
    // index says what the map does.

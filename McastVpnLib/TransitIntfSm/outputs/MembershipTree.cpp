@@ -1,5 +1,7 @@
 #include "McastVpnLib/TransitIntfSm/outputs/MembershipTree.h"
 
+#include "zin/EntityOps.h"
+
 namespace Irb::Multicast::Evpn::MembershipTree {
 
 namespace {
@@ -12,17 +14,24 @@ bool isChild(Children const& children, typename Children::key_type const& key,
    return entry != nullptr && entry->value().get() == &child;
 }
 
+bool isEmpty(Gmp::VlanMembershipJoin const& vlan) {
+   return vlan.routerIntf().empty() && vlan.group().empty();
+}
+
 } // namespace
 
 SourcePath find(Joins const& joins, Bridging::VlanId vlanId,
                 Lidra::IpGenAddr const& group, Lidra::IpGenAddr const& source) {
    SourcePath path;
-   path.vlan = joins.vlan(vlanId);
-   if (path.vlan) {
-      path.group = path.vlan->group(group);
+   auto const* const atVlan = joins.vlan().find(vlanId);
+   if (atVlan == nullptr) {
+      return path;
    }
-   if (path.group) {
-      path.source = path.group->source(source);
+   path.vlan = atVlan->value();
+   path.joinsVersion = joins.vlan().version();
+   if (auto const* const atGroup = path.vlan->group().find(group)) {
+      path.group = atGroup->value();
+      path.source = Zin::child(path.group->source(), source);
    }
    return path;
 }
@@ -77,7 +86,7 @@ Pelk::Ptr<Gmp::VlanMembershipJoin> createVlan(Joins& joins, Bridging::VlanId vla
 }
 
 void prune(Joins& joins, SourcePath const& path) {
-   auto const& [vlan, group, source] = path;
+   auto const& [vlan, group, source, joinsVersion] = path;
    if (source && source->includeIntf().empty() && source->excludeIntf().empty() &&
        isChild(group->source(), source->source(), *source)) {
       group->sourceDel(source->source());
@@ -86,14 +95,17 @@ void prune(Joins& joins, SourcePath const& path) {
        isChild(vlan->group(), group->group(), *group)) {
       vlan->groupDel(group->group());
    }
-   if (vlan) {
+   if (vlan && joinsVersion == joins.vlan().version()) {
+      if (isEmpty(*vlan)) {
+         joins.vlanDel(vlan->vlanId());
+      }
+   } else if (vlan) {
       pruneVlan(joins, *vlan);
    }
 }
 
 void pruneVlan(Joins& joins, Gmp::VlanMembershipJoin const& vlan) {
-   if (vlan.routerIntf().empty() && vlan.group().empty() &&
-       isChild(joins.vlan(), vlan.vlanId(), vlan)) {
+   if (isEmpty(vlan) && isChild(joins.vlan(), vlan.vlanId(), vlan)) {
       joins.vlanDel(vlan.vlanId());
    }
 }

@@ -5,6 +5,8 @@
 #include "lidra/IpGenAddr.h"
 #include "pelk/Ptr.h"
 
+#include <cstdint>
+
 // The membership-join tree as the outputs use it: making the levels above a leaf,
 // taking away those that a removal left empty, and walking all leaves.
 //
@@ -19,6 +21,8 @@ struct SourcePath {
    Pelk::Ptr<Gmp::VlanMembershipJoin> vlan;
    Pelk::Ptr<Gmp::GroupMembershipJoin> group;
    Pelk::Ptr<Gmp::SourceMembershipJoin> source;
+   // Of the VLANs when this one was found there, if it was.
+   uint32_t joinsVersion = UINT32_MAX;
 
    explicit operator bool() const noexcept { return static_cast<bool>(source); }
 };

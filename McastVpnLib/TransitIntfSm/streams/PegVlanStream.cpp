@@ -39,8 +39,9 @@ void TransitIntfSm::eventToPegVlanStream(
       auto const* const index =
          child && child->en() == status ? child->currentIndex() : nullptr;
       if (index != nullptr) {
-         for (auto vrfName = index->vrfAfter(vlanId); vrfName && isCurrent();
-              vrfName = index->vrfAfter(vlanId, vrfName)) {
+         Zin::Optional<L3::VrfName> vrfName;
+         while (!index->isOnly(vlanId, vrfName) &&
+                (vrfName = index->vrfAfter(vlanId, vrfName)) && isCurrent()) {
             eventToTransitVlanStream(vlanId, *vrfName, true, known);
          }
          return;
