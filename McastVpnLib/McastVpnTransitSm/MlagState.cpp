@@ -17,7 +17,13 @@ void TransitSm::handleMlagState() {
       if (entry == nullptr || entry->value().isNone()) {
          return TransitVrfWalk::kNoVlan;
       }
-      return uint32_t{entry->value().value()};
+      uint16_t const number = entry->value().value();
+      if (number <= Bridging::VlanId::kMax) {
+         if (auto const* const recorded = sbdVlanToVrf_.find(number)) {
+            TransitVrfWalk::fetch(recorded->value().get());
+         }
+      }
+      return uint32_t{number};
    };
    TransitVrfWalk(mcastEvpnConfig_->transitVrf(), membershipJoinStatus_->vlan(),
                   transitIntfColl_->intf())

@@ -17,8 +17,9 @@ namespace Zin {
 
 // A single value: nothing happens when it stays the same.
 template <typename T>
-bool attributeIs(Pelk::Publisher& entity, int16_t id, T& attribute,
-                 std::type_identity_t<T> value) {
+[[gnu::always_inline]] inline bool attributeIs(Pelk::Publisher& entity, int16_t id,
+                                               T& attribute,
+                                               std::type_identity_t<T> value) {
    if (attribute == value) {
       return false;
    }
