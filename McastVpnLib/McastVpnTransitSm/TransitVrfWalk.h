@@ -68,10 +68,12 @@ class TransitVrfWalk {
       }
    }
 
-   // Has the processor fetch an object of up to two cache lines. Any address will do.
+   // Has the processor fetch an object, or none, of up to two cache lines.
    static void fetch(void const* object) noexcept {
-      __builtin_prefetch(object);
-      __builtin_prefetch(static_cast<std::byte const*>(object) + 64);
+      if (object != nullptr) {
+         __builtin_prefetch(object);
+         __builtin_prefetch(static_cast<std::byte const*>(object) + 64);
+      }
    }
 
  private:
