@@ -58,9 +58,9 @@ class OutputRecorder::Node {
       } else if (attribute->kind == AttributeKind::children) {
          Pelk::Ptr const child(
             const_cast<Pelk::Entity*>(static_cast<Pelk::Entity const*>(value)));
-         auto const value = toJson(*child);
+         auto const made = toJson(*child);
          follow(*attribute, member, child);
-         emit("add", place / member, value);
+         emit("add", place / member, made);
       } else if (attribute->kind == AttributeKind::set) {
          emit("add", place / member, json::object());
       } else {
