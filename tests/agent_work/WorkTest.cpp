@@ -71,7 +71,7 @@ TEST_F(AgentWork, GrowsWithTheDocumentAndNotWithItsSquare) {
       auto const given = options(document(vrfs));
       return blocksOf([&] {
          Agent::Host host(given);
-         host.loadState();
+         Agent::loadState({&host}, given);
          host.start();
          host.drain();
          EXPECT_THAT(Agent::outputTable(host.state(), given, false),
@@ -90,7 +90,7 @@ TEST_F(AgentWork, OnABadDocumentGrowsWithItsSizeAndNotWithItsSquare) {
       auto const given = options(bad);
       return blocksOf([&] {
          Agent::Host host(given);
-         EXPECT_THROW(host.loadState(), Agent::InputError);
+         EXPECT_THROW(Agent::loadState({&host}, given), Agent::InputError);
       });
    };
    auto const few = workOn(kFew);

@@ -113,10 +113,6 @@ int main(int argc, char** argv) {
    std::setvbuf(stdout, nullptr, _IOLBF, 0); // so that a crash shows what came before
    Zin::HashHelper::hashSeed32Is(options.hashSeed);
 
-   using Clock = std::chrono::steady_clock;
-   auto const since = [](Clock::time_point begin) {
-      return std::chrono::duration<double>(Clock::now() - begin).count();
-   };
    size_t failures = 0;
    if (options.seconds > 0) {
       failures += exploreAtRandom(options);

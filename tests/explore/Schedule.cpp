@@ -38,8 +38,8 @@ class Generator {
    Schedule make() {
       Schedule schedule;
       schedule.hashSeed = hashSeed_;
-      schedule.document = TestSupport::RandomDocument(random_()).make();
-      TestSupport::RandomEvents events(random_(), schedule.document);
+      schedule.document = TestSupport::RandomDocument(number()).make();
+      TestSupport::RandomEvents events(number(), schedule.document);
       events.foreignWritesAre(below(3) == 0);
       // How fine the slices are cut is a matter of the whole schedule, too.
       uint32_t const mostItems = 1 + below(6);
@@ -70,7 +70,8 @@ class Generator {
    static json slice(uint32_t count, uint32_t items) {
       return {{"host", "slice"}, {"count", count}, {"items", items}};
    }
-   uint32_t below(uint32_t n) { return static_cast<uint32_t>(random_() % n); }
+   uint32_t number() { return static_cast<uint32_t>(random_()); }
+   uint32_t below(uint32_t n) { return number() % n; }
 
    std::mt19937 random_;
    uint32_t hashSeed_;

@@ -39,7 +39,7 @@ Schedule shrunk(Schedule schedule, Fails fails) {
          }
       }
       std::vector<nlohmann::json::json_pointer> members;
-      Impl::collectMembers(schedule.document, {}, members);
+      Impl::collectMembers(schedule.document, nlohmann::json::json_pointer(), members);
       for (auto const& member : members) {
          if (!schedule.document.contains(member)) {
             continue; // gone with what it stood in
