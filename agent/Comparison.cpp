@@ -19,7 +19,7 @@ using Verify::Machine;
 using Verify::standsAt;
 namespace Expected = Verify::Expected;
 
-constexpr char const* kNothing = "nothing";
+using Verify::kNothing;
 
 void add(Reasons& reasons, ExpectedDifference const& reason) {
    if (std::ranges::find(reasons, &reason) == reasons.end()) {
@@ -81,20 +81,24 @@ void addConditions(Side const& side, std::string const& key, VlanFacts const& fa
 // --- how it came to stand there ------------------------------------------------
 
 // What a machine did to one of its outputs.
-struct Step {
+struct OutputStep {
    bool isRemoval;
    std::string path;
    std::string text;
 
-   bool operator==(Step const& other) const noexcept { return text == other.text; }
+   bool operator==(OutputStep const& other) const noexcept {
+      return text == other.text;
+   }
 };
 struct Track {
    size_t place = 0; // among the outputs, by their first steps
-   std::vector<Step> steps;
+   std::vector<OutputStep> steps;
 
-   bool hasRemoval() const { return std::ranges::any_of(steps, &Step::isRemoval); }
+   bool hasRemoval() const {
+      return std::ranges::any_of(steps, &OutputStep::isRemoval);
+   }
    bool removesLeaf() const {
-      return std::ranges::any_of(steps, [](Step const& step) {
+      return std::ranges::any_of(steps, [](OutputStep const& step) {
          return step.isRemoval && step.path.find("Intf/") != std::string::npos;
       });
    }
@@ -123,15 +127,15 @@ Tracks tracksOf(Operations const& operations) {
 // The steps of a join where each run of removals that goes up to the VLAN counts as the
 // removal of the VLAN. Such a run begins at the machines' own leaf, or above it; at a
 // start it may remove others' leaves, too.
-std::vector<Step> inOnePiece(std::vector<Step> const& steps, std::string const& vlan,
-                             bool hasStart) {
+std::vector<OutputStep> inOnePiece(std::vector<OutputStep> const& steps,
+                                   std::string const& vlan, bool hasStart) {
    auto const source = vlan + "/group/0.0.0.0/source/0.0.0.0";
    std::set<std::string> const own{source + "/includeIntf/Null0", source,
                                    vlan + "/group/0.0.0.0", vlan};
-   auto const belongs = [&](Step const& step) {
+   auto const belongs = [&](OutputStep const& step) {
       return step.isRemoval && (hasStart || own.contains(step.path));
    };
-   std::vector<Step> pieces;
+   std::vector<OutputStep> pieces;
    for (size_t i = 0; i < steps.size(); ++i) {
       size_t end = i;
       while (end < steps.size() && belongs(steps[end]) && steps[end].path != vlan) {

@@ -18,16 +18,11 @@ namespace {
 using nlohmann::ordered_json;
 using Verify::Machine;
 
-constexpr int kSchemaVersion = 1;
-constexpr char const* kNothing = "nothing";
+constexpr int kComparisonSchema = 1;
 constexpr char const* kUnexplained = "no known reason: one of them is wrong";
 
-Verify::Outputs outputsOf(State const& state) {
-   return Verify::outputsOf(*state.transitIntfColl, *state.membershipJoinStatus);
-}
-
-ordered_json textOrNull(std::string const& text) {
-   return text == kNothing ? ordered_json() : ordered_json(text);
+ordered_json valueOrNull(std::string const& text) {
+   return text == Verify::kNothing ? ordered_json() : ordered_json(text);
 }
 
 bool isUnexplained(OutputDifference const* difference) {
@@ -186,7 +181,7 @@ std::string ComparisonText::onTheWay() const {
 }
 
 std::string ComparisonText::json(Rows rows) const {
-   ordered_json document{{"schemaVersion", kSchemaVersion}};
+   ordered_json document{{"schemaVersion", kComparisonSchema}};
    if (rows == Rows::all) {
       document["reactor"] = reactor_.outputsToJson();
       document["dataflow"] = dataflow_.outputsToJson();
@@ -199,8 +194,8 @@ std::string ComparisonText::json(Rows rows) const {
       }
       differences.push_back({{"path", outputPathOf(key)},
                              {"vlan", vlanOfKey(key)},
-                             {"reactor", textOrNull(each.reactor)},
-                             {"dataflow", textOrNull(each.dataflow)},
+                             {"reactor", valueOrNull(each.reactor)},
+                             {"dataflow", valueOrNull(each.dataflow)},
                              {"explained", !each.reasons.empty()},
                              {"reasons", std::move(reasons)}});
    }

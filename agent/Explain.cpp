@@ -27,7 +27,7 @@ namespace {
 using nlohmann::ordered_json;
 using Verify::Machine;
 
-constexpr int kSchemaVersion = 1;
+constexpr int kExplanationSchema = 1;
 constexpr size_t kWaysShown = 4;        // to people
 constexpr size_t kWaysListed = 64;      // for programs
 constexpr size_t kChangesListed = 4096; // in all these ways; one way is always whole
@@ -232,7 +232,7 @@ std::string jsonText(Explainer const& explainer) {
    for (auto const& [vrf, vlanId] : explainer.outOfRange()) {
       outOfRange.push_back({{"vrf", vrf}, {"sbdVlan", vlanId}});
    }
-   return ordered_json{{"schemaVersion", kSchemaVersion},
+   return ordered_json{{"schemaVersion", kExplanationSchema},
                        {"vlans", std::move(list)},
                        {"ofNoVlan", std::move(strangers)},
                        {"outOfRange", std::move(outOfRange)}}

@@ -108,7 +108,7 @@ void Host::verify(std::string const& where) {
 }
 
 bool Host::isIdle() const {
-   return isRunning() && !(hasTasks() && scheduler_->pending() != 0);
+   return isRunning() && (!hasTasks() || scheduler_->pending() == 0);
 }
 
 std::optional<Flags> Host::flags() const {
@@ -120,6 +120,13 @@ void Host::byAnotherWriterIs(bool is) {
    if (verification_) {
       verification_->byAnotherWriterIs(is);
    }
+}
+
+Verify::Verifier& Host::verifier() {
+   if (!verification_) {
+      throw std::logic_error("the host compares nothing");
+   }
+   return verification_->verifier();
 }
 
 size_t Host::verified() const {

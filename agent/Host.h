@@ -49,9 +49,9 @@ class Host {
    // and it is idle: nothing is pending. where: what is blamed, as in "events.jsonl:12:
    // ".
    void verify(std::string const& where);
-   // The comparison with the plain rule, of a host whose options say that the outputs
-   // are to be compared.
-   Verify::Verifier& verifier() { return verification_.value().verifier(); }
+   // The comparison with the plain rule. Requires that the options say that the outputs
+   // are to be compared; std::logic_error else.
+   Verify::Verifier& verifier();
    // What follows is written by another writer, or no more.
    void byAnotherWriterIs(bool is);
    bool isByAnotherWriter() const noexcept { return isByAnotherWriter_; }

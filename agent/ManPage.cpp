@@ -11,7 +11,7 @@ namespace Agent {
 namespace {
 
 constexpr char const* kProgram = "mcastvpn-agent";
-constexpr size_t kWidth = 80;
+constexpr size_t kPageWidth = 80;
 constexpr size_t kIndent = 4;
 constexpr size_t kNameWidth = 24; // of an option or a command, beside its description
 
@@ -42,7 +42,7 @@ std::string prose(std::string_view text) {
    std::string paragraph;
    auto const fill = [&] {
       if (!paragraph.empty()) {
-         for (auto const& line : wrapped(paragraph, kWidth - kIndent)) {
+         for (auto const& line : wrapped(paragraph, kPageWidth - kIndent)) {
             result += indented(line);
          }
          paragraph.clear();
@@ -70,7 +70,7 @@ std::string entry(std::string const& name, std::string_view text) {
       result.erase(result.find_last_not_of(' ') + 1);
       result += '\n';
    }
-   for (auto const& line : wrapped(text, kWidth - column)) {
+   for (auto const& line : wrapped(text, kPageWidth - column)) {
       result += fmt::format("{:{}}{}\n", "", isFirst ? 0 : column, line);
       isFirst = false;
    }

@@ -1,7 +1,6 @@
 #include "agent/OutputKey.h"
 
 #include "agent/SbdVlans.h"
-#include "agent/verify/Outputs.h"
 
 #include <nlohmann/json.hpp>
 
@@ -48,6 +47,10 @@ std::string nameInKey(std::string const& key) {
 
 uint16_t vlanOfKey(std::string const& key) {
    return vlanOfIntf((isJoinKey(key) ? "Vlan" : "") + nameInKey(key));
+}
+
+Verify::Outputs outputsOf(State const& state) {
+   return Verify::outputsOf(*state.transitIntfColl, *state.membershipJoinStatus);
 }
 
 std::string intfKeyOf(uint16_t vlanId) {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "agent/State.h"
+#include "agent/verify/Outputs.h"
+
 #include <cstdint>
 #include <string>
 
@@ -18,5 +21,8 @@ std::string nameInKey(std::string const& key);
 uint16_t vlanOfKey(std::string const& key);
 
 std::string intfKeyOf(uint16_t vlanId);
+
+// What stands in the outputs of a state.
+Verify::Outputs outputsOf(State const& state);
 
 } // namespace Agent

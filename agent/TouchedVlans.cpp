@@ -10,7 +10,7 @@ namespace {
 
 using Pointer = nlohmann::json::json_pointer;
 
-Pointer statusPath() {
+Pointer vxlan1Path() {
    return Pointer("/vtiStatusDir/vtiStatus/Vxlan1");
 }
 
@@ -49,7 +49,7 @@ void TouchedVlans::changed(std::string const& path) {
    Pointer const place(path);
    auto const parent = place.parent_pointer();
    auto const key = place.back();
-   if (place == statusPath()) {
+   if (place == vxlan1Path()) {
       for (int left = 2; left != 0; --left) { // the old ones, and the new ones
          for (auto const& [vrf, vlanId] : mapping_) {
             byStatus_.insert(vlanId);
@@ -57,7 +57,7 @@ void TouchedVlans::changed(std::string const& path) {
          }
          readMapping();
       }
-   } else if (parent == statusPath() / "vrfToSBDVlan") {
+   } else if (parent == vxlan1Path() / "vrfToSBDVlan") {
       auto& vlanId = mapping_[key];
       vlans_.insert(vlanId);
       vlanId = state_.vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1"))
@@ -71,7 +71,7 @@ void TouchedVlans::changed(std::string const& path) {
       }
    } else if (parent == Pointer("/pegVlanStatus/pegVlan")) {
       vlans_.insert(Bridging::VlanId(std::string_view(key)));
-   } else if (parent == statusPath() || parent == Pointer("/mlagStatus")) {
+   } else if (parent == vxlan1Path() || parent == Pointer("/mlagStatus")) {
       areAll_ = true;
    }
 }

@@ -32,10 +32,6 @@ std::set<std::string> emptyLevelsOf(State const& state) {
                         Verify::outputsOf(coll, joins, Verify::EmptyLevels::leftOut));
 }
 
-Verify::Outputs outputsOf(State const& state) {
-   return Verify::outputsOf(*state.transitIntfColl, *state.membershipJoinStatus);
-}
-
 std::set<std::string> differingKeys(State const& one, State const& other) {
    auto const ofOne = outputsOf(one);
    auto const ofOther = outputsOf(other);

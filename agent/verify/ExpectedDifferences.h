@@ -20,7 +20,7 @@ struct ExpectedDifference {
    std::string_view what;
    std::string_view reason;
    // The type of the condition that only one of the two rules has.
-   std::string_view condition = {};
+   std::string_view condition = "";
    // The case in which one of the machines departs from its own rule.
    PathDependence const* path = nullptr;
 };

@@ -4,7 +4,7 @@ namespace Verify {
 
 std::string standsAt(Outputs const& outputs, std::string const& key) {
    auto const found = outputs.find(key);
-   return found == outputs.end() ? std::string("nothing") : found->second;
+   return found == outputs.end() ? std::string(kNothing) : found->second;
 }
 
 std::vector<std::string> complaints(Outputs const& expected, Outputs const& actual,

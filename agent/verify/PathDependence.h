@@ -86,7 +86,9 @@ inline constexpr std::array kAll = {kForeignEntry, kForeignLeaf, kLateEntry,
 // The outputs that are excused, by their key.
 using Excuses = std::map<std::string, PathDependence>;
 
-// What stands under the key, or "nothing".
+inline constexpr char const* kNothing = "nothing";
+
+// What stands under the key, or kNothing.
 std::string standsAt(Outputs const& outputs, std::string const& key);
 
 // Each output that differs without an excuse, or has one and does not differ.

@@ -10,8 +10,6 @@ namespace Verify {
 
 namespace {
 
-constexpr char const* kNothing = "nothing";
-
 bool isJoin(std::string const& key) {
    return key.starts_with("join ");
 }
