@@ -71,7 +71,8 @@ void addConditions(Side const& side, std::string const& key, VlanFacts const& fa
       bool const isNeeded =
          condition.neededFor == Condition::For::both || condition.neededFor == output;
       for (auto const* const each : Expected::kAll) {
-         if (isNeeded && !condition.status && condition.type == each->condition) {
+         if (isNeeded && !condition.status && each->condition != nullptr &&
+             condition.type == each->condition) {
             add(reasons, *each);
          }
       }
@@ -104,6 +105,7 @@ struct Track {
    }
    std::string text() const {
       std::vector<std::string_view> texts;
+      texts.reserve(steps.size());
       for (auto const& step : steps) {
          texts.push_back(step.text);
       }
@@ -248,6 +250,7 @@ class WaysBeside {
          }
       }
       std::vector<uint16_t> vlans;
+      vlans.reserve(places.size());
       for (auto const& [vlanId, place] : places) {
          vlans.push_back(vlanId);
       }

@@ -98,7 +98,7 @@ void Host::stop() {
 }
 
 void Host::verify(std::string const& where) {
-   if (options_.verify && isIdle()) {
+   if (verification_ && options_.verify && isIdle()) {
       auto const flags = machine_->flags();
       bool const isStalled = flags && !(flags->idle && flags->ready);
       verification_->compare(
@@ -130,7 +130,7 @@ Verify::Verifier& Host::verifier() {
 }
 
 size_t Host::verified() const {
-   if (!options_.verify) {
+   if (!verification_ || !options_.verify) {
       return 0;
    }
    verification_->summarize();

@@ -4,14 +4,15 @@
 #include "agent/ExitStatus.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace Agent {
 
 using nlohmann::json;
 using nlohmann::ordered_json;
 
-Lane::Lane(Options const& options, std::string_view sm)
-   : options_(options), sm_(sm), host_(options_) {}
+Lane::Lane(Options options, std::string_view sm)
+   : options_(std::move(options)), sm_(sm), host_(options_) {}
 
 // What the machine traces while it goes is this lane's.
 Lane::~Lane() {
@@ -22,7 +23,7 @@ Lane::~Lane() {
 }
 
 void Lane::begin(bool isStopped) {
-   records_.emplace(host_.state(), stdout, sm_);
+   records_ = std::make_unique<Records>(host_.state(), stdout, sm_);
    if (!isStopped) {
       records_->write({{"line", 0}});
       host_.start();
@@ -61,25 +62,24 @@ void Lane::afterwards(size_t line) {
 }
 
 void Lane::playHost(HostLine const& line) {
-   using Kind = HostLine::Kind;
    switch (line.kind) {
-      case Kind::drain:
+      case HostLine::Kind::drain:
          slices_ += host_.drain();
          break;
-      case Kind::slice:
+      case HostLine::Kind::slice:
          slices_ += host_.slice(line.count, line.items);
          break;
-      case Kind::stop:
+      case HostLine::Kind::stop:
          host_.stop();
          break;
-      case Kind::restart:
+      case HostLine::Kind::restart:
          host_.stop();
          host_.start();
          break;
-      case Kind::start:
+      case HostLine::Kind::start:
          host_.start();
          break;
-      case Kind::flag:
+      case HostLine::Kind::flag:
          if (options_.machine == Verify::Machine::dataflow) {
             testFlag(line);
          }

@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
 #include <variant>
 
@@ -23,7 +23,7 @@ class Lane final : private Patch::Observer {
    using Step = std::variant<HostLine, Patch>;
 
    // sm: the tag of its records; empty for none.
-   Lane(Options const& options, std::string_view sm);
+   Lane(Options options, std::string_view sm);
    Lane(Lane const&) = delete;
    Lane& operator=(Lane const&) = delete;
    ~Lane();
@@ -53,7 +53,7 @@ class Lane final : private Patch::Observer {
    Options const options_;
    std::string const sm_;
    Host host_;
-   std::optional<Records> records_;
+   std::unique_ptr<Records> records_;
    size_t line_ = 0; // that is being played
    uint64_t slices_ = 0;
    uint64_t tests_ = 0;

@@ -19,8 +19,8 @@ struct ExpectedDifference {
    std::string_view brief; // as a table says it
    std::string_view what;
    std::string_view reason;
-   // The type of the condition that only one of the two rules has.
-   std::string_view condition = "";
+   // The type of the condition that only one of the two rules has, or null.
+   char const* condition = nullptr;
    // The case in which one of the machines departs from its own rule.
    PathDependence const* path = nullptr;
 };
