@@ -19,25 +19,25 @@ std::string keyOf(TreeChange const& change) {
    return (isIntf ? "intf " : "join ") + key;
 }
 
+// What is changed in the outputs while it lives.
+struct Changes {
+   explicit Changes(Side const& side) : ofColl(*side.coll), ofJoins(*side.joins) {}
+   std::vector<std::string> keys() const {
+      std::vector<std::string> keys;
+      for (auto const* recorder : {&ofColl, &ofJoins}) {
+         for (auto const& change : recorder->changes()) {
+            keys.push_back(keyOf(change));
+         }
+      }
+      return keys;
+   }
+   TreeRecorder ofColl;
+   TreeRecorder ofJoins;
+};
+
 class Restart : public testing::TestWithParam<uint32_t> {
  protected:
    static constexpr uint32_t kScenarios = 250;
-
-   // What is changed in the outputs while it lives.
-   struct Changes {
-      explicit Changes(Side const& side) : ofColl(*side.coll), ofJoins(*side.joins) {}
-      std::vector<std::string> keys() const {
-         std::vector<std::string> keys;
-         for (auto const* recorder : {&ofColl, &ofJoins}) {
-            for (auto const& change : recorder->changes()) {
-               keys.push_back(keyOf(change));
-            }
-         }
-         return keys;
-      }
-      TreeRecorder ofColl;
-      TreeRecorder ofJoins;
-   };
 
    // A machine whose slices are cut at random, or not at all, or that is synchronous.
    static Side sideOf(World const& world, uint32_t seed) {
@@ -103,6 +103,52 @@ TEST_P(Restart, OverChangedInputsTouchesNothingThatIsRightAndMendsTheRest) {
    }
 }
 
+// A share that ends each slice after this many items.
+std::unique_ptr<Kolm::Share> shareOf(uint32_t items) {
+   return std::make_unique<Kolm::PollShare>(items);
+}
+
+class Crash : public testing::TestWithParam<uint32_t> {};
+
+TEST_P(Crash, AtAnySliceOfAStartLeavesTheNextOneToEndInTheSameOutputs) {
+   constexpr uint32_t kScenarios = 100;
+   uint32_t crashes = 0;
+   for (uint32_t seed = GetParam(); seed < GetParam() + kScenarios; ++seed) {
+      World world(seed);
+      world.inputs.fill();
+      auto const items = 1 + seed % 4;
+      Side whole("never stopped", world, Vorn::RunMode::asynchronous, shareOf(items));
+      leaveRandomOutputs(seed, *whole.coll, *whole.joins);
+      whole.start();
+      uint32_t slices = 0;
+      while (whole.scheduler->runSlice()) {
+         ++slices;
+      }
+      ASSERT_THAT(whole.complaints(), IsEmpty()) << "seed " << seed;
+      auto const expected = whole.outputs();
+
+      for (uint32_t crash = 0; crash <= slices; ++crash, ++crashes) {
+         SCOPED_TRACE(testing::Message() << "seed " << seed << ", slice " << crash);
+         Side side("stopped", world, Vorn::RunMode::asynchronous, shareOf(items));
+         leaveRandomOutputs(seed, *side.coll, *side.joins);
+         auto const before = side.outputs();
+         Changes const changes(side);
+         side.start();
+         side.slices(crash);
+         side.stop();
+         side.start();
+         ASSERT_THAT(side.complaints(), IsEmpty());
+         ASSERT_EQ(side.outputs(), expected);
+         for (auto const& key : changes.keys()) {
+            ASSERT_NE(Verify::standsAt(before, key), Verify::standsAt(expected, key))
+               << key << " was right already";
+         }
+      }
+   }
+   EXPECT_GT(crashes, kScenarios * 10);
+}
+
+INSTANTIATE_TEST_SUITE_P(FourHundredScenarios, Crash, testing::Range(0U, 400U, 100U));
 INSTANTIATE_TEST_SUITE_P(AThousandScenarios, Restart, testing::Range(0U, 1000U, 250U));
 
 } // namespace
