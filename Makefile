@@ -24,6 +24,14 @@ tsan: setup ## the same under ThreadSanitizer
 	$(call build,tsan)
 	ctest --preset tsan -j $(JOBS)
 
+threads: setup ## the tests with several threads, under ThreadSanitizer
+	$(call build,tsan,--target $(THREADED))
+	ctest --preset tsan -j $(JOBS) -L '$(subst $(space),|,$(THREADED))'
+
+memcheck: setup-checks ## a few tests and the examples under valgrind
+	$(call build,release)
+	scripts/memcheck.sh build/release
+
 clang: setup-checks ## the same built with Clang
 	cmake --preset clang -D MCAST_BUILD_TESTS=ON
 	cmake --build --preset clang -j $(JOBS)
@@ -34,6 +42,11 @@ tidy: setup-checks ## look for faults with clang-tidy
 	$$(scripts/clang.sh run-clang-tidy) -quiet -j $(JOBS) -p build/tidy \
 	   -clang-tidy-binary $$(scripts/clang.sh clang-tidy) \
 	   -checks=-bugprone-suspicious-include '$(LINTED)'
+
+cppcheck: setup-checks ## look for faults with cppcheck, which takes its time
+	cppcheck --std=c++20 --language=c++ --enable=warning,performance,portability \
+	   -D__x86_64__ '-D__VA_OPT__(...)=' -I. -Iruntime --suppressions-list=.cppcheck \
+	   --error-exitcode=1 --quiet -j $(JOBS) runtime McastVpnLib agent
 
 bench: setup-bench ## measure, beside what others offer
 	$(call build,bench)
@@ -66,5 +79,10 @@ endef
 # A build of several units at once has files of its own that include them.
 LINTED = $(CURDIR)/(build/tidy/)?(runtime|McastVpnLib|agent)/(?!.*_headers).*
 
-.PHONY: help demo test asan tsan clang tidy bench format format-check clean
+# The programs whose tests have threads of their own.
+THREADED = pelk_tests values_tests
+space := $(subst ,, )
+
+.PHONY: help demo test asan tsan threads memcheck clang tidy cppcheck bench format
+.PHONY: format-check clean
 .PHONY: setup setup-checks setup-bench

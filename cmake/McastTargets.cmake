@@ -16,6 +16,7 @@ endif()
 if(MCAST_COVERAGE)
   target_compile_options(mcast_base INTERFACE --coverage)
   target_link_options(mcast_base INTERFACE --coverage)
+  target_sources(mcast_base INTERFACE "${PROJECT_SOURCE_DIR}/cmake/CoverageDump.cpp")
 endif()
 
 # The libraries are optimized a little even for the debugger, since the tests run them
@@ -141,7 +142,8 @@ if(MCAST_BUILD_TESTS)
 endif()
 
 # mcast_test(<name> [LIBRARIES ...]): one test program of every .cpp file in
-# the current folder; each test case runs in a process of its own.
+# the current folder; each test case runs in a process of its own, and has the
+# program's name as its label.
 function(mcast_test name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "LIBRARIES;SOURCES")
   if(NOT ARG_SOURCES)
@@ -154,7 +156,8 @@ function(mcast_test name)
   target_precompile_headers(${name} REUSE_FROM mcast_test_headers)
   target_compile_options(${name} PRIVATE
     $<TARGET_PROPERTY:mcast_test_headers,COMPILE_OPTIONS>)
-  gtest_discover_tests(${name} NO_PRETTY_VALUES PROPERTIES TIMEOUT 120 DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 120 LABELS ${name})
 endfunction()
 
 # mcast_benchmark(<name> [SOURCES ...] [LIBRARIES ...]): one benchmark program.

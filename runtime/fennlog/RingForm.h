@@ -125,25 +125,28 @@ concept RingArgument = HasTextForm<T> || HasRawForm<T>;
 
 namespace Impl {
 
-// memcpy without the call, which would cost more than the copy of a name does: two
-// moves of a fixed size, which overlap in the middle.
+// Copies kMove to twice as many bytes by two moves of a fixed size, which overlap in the
+// middle.
+template <size_t kMove>
+inline void copyEnds(std::byte* to, char const* from, size_t size) noexcept {
+   std::array<std::byte, kMove> head;
+   std::array<std::byte, kMove> tail;
+   std::memcpy(head.data(), from, kMove);
+   std::memcpy(tail.data(), from + size - kMove, kMove);
+   std::memcpy(to, head.data(), kMove);
+   std::memcpy(to + size - kMove, tail.data(), kMove);
+}
+
+// memcpy without the call, which would cost more than the copy of a name does.
 inline void copyShort(std::byte* to, char const* from, size_t size) noexcept {
-   auto const twice = [&]<size_t kMove>() {
-      std::array<std::byte, kMove> head;
-      std::array<std::byte, kMove> tail;
-      std::memcpy(head.data(), from, kMove);
-      std::memcpy(tail.data(), from + size - kMove, kMove);
-      std::memcpy(to, head.data(), kMove);
-      std::memcpy(to + size - kMove, tail.data(), kMove);
-   };
    if (size > 32) {
       std::memcpy(to, from, size);
    } else if (size >= 16) {
-      twice.template operator()<16>();
+      copyEnds<16>(to, from, size);
    } else if (size >= 8) {
-      twice.template operator()<8>();
+      copyEnds<8>(to, from, size);
    } else if (size >= 4) {
-      twice.template operator()<4>();
+      copyEnds<4>(to, from, size);
    } else {
       for (size_t i = 0; i < size; ++i) {
          to[i] = static_cast<std::byte>(from[i]);
