@@ -2,6 +2,7 @@
 # builds in the folder build/<preset>, with a preset of CMakePresets.json.
 
 JOBS ?= $(shell nproc)
+SECONDS ?= 60
 
 help: ## list what can be made
 	@sed -n 's/^\([a-z-]*\):.*## /\1\t/p' Makefile | expand -t 14
@@ -35,6 +36,10 @@ tidy: setup-checks ## look for faults with clang-tidy
 	   -clang-tidy-binary $$(scripts/clang.sh clang-tidy) \
 	   -checks=-bugprone-suspicious-include '$(LINTED)'
 
+fuzz: setup-checks ## look for inputs that break something, SECONDS with each target
+	$(call build,asan,--target fuzz_targets)
+	scripts/fuzz.sh build/asan $(SECONDS)
+
 bench: setup-bench ## measure, beside what others offer
 	$(call build,bench)
 	for program in build/bench/benchmarks/*_bench; do \
@@ -66,5 +71,5 @@ endef
 # A build of several units at once has files of its own that include them.
 LINTED = $(CURDIR)/(build/tidy/)?(runtime|McastVpnLib|agent)/(?!.*_headers).*
 
-.PHONY: help demo test asan tsan clang tidy bench format format-check clean
+.PHONY: help demo test asan tsan clang tidy fuzz bench format format-check clean
 .PHONY: setup setup-checks setup-bench
