@@ -2,6 +2,7 @@
 # builds in the folder build/<preset>, with a preset of CMakePresets.json.
 
 JOBS ?= $(shell nproc)
+SECONDS ?= 60
 
 help: ## list what can be made
 	@sed -n 's/^\([a-z-]*\):.*## /\1\t/p' Makefile | expand -t 14
@@ -47,6 +48,9 @@ cppcheck: setup-checks ## look for faults with cppcheck, which takes its time
 	cppcheck --std=c++20 --language=c++ --enable=warning,performance,portability \
 	   -D__x86_64__ '-D__VA_OPT__(...)=' -I. -Iruntime --suppressions-list=.cppcheck \
 	   --error-exitcode=1 --quiet -j $(JOBS) runtime McastVpnLib agent
+fuzz: setup-checks ## look for inputs that break something, SECONDS with each target
+	$(call build,asan,--target fuzz_targets)
+	scripts/fuzz.sh build/asan $(SECONDS)
 
 bench: setup-bench ## measure, beside what others offer
 	$(call build,bench)
@@ -83,6 +87,6 @@ LINTED = $(CURDIR)/(build/tidy/)?(runtime|McastVpnLib|agent)/(?!.*_headers).*
 THREADED = pelk_tests values_tests
 space := $(subst ,, )
 
-.PHONY: help demo test asan tsan threads memcheck clang tidy cppcheck bench format
+.PHONY: help demo test asan tsan threads memcheck clang tidy cppcheck fuzz bench format
 .PHONY: format-check clean
 .PHONY: setup setup-checks setup-bench

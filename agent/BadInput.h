@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -34,6 +35,11 @@ class InputError : public std::runtime_error {
 
 // A value as a message quotes it: its JSON text, cut where it is long.
 std::string excerpt(nlohmann::json const& value);
+// A text as a message has it: what drives a terminal is escaped, and it is cut where it
+// is longer than that many bytes.
+std::string brief(std::string_view text, size_t most);
+// A place as a message has it.
+std::string placeText(nlohmann::json::json_pointer const& pointer);
 // A text as a message quotes it: in quotes, cut where it is long.
 std::string quote(std::string_view text);
 

@@ -175,7 +175,11 @@ void loadState(std::vector<Host*> const& hosts, Options const& options) {
 
 nlohmann::json loadDocument(State const& state, std::string const& file,
                             Checks checks) {
-   auto const text = readFile(file);
+   return documentOf(state, readFile(file), file, checks);
+}
+
+nlohmann::json documentOf(State const& state, std::string_view text,
+                          std::string const& file, Checks checks) {
    auto const document = parseJson(text, file);
    try {
       return state.canonical(document, checks);

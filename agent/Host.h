@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Agent {
@@ -87,5 +88,8 @@ void loadState(std::vector<Host*> const& hosts, Options const& options);
 
 // The document at the file, made canonical. InputError, with file, line and pointer.
 nlohmann::json loadDocument(State const& state, std::string const& file, Checks checks);
+// The same of the text that stands in the file.
+nlohmann::json documentOf(State const& state, std::string_view text,
+                          std::string const& file, Checks checks);
 
 } // namespace Agent

@@ -2,13 +2,14 @@
 
 #include "agent/BadInput.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fstream>
 #include <functional>
 #include <iostream>
 #include <iterator>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <system_error>
 #include <unordered_set>
@@ -22,6 +23,15 @@ namespace {
 using nlohmann::json;
 
 constexpr size_t kMaxDepth = 64;
+constexpr size_t kMaxValues = 4'000'000;
+constexpr size_t kMaxMegabytes = 256;
+constexpr size_t kMaxBytes = kMaxMegabytes << 20;
+constexpr size_t kReasonMax = 200;
+
+[[noreturn]] void refuseLength(char const* what, std::string const& file) {
+   throw InputError(location(file, 0) + what + " of more than " +
+                    std::to_string(kMaxMegabytes) + " MB; allowed is less");
+}
 
 // Reads the text and counts the line ends before the character read last. (One behind,
 // since the parser reads a number's successor before it reports the number.)
@@ -59,15 +69,17 @@ class CountingReader {
 };
 
 // What is wrong, out of the parser's message, which begins with a code in brackets and
-// tells the place in its own way.
+// tells the place in its own way. It quotes what it has read, however long that is and
+// whatever bytes it has.
 std::string reasonOf(std::string const& message) {
    auto const code = message.find("] ");
    auto const place = message.find("column ");
    auto const detail = message.find(": ", place == std::string::npos ? 0 : place);
-   if (place != std::string::npos && detail != std::string::npos) {
-      return message.substr(detail + 2);
-   }
-   return code == std::string::npos ? message : message.substr(code + 2);
+   auto const begin = place != std::string::npos && detail != std::string::npos
+                         ? detail + 2
+                      : code == std::string::npos ? 0
+                                                  : code + 2;
+   return brief(message.substr(begin, kReasonMax + 1), kReasonMax);
 }
 
 // Reads a text without making values of it: checks what the parser does not, and knows
@@ -91,17 +103,17 @@ class Scanner : public json::json_sax_t {
    std::string const& error() const noexcept { return error_; }
    // How many line ends stand before the present place.
    size_t lines() const noexcept { return lines_; }
-   // The present element.
-   json::json_pointer pointer() const {
-      json::json_pointer pointer;
-      for (auto const& level : levels_) {
-         if (level.isArray) {
-            pointer /= level.begun - 1;
-         } else {
-            pointer /= level.key;
-         }
+   // How deep the present element stands, and whether it is on the way to this place.
+   size_t depth() const noexcept { return levels_.size(); }
+   bool isTowards(std::vector<std::string> const& tokens) const {
+      size_t level = levels_.size();
+      if (level > tokens.size()) {
+         return false;
       }
-      return pointer;
+      while (level != 0 && levels_[level - 1].isAt(tokens[level - 1])) {
+         --level;
+      }
+      return level == 0;
    }
 
    bool null() override { return begin(); }
@@ -138,9 +150,18 @@ class Scanner : public json::json_sax_t {
       size_t begun; // of an array: how many elements have begun
       std::string key;
       std::unordered_set<std::string> keys;
+
+      bool isAt(std::string const& token) const {
+         return isArray ? token == std::to_string(begun - 1) : token == key;
+      }
    };
 
    bool begin() {
+      if (++values_ > kMaxValues) {
+         error_ = "more than " + std::to_string(kMaxValues) +
+                  " values stand here; allowed is fewer";
+         return false;
+      }
       if (levels_.empty() || !levels_.back().isArray) {
          return true;
       }
@@ -162,6 +183,7 @@ class Scanner : public json::json_sax_t {
 
    Element element_;
    size_t lines_ = 0;
+   size_t values_ = 0;
    std::string error_;
    std::vector<Level> levels_;
 };
@@ -175,13 +197,24 @@ std::string withoutMark(std::string text) {
    return text;
 }
 
+std::string readAll(std::istream& in, std::string const& file) {
+   std::string text;
+   std::array<char, 65536> block{};
+   do {
+      in.read(block.data(), block.size());
+      text.append(block.data(), static_cast<size_t>(in.gcount()));
+      if (text.size() > kMaxBytes) {
+         refuseLength("a file", file);
+      }
+   } while (in);
+   return withoutMark(std::move(text));
+}
+
 } // namespace
 
 std::string readFile(std::string const& file) {
-   std::ostringstream text;
    if (file == "-") {
-      text << std::cin.rdbuf();
-      return withoutMark(std::move(text).str());
+      return readAll(std::cin, file);
    }
    std::ifstream in(file, std::ios::binary);
    // A folder opens, and fails when it is read.
@@ -189,8 +222,20 @@ std::string readFile(std::string const& file) {
       throw InputError(location(file, 0) +
                        "cannot be read: " + std::generic_category().message(errno));
    }
-   text << in.rdbuf();
-   return withoutMark(std::move(text).str());
+   return readAll(in, file);
+}
+
+bool readLine(std::istream& in, std::string& line, std::string const& file) {
+   constexpr auto kEnd = std::istream::traits_type::eof();
+   line.clear();
+   auto c = in.get();
+   for (; c != kEnd && c != '\n'; c = in.get()) {
+      if (line.size() == kMaxBytes) {
+         refuseLength("a line", file);
+      }
+      line.push_back(static_cast<char>(c));
+   }
+   return c != kEnd || !line.empty();
 }
 
 json parseJson(std::string_view text, std::string const& file, size_t firstLine) {
@@ -202,21 +247,28 @@ json parseJson(std::string_view text, std::string const& file, size_t firstLine)
 }
 
 size_t lineOf(std::string_view text, json::json_pointer const& pointer) {
-   auto const wanted = pointer.to_string();
+   auto const wanted = tokensOf(pointer);
    size_t line = 1;
-   size_t longest = 0;
+   size_t deepest = 0;
    Scanner scanner([&](Scanner const& at) {
-      auto const here = at.pointer().to_string();
-      bool const isParent = wanted.size() > here.size() && wanted.starts_with(here) &&
-                            wanted[here.size()] == '/';
-      if (here == wanted || (isParent && here.size() > longest)) {
-         longest = here.size();
-         line = at.lines() + 1;
+      if (at.depth() <= deepest || !at.isTowards(wanted)) {
+         return true;
       }
-      return here != wanted;
+      deepest = at.depth();
+      line = at.lines() + 1;
+      return deepest != wanted.size();
    });
    scanner.scan(text);
    return line;
+}
+
+std::vector<std::string> tokensOf(json::json_pointer pointer) {
+   std::vector<std::string> tokens;
+   for (; !pointer.empty(); pointer.pop_back()) {
+      tokens.push_back(pointer.back());
+   }
+   std::ranges::reverse(tokens);
+   return tokens;
 }
 
 } // namespace Agent

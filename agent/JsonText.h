@@ -2,23 +2,34 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
+#include <iosfwd>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Reading JSON as people write it: comments are allowed, a repeated key is not.
 namespace Agent {
 
-// The whole file; "-" is standard input. InputError if it cannot be read.
+// The whole file; "-" is standard input. InputError if it cannot be read, or if there
+// is no end to it: it holds more than 256 MB.
 std::string readFile(std::string const& file);
 
+// The next line of a file; false at its end. InputError if it holds more than 256 MB.
+bool readLine(std::istream& in, std::string& line, std::string const& file);
+
 // The value that the text holds. InputError, with file and line, if it is not JSON, if
-// an object has a key twice, or if it is nested deeper than 64 levels. firstLine is the
-// number of the text's first line in its file.
+// an object has a key twice, if it is nested deeper than 64 levels, or if it holds more
+// than four million values: what is read takes many times the room of its text.
+// firstLine is the number of the text's first line in its file.
 nlohmann::json parseJson(std::string_view text, std::string const& file,
                          size_t firstLine = 1);
 
 // The line of the text on which the element of the pointer begins, or that of its
 // nearest present parent; the first line for the document itself.
 size_t lineOf(std::string_view text, nlohmann::json::json_pointer const& pointer);
+
+// The unescaped steps of a pointer.
+std::vector<std::string> tokensOf(nlohmann::json::json_pointer pointer);
 
 } // namespace Agent

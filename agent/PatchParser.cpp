@@ -1,6 +1,7 @@
 #include "agent/PatchParser.h"
 
 #include "agent/BadInput.h"
+#include "agent/JsonText.h"
 
 #include <string>
 
@@ -191,15 +192,6 @@ class Parser {
    std::vector<Operation> operations_;
 };
 
-// The unescaped steps of a pointer.
-std::vector<std::string> tokensOf(Pointer pointer) {
-   std::vector<std::string> tokens;
-   for (; !pointer.empty(); pointer.pop_back()) {
-      tokens.insert(tokens.begin(), pointer.back());
-   }
-   return tokens;
-}
-
 } // namespace
 
 Zin::EntityType const& Place::entityType() const {
@@ -227,7 +219,7 @@ Place placeOf(State const& state, Pointer const& pointer, Checks checks) {
          case Place::Kind::member:
             if (place.attribute->kind != Zin::AttributeKind::children) {
                throw BadInput(inside, "a place inside a value",
-                              "no more than " + place.pointer.to_string());
+                              "no more than " + placeText(place.pointer));
             }
             place.steps.push_back({place.attribute, place.key});
             [[fallthrough]];
@@ -243,7 +235,7 @@ Place placeOf(State const& state, Pointer const& pointer, Checks checks) {
          default:
             if (!place.attribute->isCollection()) {
                throw BadInput(inside, "a place inside a value",
-                              "no more than " + place.pointer.to_string());
+                              "no more than " + placeText(place.pointer));
             }
             place.key = canonicalKey(*place.attribute, token, inside, checks);
             place.kind = Place::Kind::member;

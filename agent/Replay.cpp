@@ -38,7 +38,7 @@ struct Line {
 class EventLines {
  public:
    explicit EventLines(std::string const& file)
-      : text_(file == "-" ? "" : readFile(file)), content_(text_),
+      : file_(file), text_(file == "-" ? "" : readFile(file)), content_(text_),
         in_(file == "-" ? std::cin : content_) {}
 
    // How much there is to read, in bytes; 0 if that is not known.
@@ -46,7 +46,7 @@ class EventLines {
 
    // The next line, which stays the next one; null at the end.
    Line const* peek() {
-      while (!next_ && std::getline(in_, current_.text)) {
+      while (!next_ && readLine(in_, current_.text, file_)) {
          ++current_.number;
          auto const first = current_.text.find_first_not_of(" \t\r");
          if (first != std::string::npos && current_.text[first] != '#') {
@@ -58,6 +58,7 @@ class EventLines {
    void drop() { next_ = nullptr; }
 
  private:
+   std::string const file_;
    std::string text_;
    std::istringstream content_;
    std::istream& in_;

@@ -30,6 +30,12 @@ target_compile_options(mcast_options INTERFACE
   $<$<CONFIG:Release>:-O2> $<$<CONFIG:Debug>:-O1>)
 target_compile_options(mcast_agent_options INTERFACE $<$<CONFIG:Release>:-O2>)
 target_compile_options(mcast_test_options INTERFACE $<$<CONFIG:Release>:-O0>)
+if(MCAST_FUZZ)
+  # What a fuzzer learns from: which edges are taken, and what is compared with what.
+  foreach(kind options agent_options)
+    target_compile_options(mcast_${kind} INTERFACE -fsanitize=fuzzer-no-link)
+  endforeach()
+endif()
 
 # An installed program or library finds the libraries beside it, wherever the
 # prefix is moved to.
@@ -158,6 +164,35 @@ function(mcast_test name)
     $<TARGET_PROPERTY:mcast_test_headers,COMPILE_OPTIONS>)
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
     PROPERTIES TIMEOUT 120 LABELS ${name})
+endfunction()
+
+# mcast_fuzz_target(<name> LIBRARIES ...): a program that plays inputs from files, and
+# that is a fuzzer where the build has one (MCAST_FUZZ). Its inputs are those of
+# corpus/<name> and findings/<name>; its source is <name>.cpp.
+function(mcast_fuzz_target name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "LIBRARIES")
+  set(main PlayInputs.cpp)
+  if(MCAST_FUZZ)
+    set(main "")
+  endif()
+  add_executable(${name} ${name}.cpp ${main})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+  target_link_libraries(${name} PRIVATE mcast_options ${ARG_LIBRARIES} McastVpnRuntime)
+  if(MCAST_FUZZ)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+    set_property(GLOBAL APPEND PROPERTY MCAST_FUZZ_TARGETS ${name})
+  endif()
+  set(inputs "${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name}")
+  if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/findings/${name}")
+    list(APPEND inputs "${CMAKE_CURRENT_SOURCE_DIR}/findings/${name}")
+  endif()
+  add_test(NAME Fuzz.${name}PlaysEveryKnownInput COMMAND ${name} -runs=0 ${inputs})
+  set_tests_properties(Fuzz.${name}PlaysEveryKnownInput PROPERTIES TIMEOUT 120)
+  if(MCAST_FUZZ)
+    add_test(NAME Fuzz.${name}FindsNothing
+      COMMAND "${PROJECT_SOURCE_DIR}/scripts/fuzz.sh" "${PROJECT_BINARY_DIR}" 30 ${name})
+    set_tests_properties(Fuzz.${name}FindsNothing PROPERTIES TIMEOUT 300)
+  endif()
 endfunction()
 
 # mcast_benchmark(<name> [SOURCES ...] [LIBRARIES ...]): one benchmark program.

@@ -1,5 +1,7 @@
 #include "pelk/TraceLevels.h"
 
+#include "pelk/Printable.h"
+
 #include <charconv>
 #include <stdexcept>
 
@@ -14,11 +16,11 @@ constexpr std::string_view kAllowed =
 [[noreturn]] void refuse(std::string_view text, std::string_view part, size_t at,
                          std::string_view why) {
    std::string message = "trace levels \"";
-   message.append(text).append("\": ");
+   message.append(printable(text)).append("\": ");
    if (part.empty()) {
       message.append("nothing stands");
    } else {
-      message.append("\"").append(part).append("\" stands");
+      message.append("\"").append(printable(part)).append("\" stands");
    }
    message.append(" at character ").append(std::to_string(at + 1));
    throw std::invalid_argument(message.append(why).append("; ").append(kAllowed));

@@ -3,7 +3,7 @@
 #include "support/RandomDocument.h"
 #include "support/RandomEvents.h"
 
-#include <random>
+#include <utility>
 
 namespace Explore {
 
@@ -33,13 +33,14 @@ namespace {
 
 class Generator {
  public:
-   Generator(uint32_t seed, uint32_t hashSeed) : random_(seed), hashSeed_(hashSeed) {}
+   Generator(TestSupport::Random random, uint32_t hashSeed)
+      : random_(std::move(random)), hashSeed_(hashSeed) {}
 
    Schedule make() {
       Schedule schedule;
       schedule.hashSeed = hashSeed_;
-      schedule.document = TestSupport::RandomDocument(number()).make();
-      TestSupport::RandomEvents events(number(), schedule.document);
+      schedule.document = TestSupport::RandomDocument(random_).make();
+      TestSupport::RandomEvents events(random_, schedule.document);
       events.foreignWritesAre(below(3) == 0);
       // How fine the slices are cut is a matter of the whole schedule, too.
       uint32_t const mostItems = 1 + below(6);
@@ -70,17 +71,20 @@ class Generator {
    static json slice(uint32_t count, uint32_t items) {
       return {{"host", "slice"}, {"count", count}, {"items", items}};
    }
-   uint32_t number() { return static_cast<uint32_t>(random_()); }
-   uint32_t below(uint32_t n) { return number() % n; }
+   uint32_t below(uint32_t n) { return random_() % n; }
 
-   std::mt19937 random_;
+   TestSupport::Random random_;
    uint32_t hashSeed_;
 };
 
 } // namespace
 
+Schedule randomSchedule(TestSupport::Random const& random, uint32_t hashSeed) {
+   return Generator(random, hashSeed).make();
+}
+
 Schedule randomSchedule(uint32_t seed, uint32_t hashSeed) {
-   return Generator(seed, hashSeed).make();
+   return randomSchedule(TestSupport::seededRandom(seed), hashSeed);
 }
 
 } // namespace Explore

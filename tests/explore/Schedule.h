@@ -1,7 +1,10 @@
 #pragma once
 
+#include "support/Random.h"
+
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
@@ -34,6 +37,7 @@ struct Schedule {
 
 // Random inputs, random outputs that others left, and random lines: changes, foreign
 // writes, slices of random length, restarts, and changes inside notifications.
+Schedule randomSchedule(TestSupport::Random const& random, uint32_t hashSeed);
 Schedule randomSchedule(uint32_t seed, uint32_t hashSeed);
 
 // A schedule that still fails, from which no line and no member of the document can be

@@ -69,4 +69,9 @@ TEST(TraceLevels, EverythingElseIsRefused) {
    }
 }
 
+TEST(TraceLevels, ARefusalDoesNotEndAtAZeroOfTheText) {
+   EXPECT_THAT(refusalOf(std::string_view("1\0x", 3)),
+               testing::HasSubstr("\"1\\u0000x\" stands at character 1; allowed are"));
+}
+
 } // namespace

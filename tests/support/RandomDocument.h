@@ -1,11 +1,13 @@
 #pragma once
 
+#include "support/Random.h"
+
 #include <nlohmann/json.hpp>
 
 #include <array>
 #include <cstdint>
-#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace TestSupport {
@@ -19,7 +21,8 @@ inline nlohmann::json parsedDocument(std::string const& text) {
 // outputs hold what is right, what is old and what is nobody's.
 class RandomDocument {
  public:
-   explicit RandomDocument(uint32_t seed) : random_(seed) {}
+   explicit RandomDocument(uint32_t seed) : RandomDocument(seededRandom(seed)) {}
+   explicit RandomDocument(Random random) : random_(std::move(random)) {}
 
    nlohmann::json make() {
       nlohmann::json transit = nlohmann::json::object();
@@ -53,7 +56,7 @@ class RandomDocument {
  private:
    static constexpr std::array kAddrs{"10.0.0.1", "10.0.0.100", "10.0.0.9"};
 
-   uint32_t below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
+   uint32_t below(uint32_t bound) { return random_() % bound; }
    bool oneIn(uint32_t all, uint32_t hits) { return below(all) < hits; }
 
    nlohmann::json interfaces() {
@@ -101,7 +104,7 @@ class RandomDocument {
       return joins;
    }
 
-   std::mt19937 random_;
+   Random random_;
 };
 
 } // namespace TestSupport

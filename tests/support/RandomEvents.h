@@ -1,11 +1,13 @@
 #pragma once
 
+#include "support/Random.h"
+
 #include <nlohmann/json.hpp>
 
 #include <array>
 #include <cstdint>
-#include <random>
 #include <string>
+#include <utility>
 
 namespace TestSupport {
 
@@ -15,7 +17,9 @@ class RandomEvents {
  public:
    // inputs: what the document says of them, canonical.
    RandomEvents(uint32_t seed, nlohmann::json inputs)
-      : random_(seed), inputs_(std::move(inputs)) {}
+      : RandomEvents(seededRandom(seed), std::move(inputs)) {}
+   RandomEvents(Random random, nlohmann::json inputs)
+      : random_(std::move(random)), inputs_(std::move(inputs)) {}
 
    // Whether another writer changes the outputs, too.
    void foreignWritesAre(bool on) { foreignWrites_ = on; }
@@ -45,7 +49,7 @@ class RandomEvents {
    static constexpr auto kStatus = "/vtiStatusDir/vtiStatus/Vxlan1";
    static constexpr auto kPegVlans = "/pegVlanStatus/pegVlan";
 
-   uint32_t below(uint32_t bound) { return static_cast<uint32_t>(random_() % bound); }
+   uint32_t below(uint32_t bound) { return random_() % bound; }
    std::string vrf() { return {static_cast<char>('a' + below(6))}; }
    std::string vlan() { return std::to_string(10 + below(6)); }
    std::string addr() { return kAddrs[below(3)]; }
@@ -123,7 +127,7 @@ class RandomEvents {
                 : operation("add", mapping + vrf(), 10 + below(6));
    }
 
-   std::mt19937 random_;
+   Random random_;
    json inputs_;
    bool foreignWrites_ = false;
 };
