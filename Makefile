@@ -35,6 +35,11 @@ tidy: setup-checks ## look for faults with clang-tidy
 	   -clang-tidy-binary $$(scripts/clang.sh clang-tidy) \
 	   -checks=-bugprone-suspicious-include '$(LINTED)'
 
+SECONDS ?= 600
+soak: setup ## play random events for SECONDS, and look for what grows
+	$(call build,release,--target soak)
+	build/release/tests/soak/soak --seconds $(SECONDS)
+
 bench: setup-bench ## measure, beside what others offer
 	$(call build,bench)
 	for program in build/bench/benchmarks/*_bench; do \
@@ -66,5 +71,5 @@ endef
 # A build of several units at once has files of its own that include them.
 LINTED = $(CURDIR)/(build/tidy/)?(runtime|McastVpnLib|agent)/(?!.*_headers).*
 
-.PHONY: help demo test asan tsan clang tidy bench format format-check clean
+.PHONY: help demo test asan tsan clang tidy soak bench format format-check clean
 .PHONY: setup setup-checks setup-bench
