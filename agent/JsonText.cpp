@@ -2,15 +2,10 @@
 
 #include "agent/BadInput.h"
 
-#include <cerrno>
-#include <fstream>
 #include <functional>
-#include <iostream>
 #include <iterator>
 #include <memory>
-#include <sstream>
 #include <string>
-#include <system_error>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -166,32 +161,7 @@ class Scanner : public json::json_sax_t {
    std::vector<Level> levels_;
 };
 
-// Some editors begin a file with a byte order mark.
-std::string withoutMark(std::string text) {
-   constexpr std::string_view kMark = "\xef\xbb\xbf";
-   if (text.starts_with(kMark)) {
-      text.erase(0, kMark.size());
-   }
-   return text;
-}
-
 } // namespace
-
-std::string readFile(std::string const& file) {
-   std::ostringstream text;
-   if (file == "-") {
-      text << std::cin.rdbuf();
-      return withoutMark(std::move(text).str());
-   }
-   std::ifstream in(file, std::ios::binary);
-   // A folder opens, and fails when it is read.
-   if (!in || (in.peek() == std::ifstream::traits_type::eof() && !in.eof())) {
-      throw InputError(location(file, 0) +
-                       "cannot be read: " + std::generic_category().message(errno));
-   }
-   text << in.rdbuf();
-   return withoutMark(std::move(text).str());
-}
 
 json parseJson(std::string_view text, std::string const& file, size_t firstLine) {
    Scanner scanner({});

@@ -8,9 +8,6 @@
 // Reading JSON as people write it: comments are allowed, a repeated key is not.
 namespace Agent {
 
-// The whole file; "-" is standard input. InputError if it cannot be read.
-std::string readFile(std::string const& file);
-
 // The value that the text holds. InputError, with file and line, if it is not JSON, if
 // an object has a key twice, or if it is nested deeper than 64 levels. firstLine is the
 // number of the text's first line in its file.
