@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <string_view>
 
 namespace Agent {
 
@@ -14,10 +15,9 @@ namespace {
 Doing const* innermost = nullptr;
 
 // As much of the text as there is room for.
-char* put(char* at, char const* end, char const* text) noexcept {
-   auto const size = std::min(std::strlen(text), static_cast<size_t>(end - at));
-   std::memcpy(at, text, size);
-   return at + size;
+char* put(char* at, char const* end, std::string_view text) noexcept {
+   auto const size = std::min(text.size(), static_cast<size_t>(end - at));
+   return std::copy_n(text.data(), size, at);
 }
 
 // Allocates nothing, and is not called again for what it calls.
