@@ -48,9 +48,14 @@ cppcheck: setup-checks ## look for faults with cppcheck, which takes its time
 	cppcheck --std=c++20 --language=c++ --enable=warning,performance,portability \
 	   -D__x86_64__ '-D__VA_OPT__(...)=' -I. -Iruntime --suppressions-list=.cppcheck \
 	   --error-exitcode=1 --quiet -j $(JOBS) runtime McastVpnLib agent
+
 fuzz: setup-checks ## look for inputs that break something, SECONDS with each target
 	$(call build,asan,--target fuzz_targets)
 	scripts/fuzz.sh build/asan $(SECONDS)
+
+soak: setup ## play random events for SECONDS, and look for what grows
+	$(call build,release,--target soak)
+	build/release/tests/soak/soak --seconds $(SECONDS)
 
 bench: setup-bench ## measure, beside what others offer
 	$(call build,bench)
@@ -87,6 +92,6 @@ LINTED = $(CURDIR)/(build/tidy/)?(runtime|McastVpnLib|agent)/(?!.*_headers).*
 THREADED = pelk_tests values_tests
 space := $(subst ,, )
 
-.PHONY: help demo test asan tsan threads memcheck clang tidy cppcheck fuzz bench format
-.PHONY: format-check clean
+.PHONY: help demo test asan tsan threads memcheck clang tidy cppcheck fuzz soak bench
+.PHONY: format format-check clean
 .PHONY: setup setup-checks setup-bench

@@ -4,6 +4,7 @@
 #include "agent/ComparisonText.h"
 #include "agent/ExitStatus.h"
 #include "agent/Host.h"
+#include "agent/Streams.h"
 #include "agent/Terminal.h"
 #include "agent/TwoMachines.h"
 
@@ -30,7 +31,7 @@ int comparison(Options const& options, Rows rows) {
                                    options);
    auto const text = options.json ? comparison.json(rows)
                                   : comparison.table(rows, mayDecorate(stdout));
-   std::fwrite(text.data(), 1, text.size(), stdout);
+   print(text);
    size_t const errors = reactor.verified() + dataflow.verified();
    return errors == 0 ? machines.status() : kDisagrees;
 }

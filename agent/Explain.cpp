@@ -4,6 +4,7 @@
 #include "agent/Explainer.h"
 #include "agent/ExplanationText.h"
 #include "agent/Host.h"
+#include "agent/Streams.h"
 #include "agent/Terminal.h"
 
 #include <cstdio>
@@ -16,7 +17,7 @@ int explain(Options const& options) {
    Explainer const explainer(host.state(), options);
    auto const text = options.json ? explanationJson(explainer)
                                   : explanationText(explainer, mayDecorate(stdout));
-   std::fwrite(text.data(), 1, text.size(), stdout);
+   print(text);
    return kFine;
 }
 

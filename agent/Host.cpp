@@ -4,8 +4,10 @@
 #include "McastVpnLib/McastVpnTransitSm/TransitSm.h"
 #include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
 #include "agent/BadInput.h"
+#include "agent/InputFile.h"
 #include "agent/JsonText.h"
 #include "agent/MachineNames.h"
+#include "agent/OutOfMemory.h"
 #include "pelk/Trace.h"
 #include "zin/Hash.h"
 #include "zin/Toggle.h"
@@ -77,6 +79,7 @@ Host::Host(Options const& options)
 Host::~Host() = default;
 
 void Host::start() {
+   Doing const doing("starting the machine");
    ++starts_;
    if (verification_) {
       verification_->starting();
@@ -138,6 +141,7 @@ size_t Host::verified() const {
 }
 
 uint64_t Host::drain() {
+   Doing const doing("running the machine");
    return hasTasks() ? scheduler_->runUntilIdle() : 0;
 }
 
@@ -168,6 +172,7 @@ void loadState(std::vector<Host*> const& hosts, Options const& options) {
    }
    auto const document =
       loadDocument(hosts.front()->state(), options.state, options.checks);
+   Doing const doing("publishing", options.state.c_str());
    for (auto* const host : hosts) {
       host->state().assign(document);
    }
@@ -175,6 +180,7 @@ void loadState(std::vector<Host*> const& hosts, Options const& options) {
 
 nlohmann::json loadDocument(State const& state, std::string const& file,
                             Checks checks) {
+   Doing const doing("reading", file.c_str());
    return documentOf(state, readFile(file), file, checks);
 }
 

@@ -2,16 +2,10 @@
 
 #include "agent/BadInput.h"
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <fstream>
 #include <functional>
-#include <iostream>
 #include <iterator>
 #include <memory>
 #include <string>
-#include <system_error>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -24,14 +18,7 @@ using nlohmann::json;
 
 constexpr size_t kMaxDepth = 64;
 constexpr size_t kMaxValues = 4'000'000;
-constexpr size_t kMaxMegabytes = 256;
-constexpr size_t kMaxBytes = kMaxMegabytes << 20;
 constexpr size_t kReasonMax = 200;
-
-[[noreturn]] void refuseLength(char const* what, std::string const& file) {
-   throw InputError(location(file, 0) + what + " of more than " +
-                    std::to_string(kMaxMegabytes) + " MB; allowed is less");
-}
 
 // Reads the text and counts the line ends before the character read last. (One behind,
 // since the parser reads a number's successor before it reports the number.)
@@ -188,55 +175,7 @@ class Scanner : public json::json_sax_t {
    std::vector<Level> levels_;
 };
 
-// Some editors begin a file with a byte order mark.
-std::string withoutMark(std::string text) {
-   constexpr std::string_view kMark = "\xef\xbb\xbf";
-   if (text.starts_with(kMark)) {
-      text.erase(0, kMark.size());
-   }
-   return text;
-}
-
-std::string readAll(std::istream& in, std::string const& file) {
-   std::string text;
-   std::array<char, 65536> block{};
-   do {
-      in.read(block.data(), block.size());
-      text.append(block.data(), static_cast<size_t>(in.gcount()));
-      if (text.size() > kMaxBytes) {
-         refuseLength("a file", file);
-      }
-   } while (in);
-   return withoutMark(std::move(text));
-}
-
 } // namespace
-
-std::string readFile(std::string const& file) {
-   if (file == "-") {
-      return readAll(std::cin, file);
-   }
-   std::ifstream in(file, std::ios::binary);
-   // A folder opens, and fails when it is read.
-   if (!in || (in.peek() == std::ifstream::traits_type::eof() && !in.eof())) {
-      throw InputError(location(file, 0) +
-                       "cannot be read: " + std::generic_category().message(errno));
-   }
-   return readAll(in, file);
-}
-
-bool readLine(std::istream& in, std::string& line, std::string const& file) {
-   constexpr auto kEnd = std::istream::traits_type::eof();
-   line.clear();
-   auto c = in.get();
-   for (; c != kEnd && c != '\n'; c = in.get()) {
-      if (line.size() == kMaxBytes) {
-         refuseLength("a line", file);
-      }
-      line.push_back(static_cast<char>(c));
-   }
-   return c != kEnd || !line.empty();
-}
 
 json parseJson(std::string_view text, std::string const& file, size_t firstLine) {
    Scanner scanner({});

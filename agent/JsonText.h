@@ -3,20 +3,12 @@
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
-#include <iosfwd>
 #include <string>
 #include <string_view>
 #include <vector>
 
 // Reading JSON as people write it: comments are allowed, a repeated key is not.
 namespace Agent {
-
-// The whole file; "-" is standard input. InputError if it cannot be read, or if there
-// is no end to it: it holds more than 256 MB.
-std::string readFile(std::string const& file);
-
-// The next line of a file; false at its end. InputError if it holds more than 256 MB.
-bool readLine(std::istream& in, std::string& line, std::string const& file);
 
 // The value that the text holds. InputError, with file and line, if it is not JSON, if
 // an object has a key twice, if it is nested deeper than 64 levels, or if it holds more

@@ -2,8 +2,8 @@
 
 #include "agent/BadInput.h"
 #include "agent/ExitStatus.h"
+#include "agent/OutOfMemory.h"
 
-#include <cstdio>
 #include <utility>
 
 namespace Agent {
@@ -23,7 +23,7 @@ Lane::~Lane() {
 }
 
 void Lane::begin(bool isStopped) {
-   records_ = std::make_unique<Records>(host_.state(), stdout, sm_);
+   records_ = std::make_unique<Records>(host_.state(), sm_);
    if (!isStopped) {
       records_->write({{"line", 0}});
       host_.start();
@@ -42,6 +42,7 @@ Lane::Step Lane::checked(json const& event, bool isFirst) {
 }
 
 void Lane::play(size_t line, Step const& step) {
+   Doing const doing("playing", options_.events.c_str(), line);
    line_ = line;
    records_->takeTrace();
    records_->write({{"line", line}});

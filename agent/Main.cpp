@@ -4,15 +4,15 @@
 #include "agent/Explain.h"
 #include "agent/Graph.h"
 #include "agent/Options.h"
+#include "agent/OutOfMemory.h"
 #include "agent/Plan.h"
 #include "agent/Replay.h"
 #include "agent/Run.h"
-#include "agent/Terminal.h"
+#include "agent/Streams.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <iostream>
 
 namespace {
 
@@ -46,30 +46,25 @@ int command(Agent::Options const& options) {
 }
 
 void complain(char const* message) {
-   std::fflush(stdout);
+   Agent::flushResults();
    std::fprintf(stderr, "mcastvpn-agent: %s\n", message);
 }
 
-// The status, unless what was printed cannot be written.
 int finished(int status) {
-   std::cout.flush();
-   if (Agent::flushed(stdout) && std::cout.good()) {
-      return status;
-   }
-   complain("standard output: the results cannot be written");
-   return Agent::kBadInput;
+   Agent::flushResults();
+   Agent::requireResults();
+   return status;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
    previousHandler = std::set_terminate(flushAndTerminate);
-   auto const parsed = Agent::parseOptions(argc, argv);
-   if (parsed.status) {
-      return finished(*parsed.status);
-   }
+   Agent::endWhenOutOfMemory();
+   Agent::prepareStreams();
    try {
-      return finished(command(parsed.options));
+      auto const parsed = Agent::parseOptions(argc, argv);
+      return finished(parsed.status ? *parsed.status : command(parsed.options));
    } catch (std::exception const& error) {
       complain(error.what());
       return Agent::kBadInput;

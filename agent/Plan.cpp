@@ -8,6 +8,7 @@
 #include "agent/MachineNames.h"
 #include "agent/OutputRecorder.h"
 #include "agent/SbdVlans.h"
+#include "agent/Streams.h"
 #include "agent/Table.h"
 #include "agent/Terminal.h"
 #include "pelk/Printable.h"
@@ -263,7 +264,7 @@ int plan(Options const& options) {
    auto const text = options.json
                         ? start.operations.dump(2) + '\n'
                         : PlanTable(host, options, start).text(mayDecorate(stdout));
-   std::fwrite(text.data(), 1, text.size(), stdout);
+   print(text);
    return start.operations.empty() ? kFine : kWouldChange;
 }
 

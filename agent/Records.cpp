@@ -1,13 +1,15 @@
 #include "agent/Records.h"
 
+#include "agent/Streams.h"
+
 #include <string>
 
 namespace Agent {
 
 using nlohmann::ordered_json;
 
-Records::Records(State const& state, std::FILE* out, std::string_view sm)
-   : out_(out), sm_(sm), sinkBefore_(Pelk::Trace::sinkIs(this)),
+Records::Records(State const& state, std::string_view sm)
+   : sm_(sm), sinkBefore_(Pelk::Trace::sinkIs(this)),
      recorder_(state, [this](ordered_json const& operation) { write(operation); }) {}
 
 Records::~Records() {
@@ -20,7 +22,7 @@ void Records::write(ordered_json record) {
    }
    auto line = record.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
    line += '\n';
-   std::fwrite(line.data(), 1, line.size(), out_);
+   print(line);
 }
 
 void Records::trace(Pelk::TraceRecord const& record) {

@@ -6,17 +6,17 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
 #include <string_view>
 
 namespace Agent {
 
-// What replay prints: one JSON value a line, in the order in which things happen.
-// Follows the outputs of a state from its construction on, and takes the text trace.
+// What replay prints to standard output: one JSON value a line, in the order in which
+// things happen. Follows the outputs of a state from its construction on, and takes the
+// text trace.
 class Records : private Pelk::TraceSink {
  public:
    // sm: what each record is tagged with; empty for nothing.
-   Records(State const& state, std::FILE* out, std::string_view sm = {});
+   explicit Records(State const& state, std::string_view sm = {});
    ~Records() override;
 
    // Takes the text trace again, which other records took meanwhile.
@@ -27,7 +27,6 @@ class Records : private Pelk::TraceSink {
  private:
    void trace(Pelk::TraceRecord const& record) override;
 
-   std::FILE* out_;
    std::string_view sm_;
    Pelk::TraceSink* sinkBefore_;
    OutputsRecorder recorder_;

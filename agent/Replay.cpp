@@ -3,10 +3,12 @@
 #include "agent/BadInput.h"
 #include "agent/ComparisonText.h"
 #include "agent/ExitStatus.h"
+#include "agent/InputFile.h"
 #include "agent/JsonText.h"
 #include "agent/Lane.h"
 #include "agent/MachineNames.h"
 #include "agent/Progress.h"
+#include "agent/Streams.h"
 #include "agent/Terminal.h"
 #include "agent/TwoMachines.h"
 
@@ -15,7 +17,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -38,15 +39,15 @@ struct Line {
 class EventLines {
  public:
    explicit EventLines(std::string const& file)
-      : file_(file), text_(file == "-" ? "" : readFile(file)), content_(text_),
-        in_(file == "-" ? std::cin : content_) {}
+      : isStandardInput_(file == "-"), text_(isStandardInput_ ? "" : readFile(file)),
+        content_(text_) {}
 
    // How much there is to read, in bytes; 0 if that is not known.
    size_t size() const noexcept { return text_.size(); }
 
    // The next line, which stays the next one; null at the end.
    Line const* peek() {
-      while (!next_ && readLine(in_, current_.text, file_)) {
+      while (!next_ && nextLine()) {
          ++current_.number;
          auto const first = current_.text.find_first_not_of(" \t\r");
          if (first != std::string::npos && current_.text[first] != '#') {
@@ -58,10 +59,15 @@ class EventLines {
    void drop() { next_ = nullptr; }
 
  private:
-   std::string const file_;
+   bool nextLine() {
+      return isStandardInput_
+                ? readLine(current_.text)
+                : static_cast<bool>(std::getline(content_, current_.text));
+   }
+
+   bool isStandardInput_;
    std::string text_;
    std::istringstream content_;
-   std::istream& in_;
    Line current_{0, {}};
    Line const* next_ = nullptr;
 };
@@ -104,8 +110,9 @@ class Player {
          progress_.step(line->text.size() + 1);
          lines_.drop();
          if (options_.events == "-") {
-            std::fflush(stdout);
+            flushResults();
          }
+         requireResults();
       }
       return end();
    }
@@ -166,7 +173,7 @@ class Player {
       for (auto const& lane : lanes_) {
          status = std::max(status, lane->end());
       }
-      std::fflush(stdout);
+      flushResults();
       std::fwrite(table.data(), 1, table.size(), stderr);
       return status;
    }

@@ -5,19 +5,12 @@
 #include "agent/ExitStatus.h"
 #include "agent/Host.h"
 #include "agent/OutputTable.h"
+#include "agent/Streams.h"
 #include "agent/Terminal.h"
 
 #include <cstdio>
 
 namespace Agent {
-
-namespace {
-
-void print(std::string const& text) {
-   std::fwrite(text.data(), 1, text.size(), stdout);
-}
-
-} // namespace
 
 int run(Options const& options) {
    if (options.both) {

@@ -11,8 +11,4 @@ bool mayDecorate(std::FILE* stream) {
    return (noColor == nullptr || *noColor == '\0') && isatty(fileno(stream)) == 1;
 }
 
-bool flushed(std::FILE* stream) {
-   return std::fflush(stream) == 0 && std::ferror(stream) == 0;
-}
-
 } // namespace Agent

@@ -8,7 +8,4 @@ namespace Agent {
 // not set, or is empty.
 bool mayDecorate(std::FILE* stream);
 
-// Writes everything out; false if something could not be written.
-bool flushed(std::FILE* stream);
-
 } // namespace Agent

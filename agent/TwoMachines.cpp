@@ -2,6 +2,7 @@
 
 #include "agent/ExitStatus.h"
 #include "agent/OutputKey.h"
+#include "agent/Streams.h"
 #include "pelk/Printable.h"
 
 #include <fmt/format.h>
@@ -142,7 +143,7 @@ void TwoMachines::compareNow(std::string const& where) {
 
 void TwoMachines::complain(std::string const& where, std::string const& what) {
    ++errors_;
-   std::fflush(stdout);
+   flushResults();
    fmt::print(stderr, "mcastvpn-agent: {}{}; there is no known reason\n", where,
               Pelk::printable(what));
 }

@@ -3,6 +3,7 @@
 #include "agent/MachineNames.h"
 #include "agent/OutputKey.h"
 #include "agent/SbdVlans.h"
+#include "agent/Streams.h"
 #include "pelk/Printable.h"
 
 #include <fmt/format.h>
@@ -63,7 +64,7 @@ void Verification::compare(std::string const& where, std::string const& stall) {
 }
 
 void Verification::say(std::string const& text) const {
-   std::fflush(stdout);
+   flushResults();
    fmt::print(stderr, "mcastvpn-agent: --verify: {}{}{}\n", machine_,
               machine_.empty() ? "" : ": ", text);
 }

@@ -96,19 +96,6 @@ TEST_F(HugeInput, NestedAHundredMillionTimesIsRefused) {
    expectRefused(runDocument(std::string(kHuge, '[')), "nested deeper than 64 levels");
 }
 
-TEST_F(HugeInput, WithoutEndIsRefused) {
-   expectRefused(run("run", "/dev/zero"),
-                 "/dev/zero: a file of more than 256 MB; allowed is less");
-}
-
-TEST_F(HugeInput, WhoseLineHasNoEndIsRefused) {
-   auto const outcome =
-      runShell(folder_, shellQuoted(AGENT_PROGRAM) + " replay - </dev/zero");
-   EXPECT_EQ(outcome.status, 2);
-   EXPECT_EQ(outcome.err, "mcastvpn-agent: standard input: a line of more than 256 MB; "
-                          "allowed is less\n");
-}
-
 TEST_F(HugeInput, OfAHundredMegabytesOfNamesIsRead) {
    std::string text = R"({"mcastEvpnConfig":{"transitVrf":[)";
    for (int i = 0; text.size() < kHuge; ++i) {

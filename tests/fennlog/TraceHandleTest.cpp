@@ -5,6 +5,7 @@
 #include "lidra/AddressFamily.h"
 #include "lidra/IntfId.h"
 #include "lidra/IpGenAddr.h"
+#include "support/DeathMessages.h"
 
 #include <algorithm>
 #include <chrono>
@@ -209,8 +210,10 @@ TEST(TraceHandle, IsSharedByItsUsers) {
 }
 
 TEST(TraceHandleDeathTest, ASizeThatIsNoPowerOfTwoOrTooSmallIsFatal) {
-   EXPECT_DEATH(makeRing(5000), "power of two and at least 4096");
-   EXPECT_DEATH(makeRing(2048), "power of two and at least 4096");
+   auto const message = Support::assertionMessage(
+      "A trace ring's size must be a power of two and at least 4096 bytes");
+   EXPECT_DEATH(makeRing(5000), message);
+   EXPECT_DEATH(makeRing(2048), message);
 }
 
 TEST(TraceReader, GoesOnWithWhatIsWrittenMeanwhile) {

@@ -1,6 +1,7 @@
 #include "kolm/Share.h"
 
 #include "RecordingTask.h"
+#include "support/DeathMessages.h"
 
 #include <algorithm>
 #include <chrono>
@@ -175,7 +176,15 @@ TEST_F(ShareTest, ASliceDoesNotGoOnWhereTheImplicitOneWas) {
 }
 
 TEST(ShareDeathTest, APollShareOfZeroIsFatal) {
-   EXPECT_DEATH(Kolm::PollShare(0), "k is at least 1");
+   EXPECT_DEATH(Kolm::PollShare(0),
+                Support::assertionMessage(
+                   "A poll share yields at every k-th poll, and k is at least 1"));
+}
+
+TEST(ShareDeathTest, ARandomShareOfOneInZeroIsFatal) {
+   EXPECT_DEATH(
+      Kolm::RandomShare(1, 0),
+      Support::assertionMessage("A random share yields once in at least 1 poll"));
 }
 
 } // namespace

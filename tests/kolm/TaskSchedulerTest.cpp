@@ -1,8 +1,10 @@
 #include "kolm/TaskScheduler.h"
 
 #include "RecordingTask.h"
+#include "support/DeathMessages.h"
 
 #include <gmock/gmock.h>
+#include <memory>
 
 namespace {
 
@@ -108,12 +110,28 @@ TEST(TaskSchedulerDeathTest, ASliceThatRunsAnotherIsFatal) {
          a.task->scheduleTask();
          scheduler->runSlice();
       },
-      "A slice ends before the next one begins");
+      Support::assertionMessage("A slice ends before the next one begins"));
+}
+
+TEST(TaskSchedulerDeathTest, AnotherShareInsideASliceIsFatal) {
+   EXPECT_DEATH(
+      {
+         RecordingTask::Log log;
+         auto const scheduler = Pelk::makePtr<TaskScheduler>();
+         RecordingTask a(scheduler, 1, "a", log);
+         a.slice = [&] {
+            scheduler->shareIs(std::make_unique<Kolm::UnlimitedShare>());
+         };
+         a.task->scheduleTask();
+         scheduler->runSlice();
+      },
+      Support::assertionMessage("The share cannot change inside a slice"));
 }
 
 TEST(TaskSchedulerDeathTest, ANullShareIsFatal) {
    auto const scheduler = Pelk::makePtr<TaskScheduler>();
-   EXPECT_DEATH(scheduler->shareIs(nullptr), "A scheduler needs a share");
+   EXPECT_DEATH(scheduler->shareIs(nullptr),
+                Support::assertionMessage("A scheduler needs a share"));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "kolm/Task.h"
 
 #include "RecordingTask.h"
+#include "support/DeathMessages.h"
 
 #include <gmock/gmock.h>
 #include <optional>
@@ -242,7 +243,7 @@ TEST_F(TaskTest, CountsItsWork) {
 
 TEST(TaskDeathTest, WithoutASchedulerIsFatal) {
    EXPECT_DEATH(Pelk::makePtr<Task>(nullptr, TaskPriority(1), "a"),
-                "A task needs a scheduler");
+                Support::assertionMessage("A task needs a scheduler"));
 }
 
 TEST(TaskPriority, HasTheLowerNumberFirst) {

@@ -53,6 +53,9 @@ class Side {
    std::string const& name() const noexcept { return name_; }
    bool isRunning() const noexcept { return machine != nullptr; }
 
+   // Of the next start.
+   Vorn::SmControl& control() noexcept { return control_; }
+
    void start() {
       verifier_.starting();
       machine = Irb::Multicast::Evpn::transitIntfSmFactory(
@@ -68,6 +71,9 @@ class Side {
          --count;
       }
    }
+
+   // Another writer changed the output of this key.
+   void written(std::string const& key) { verifier_.written(key); }
 
    Verify::Outputs outputs() const { return Verify::outputsOf(*coll, *joins); }
    Verify::Outputs expected() const { return verifier_.expected(); }

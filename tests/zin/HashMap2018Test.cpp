@@ -5,6 +5,7 @@
 #include "lidra/IntfId.h"
 #include "pelk/Ptr.h"
 #include "pelk/SharedObject.h"
+#include "support/DeathMessages.h"
 
 #include <gmock/gmock.h>
 
@@ -134,7 +135,9 @@ TYPED_TEST(HashMap2018DeathTest, RefusesToMoveUnderAnIterator) {
    Map<TypeParam, uint16_t> map;
    map.insert(1);
    auto it = map.iterate();
-   EXPECT_DEATH((Map<TypeParam, uint16_t>{std::move(map)}), "an iterator stood on it");
+   EXPECT_DEATH(
+      (Map<TypeParam, uint16_t>{std::move(map)}),
+      Support::assertionMessage("a collection moved while an iterator stood on it"));
 }
 
 TYPED_TEST(HashMap2018, ReservedRoomIsNoChangeAndLosesNothing) {

@@ -1,5 +1,7 @@
 #include "zin/HashMap2018.h"
 
+#include "support/ThrownMessage.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -240,6 +242,18 @@ TYPED_TEST(HashMap2018Memory, StaysAsItWasWhenMemoryIsShort) {
    for (uint32_t key = 0; key < 3000; ++key) {
       ASSERT_TRUE(map.erase(key)) << "needs no memory";
    }
+}
+
+TYPED_TEST(HashMap2018Memory, StaysAsItWasWhenItIsAskedForRoomThatNobodyHas) {
+   typename TestFixture::Map map;
+   map.insert(1, 1);
+   EXPECT_EQ(Support::thrownMessage<std::length_error>([&] {
+                map.reserve(size_t{1} << 40);
+                return 0;
+             }),
+             "HashMap2018: too many members");
+   EXPECT_EQ(map.size(), 1U);
+   EXPECT_TRUE(map.contains(1));
 }
 
 TYPED_TEST(HashMap2018Memory, StaysAsItWasWhenAValueCannotBeMade) {

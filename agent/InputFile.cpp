@@ -1,0 +1,129 @@
+#include "agent/InputFile.h"
+
+#include "agent/BadInput.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+namespace Agent {
+
+namespace {
+
+[[noreturn]] void refuse(std::string const& file, std::string const& why) {
+   throw InputError(location(file, 0) + why);
+}
+
+[[noreturn]] void cannotBeRead(std::string const& file, int error) {
+   refuse(file, "cannot be read: " + std::generic_category().message(error));
+}
+
+[[noreturn]] void tooLong(std::string const& file, char const* what) {
+   refuse(file, std::string(what) + " is longer than " +
+                   std::to_string(kMostInput >> 20) + " MiB");
+}
+
+class Descriptor {
+ public:
+   explicit Descriptor(std::string const& file)
+      : number_(file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
+      if (number_ < 0) {
+         cannotBeRead(file, errno);
+      }
+   }
+   Descriptor(Descriptor const&) = delete;
+   Descriptor& operator=(Descriptor const&) = delete;
+   ~Descriptor() {
+      if (number_ != STDIN_FILENO) {
+         close(number_);
+      }
+   }
+
+   int number() const noexcept { return number_; }
+
+ private:
+   int number_;
+};
+
+// How long a file is and when it was written last.
+struct Stamp {
+   bool isFile = false;
+   off_t size = 0;
+   timespec time{};
+
+   explicit Stamp(Descriptor const& from) {
+      struct stat status{};
+      if (fstat(from.number(), &status) == 0 && S_ISREG(status.st_mode)) {
+         isFile = true;
+         size = status.st_size;
+         time = status.st_mtim;
+      }
+   }
+   bool operator==(Stamp const& other) const noexcept {
+      return isFile == other.isFile && size == other.size &&
+             time.tv_sec == other.time.tv_sec && time.tv_nsec == other.time.tv_nsec;
+   }
+};
+
+std::string readAll(Descriptor const& from, std::string const& file) {
+   std::string text;
+   std::array<char, size_t{1} << 16> part;
+   for (;;) {
+      auto const count = read(from.number(), part.data(), part.size());
+      if (count == 0) {
+         return text;
+      }
+      if (count > 0) {
+         text.append(part.data(), static_cast<size_t>(count));
+      } else if (errno != EINTR) {
+         cannotBeRead(file, errno);
+      }
+      if (text.size() > kMostInput) {
+         tooLong(file, "it");
+      }
+   }
+}
+
+// Some editors begin a file with a byte order mark.
+std::string withoutMark(std::string text) {
+   constexpr std::string_view kMark = "\xef\xbb\xbf";
+   if (text.starts_with(kMark)) {
+      text.erase(0, kMark.size());
+   }
+   return text;
+}
+
+} // namespace
+
+std::string readFile(std::string const& file) {
+   Descriptor const from(file);
+   Stamp const before(from);
+   auto text = readAll(from, file);
+   if (Stamp(from) != before) {
+      refuse(file, "was written to while it was read");
+   }
+   return withoutMark(std::move(text));
+}
+
+bool readLine(std::string& line) {
+   line.clear();
+   errno = 0;
+   int next = 0;
+   while ((next = getc_unlocked(stdin)) != EOF && next != '\n') {
+      if (line.size() == kMostInput) {
+         tooLong("-", "a line");
+      }
+      line.push_back(static_cast<char>(next));
+   }
+   if (next == EOF && std::ferror(stdin) != 0) {
+      cannotBeRead("-", errno);
+   }
+   return next != EOF || !line.empty();
+}
+
+} // namespace Agent

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+namespace Agent {
+
+// No document and no line of events is longer; a longer one is refused before it takes
+// the memory of the machine.
+inline constexpr size_t kMostInput = size_t{128} << 20;
+
+// The whole file, without a byte order mark; "-" is standard input. InputError if it
+// cannot be read, is longer than kMostInput, or was written to meanwhile.
+std::string readFile(std::string const& file);
+
+// The next line of standard input, without its end; false at the end. InputError if it
+// cannot be read or is longer than kMostInput.
+bool readLine(std::string& line);
+
+} // namespace Agent

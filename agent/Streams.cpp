@@ -1,0 +1,116 @@
+#include "agent/Streams.h"
+
+#include "agent/BadInput.h"
+
+#include <fcntl.h>
+#include <stdio_ext.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <string>
+#include <system_error>
+
+namespace Agent {
+
+namespace {
+
+// Written at once.
+std::array<char, size_t{1} << 16> gathered;
+// What went wrong first.
+int failure = 0;
+bool isFile = false;
+
+void takeIfClosed(int descriptor, int mode) {
+   if (fcntl(descriptor, F_GETFD) == -1 && errno == EBADF) {
+      // The lowest number that is free, since those below were taken before.
+      static_cast<void>(open("/dev/null", mode));
+   }
+}
+
+// While it lives, no signal that a user or a supervisor sends ends the process.
+class SignalsHeld {
+ public:
+   explicit SignalsHeld(bool isNeeded) : isNeeded_(isNeeded) {
+      if (isNeeded_) {
+         sigset_t held;
+         sigemptyset(&held);
+         for (int const signal : {SIGINT, SIGTERM, SIGHUP}) {
+            sigaddset(&held, signal);
+         }
+         sigprocmask(SIG_BLOCK, &held, &before_);
+      }
+   }
+   SignalsHeld(SignalsHeld const&) = delete;
+   SignalsHeld& operator=(SignalsHeld const&) = delete;
+   ~SignalsHeld() {
+      if (isNeeded_) {
+         sigprocmask(SIG_SETMASK, &before_, nullptr);
+      }
+   }
+
+ private:
+   bool isNeeded_;
+   sigset_t before_{};
+};
+
+void writeOut() {
+   errno = 0;
+   if (std::fflush(stdout) != 0 && failure == 0) {
+      failure = errno;
+   }
+}
+
+} // namespace
+
+void prepareStreams() {
+   // Opened the wrong way round, so that they are as good as closed.
+   takeIfClosed(STDIN_FILENO, O_WRONLY);
+   takeIfClosed(STDOUT_FILENO, O_RDONLY);
+   takeIfClosed(STDERR_FILENO, O_WRONLY);
+   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+   struct stat status{};
+   isFile = fstat(STDOUT_FILENO, &status) == 0 && S_ISREG(status.st_mode);
+   if (isatty(STDOUT_FILENO) == 0) {
+      static_cast<void>(std::setvbuf(stdout, gathered.data(), _IOFBF, gathered.size()));
+   }
+}
+
+void print(std::string_view text) {
+   bool const isMore = __fpending(stdout) + text.size() > __fbufsize(stdout);
+   SignalsHeld const held(isFile && isMore);
+   if (isMore) {
+      writeOut();
+   }
+   errno = 0;
+   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() &&
+       failure == 0) {
+      failure = errno;
+   }
+   if (text.size() > __fbufsize(stdout)) {
+      writeOut();
+   }
+}
+
+void flushResults() {
+   SignalsHeld const held(isFile);
+   writeOut();
+}
+
+bool haveResultsFailed() noexcept {
+   return failure != 0 || std::ferror(stdout) != 0 || !std::cout.good();
+}
+
+void requireResults() {
+   if (haveResultsFailed()) {
+      auto const reason =
+         failure != 0 ? ": " + std::generic_category().message(failure) : "";
+      throw InputError("standard output: the results cannot be written" + reason);
+   }
+}
+
+} // namespace Agent

@@ -1,0 +1,144 @@
+#pragma once
+
+#include "support/AgentProcess.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace TestSupport {
+
+// A pipe; each end is closed once.
+class Pipe {
+ public:
+   Pipe() {
+      if (pipe2(ends_.data(), O_CLOEXEC) != 0) {
+         std::abort();
+      }
+   }
+   Pipe(Pipe const&) = delete;
+   Pipe& operator=(Pipe const&) = delete;
+   ~Pipe() {
+      closeReading();
+      closeWriting();
+   }
+
+   int reading() const noexcept { return ends_[0]; }
+   int writing() const noexcept { return ends_[1]; }
+   void closeReading() { closeEnd(ends_[0]); }
+   void closeWriting() { closeEnd(ends_[1]); }
+
+   // What comes through it, up to its end or so many bytes.
+   std::string read(size_t most = SIZE_MAX) const {
+      std::string text;
+      std::array<char, 4096> part;
+      while (text.size() < most) {
+         auto const count = ::read(reading(), part.data(), part.size());
+         if (count <= 0) {
+            break;
+         }
+         text.append(part.data(), static_cast<size_t>(count));
+      }
+      return text;
+   }
+
+ private:
+   static void closeEnd(int& end) {
+      if (end >= 0) {
+         close(end);
+         end = -1;
+      }
+   }
+
+   std::array<int, 2> ends_{};
+};
+
+// The agent while it runs, with descriptors of the test's for its standard streams; -1
+// is /dev/null. It is killed if it is still there when this goes.
+class RunningAgent {
+ public:
+   struct Streams {
+      int in = -1;
+      int out = -1;
+      int err = -1;
+   };
+
+   RunningAgent(std::vector<std::string> args, Streams const& streams,
+                std::vector<std::string> environment = {}) {
+      args.insert(args.begin(), AGENT_PROGRAM);
+      std::vector<char*> arguments;
+      for (auto& each : args) {
+         arguments.push_back(each.data());
+      }
+      arguments.push_back(nullptr);
+      child_ = fork();
+      if (child_ == 0) {
+         // What a test runner ignores, an agent does not.
+         for (int const signal : {SIGINT, SIGTERM, SIGPIPE}) {
+            std::signal(signal, SIG_DFL);
+         }
+         streamIs(STDIN_FILENO, streams.in, O_RDONLY);
+         streamIs(STDOUT_FILENO, streams.out, O_WRONLY);
+         streamIs(STDERR_FILENO, streams.err, O_WRONLY);
+         for (auto& each : environment) {
+            putenv(each.data());
+         }
+         execv(arguments.front(), arguments.data());
+         _exit(127);
+      }
+   }
+   RunningAgent(RunningAgent const&) = delete;
+   RunningAgent& operator=(RunningAgent const&) = delete;
+   ~RunningAgent() {
+      if (child_ > 0) {
+         kill(child_, SIGKILL);
+         waitpid(child_, nullptr, 0);
+      }
+   }
+
+   void signal(int number) const { kill(child_, number); }
+   // How much memory it has at present; 0 if it is not there.
+   uint64_t residentKilobytes() const {
+      std::istringstream status(
+         readText("/proc/" + std::to_string(child_) + "/status"));
+      for (std::string line; std::getline(status, line);) {
+         if (line.starts_with("VmRSS:")) {
+            return std::strtoull(line.c_str() + 6, nullptr, 10);
+         }
+      }
+      return 0;
+   }
+
+   // How it ended; 128 + N when signal N ended it, -1 when it did not in that time.
+   int status(std::chrono::seconds patience = std::chrono::seconds(60)) {
+      auto const end = std::chrono::steady_clock::now() + patience;
+      int status = 0;
+      while (waitpid(child_, &status, WNOHANG) == 0) {
+         if (std::chrono::steady_clock::now() > end) {
+            return -1;
+         }
+         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
+      child_ = -1;
+      return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+   }
+
+ private:
+   static void streamIs(int stream, int descriptor, int mode) {
+      dup2(descriptor >= 0 ? descriptor : open("/dev/null", mode), stream);
+   }
+
+   pid_t child_ = -1;
+};
+
+} // namespace TestSupport
