@@ -44,6 +44,12 @@ tidy: setup-checks ## look for faults with clang-tidy
 	   -clang-tidy-binary $$(scripts/clang.sh clang-tidy) \
 	   -checks=-bugprone-suspicious-include '$(LINTED)'
 
+coverage: setup-checks ## tell what of the libraries the tests execute
+	$(call build,coverage)
+	find build/coverage -name '*.gcda' -delete
+	ctest --preset coverage -j $(JOBS)
+	tools/coverage.py build/coverage
+
 cppcheck: setup-checks ## look for faults with cppcheck, which takes its time
 	cppcheck --std=c++20 --language=c++ --enable=warning,performance,portability \
 	   -D__x86_64__ '-D__VA_OPT__(...)=' -I. -Iruntime --suppressions-list=.cppcheck \
@@ -56,6 +62,9 @@ fuzz: setup-checks ## look for inputs that break something, SECONDS with each ta
 soak: setup ## play random events for SECONDS, and look for what grows
 	$(call build,release,--target soak)
 	build/release/tests/soak/soak --seconds $(SECONDS)
+
+proof: ## try all this at length, SECONDS each, for the figures of docs/Testing.md
+	scripts/proof.sh $(SECONDS)
 
 bench: setup-bench ## measure, beside what others offer
 	$(call build,bench)
@@ -92,6 +101,6 @@ LINTED = $(CURDIR)/(build/tidy/)?(runtime|McastVpnLib|agent)/(?!.*_headers).*
 THREADED = pelk_tests values_tests
 space := $(subst ,, )
 
-.PHONY: help demo test asan tsan threads memcheck clang tidy cppcheck fuzz soak bench
-.PHONY: format format-check clean
+.PHONY: help demo test asan tsan threads memcheck clang tidy coverage cppcheck fuzz
+.PHONY: soak proof bench format format-check clean
 .PHONY: setup setup-checks setup-bench
