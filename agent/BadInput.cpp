@@ -38,7 +38,7 @@ BadInput::BadInput(nlohmann::json::json_pointer pointer, std::string const& foun
      pointer_(std::move(pointer)) {}
 
 std::string brief(std::string_view text, size_t most) {
-   auto const whole = Pelk::printable(beginning(text, most));
+   auto whole = Pelk::printable(beginning(text, most));
    if (whole.size() <= most && text.size() <= most) {
       return whole;
    }
@@ -66,7 +66,7 @@ std::string excerpt(nlohmann::json const& value) {
 std::string quote(std::string_view text) {
    auto const json = nlohmann::json(beginning(text, kExcerptMax))
                         .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-   auto const whole = Pelk::printable(json);
+   auto whole = Pelk::printable(json);
    if (whole.size() <= kExcerptMax && text.size() <= kExcerptMax) {
       return whole;
    }

@@ -41,7 +41,7 @@ fuzz() {
    log=$build/tests/fuzz/$target.log
    mkdir -p "$found" "$learned"
    local options=(-max_total_time="$seconds" -seed=1 -print_final_stats=1
-      -rss_limit_mb=2048 -timeout=10 -reload=0 -use_value_profile=1
+      -rss_limit_mb=2048 -timeout=10 -reload=0
       -artifact_prefix="$found/")
    [ ! -e "$source/$target.dict" ] || options+=(-dict="$source/$target.dict")
    local inputs=("$source/corpus/$target")
