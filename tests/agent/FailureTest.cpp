@@ -228,7 +228,7 @@ TEST_F(Failure, AnInterruptEndsAnEndlessReplayWhichTookNoMoreMemoryWithTime) {
    Pipe in;
    RunningAgent running(
       {"replay", "--state", folder_.write("state.json", stateOf(3)), "-"},
-      {in.reading(), -1, -1});
+      {in.reading(), -1, -1}, {"ASAN_OPTIONS=quarantine_size_mb=1"});
    auto const events = eventsOf(100);
    auto const play = [&](int rounds) {
       for (int round = 0; round < rounds; ++round) {

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <limits>
 #include <map>
 #include <string>
 
@@ -22,8 +21,8 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t kMostProblems = 10;
 
 struct Limits {
-   double seconds = 0; // 0: as long as the events last
-   uint64_t events = std::numeric_limits<uint64_t>::max();
+   double seconds = 0;
+   uint64_t events = 0;
    uint32_t hashSeed = 1;
 };
 
@@ -31,21 +30,21 @@ double since(Clock::time_point begin) {
    return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
+// For as long as the time and the number of events both want.
 double play(Soak::Soak& soak, Limits const& limits) {
    auto const begin = Clock::now();
-   auto const& events = soak.figures().events;
-   bool const isTimed = limits.seconds > 0;
-   constexpr double kSteps = 1000;
-   Agent::Progress progress("soaking", isTimed ? static_cast<size_t>(kSteps)
-                                               : static_cast<size_t>(limits.events));
+   constexpr size_t kSteps = 1000;
+   Agent::Progress progress("soaking", kSteps);
+   auto const share = [&] {
+      double const ofEvents = static_cast<double>(soak.figures().events) /
+                              static_cast<double>(limits.events);
+      double const ofTime = limits.seconds > 0 ? since(begin) / limits.seconds : 1;
+      return std::min({ofEvents, ofTime, 1.0});
+   };
    size_t done = 0;
-   while (events < limits.events && (!isTimed || since(begin) < limits.seconds) &&
-          soak.problems().size() < kMostProblems) {
+   while (share() < 1 && soak.problems().size() < kMostProblems) {
       soak.round();
-      auto const now =
-         isTimed
-            ? static_cast<size_t>(kSteps * std::min(1.0, since(begin) / limits.seconds))
-            : static_cast<size_t>(events);
+      auto const now = static_cast<size_t>(static_cast<double>(kSteps) * share());
       progress.step(now - done);
       done = now;
    }
@@ -99,9 +98,10 @@ int main(int argc, char** argv) {
       {"dataflow", Soak::Machines::dataflow},
       {"both", Soak::Machines::both}};
    CLI::App app("plays random events in one process, and looks for what grows");
-   auto* const seconds =
-      app.add_option("--seconds", limits.seconds, "how long to play");
-   app.add_option("--events", limits.events, "how many events to play at least");
+   app.add_option("--seconds", limits.seconds, "how long to play, at least");
+   app.add_option("--events", limits.events,
+                  "how many events to play, at least; twice those of --settling if not "
+                  "given");
    app.add_option("--settling", options.settling,
                   "after how many events nothing may grow");
    app.add_option("--seed", options.seed, "of the events");
@@ -109,7 +109,7 @@ int main(int argc, char** argv) {
    app.add_option("--sm", options.machines, "which machines")
       ->transform(CLI::CheckedTransformer(machines));
    CLI11_PARSE(app, argc, argv);
-   if (seconds->count() == 0 && app.count("--events") == 0) {
+   if (limits.events == 0) {
       limits.events = 2 * options.settling;
    }
    Zin::HashHelper::hashSeed32Is(limits.hashSeed);
