@@ -69,6 +69,8 @@ class ReactorLife final : public Life {
       machine_ = nullptr;
       verifier_.stopped();
    }
+   // It subscribes to the configuration and the MLAG status when it is made.
+   bool followsFromTheFirst() const override { return false; }
 
    std::vector<std::string> complaints() override {
       std::vector<std::string> found;
@@ -117,6 +119,7 @@ class DataflowLife final : public Life {
    bool isRunning() const override { return side_.isRunning(); }
    void start() override { side_.start(); }
    void stop() override { side_.stop(); }
+   bool followsFromTheFirst() const override { return true; }
    void slices(uint32_t count) override {
       figures_.mostPending = std::max(figures_.mostPending, side_.scheduler->pending());
       side_.slices(count);

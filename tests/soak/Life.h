@@ -59,6 +59,8 @@ class Life {
    virtual bool isRunning() const = 0;
    virtual void start() = 0;
    virtual void stop() = 0;
+   // Whether it follows a change of every input that is made inside its start.
+   virtual bool followsFromTheFirst() const = 0;
    // Runs so many slices, if as many are due.
    virtual void slices(uint32_t) {}
    // Shares the thread otherwise from the next slice on.

@@ -3,6 +3,7 @@
 #include "soak/Heap.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Soak {
@@ -75,7 +76,9 @@ void Soak::event() {
 
 void Soak::start(Life& life) {
    ++figures_.starts;
+   bool const wasQuiet = std::exchange(isQuiet_, !life.followsFromTheFirst());
    life.start();
+   isQuiet_ = wasQuiet;
 }
 
 void Soak::stopOrStart(Life& life) {
@@ -84,6 +87,9 @@ void Soak::stopOrStart(Life& life) {
       return;
    }
    life.stop();
+   if (whenStopped_) {
+      whenStopped_(life);
+   }
    if (below(2) == 0) {
       start(life);
    }

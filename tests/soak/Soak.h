@@ -5,10 +5,11 @@
 #include "soak/Life.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <random>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Soak {
@@ -43,6 +44,11 @@ class Soak {
 
    void round();
 
+   // Called after each stop of a machine; empty for nobody.
+   void whenStoppedIs(std::function<void(Life const& life)> whenStopped) {
+      whenStopped_ = std::move(whenStopped);
+   }
+
    // Whether the sizes were compared with what they had settled to.
    bool isCompared() const noexcept { return gauges_.readings() != 0; }
    std::vector<std::string> const& problems() const noexcept { return problems_; }
@@ -63,7 +69,8 @@ class Soak {
    void readRing();
    void readGauges();
    void complain(std::string const& what);
-   bool isSteadfast(size_t life) const noexcept { return life % 2 == 0; }
+   // The first half of them is never stopped.
+   bool isSteadfast(size_t life) const noexcept { return life < lives_.size() / 2; }
    uint32_t below(uint32_t n) { return static_cast<uint32_t>(random_() % n); }
 
    Options const options_;
@@ -76,6 +83,7 @@ class Soak {
    bool isQuiet_ = false;    // nobody changes anything from inside
    std::vector<std::unique_ptr<Life>> lives_;
    std::vector<std::string> problems_;
+   std::function<void(Life const& life)> whenStopped_;
 };
 
 } // namespace Soak

@@ -7,7 +7,9 @@
 
 #include <array>
 #include <deque>
+#include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 using Soak::Gauges;
@@ -73,6 +75,16 @@ TEST(Gauges, AddWhatIsReadUnderOneName) {
    gauges.read("groups", 1);
    gauges.taken(true);
    EXPECT_EQ(gauges["groups"].last, 1U);
+}
+
+TEST(Soak, StopsOneMachineOfEachKindAndNeverTheOther) {
+   Soak::Soak soak(settlingFor(kRounds));
+   std::map<std::string, uint64_t> stops;
+   soak.whenStoppedIs([&](Soak::Life const& life) { ++stops[life.name()]; });
+   soak.round();
+   EXPECT_EQ(stops.size(), 2U);
+   EXPECT_GT(stops["the reactor that starts again"], 10U);
+   EXPECT_GT(stops["the dataflow machine that starts again"], 10U);
 }
 
 TEST(Soak, NoticesWhatEachRoundLeavesBehind) {
