@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string_view>
@@ -70,8 +71,10 @@ struct Stamp {
    }
 };
 
-std::string readAll(Descriptor const& from, std::string const& file) {
+std::string readAll(Descriptor const& from, Stamp const& stamp,
+                    std::string const& file) {
    std::string text;
+   text.reserve(std::min(static_cast<size_t>(stamp.size), kMostInput));
    std::array<char, size_t{1} << 16> part;
    for (;;) {
       auto const count = read(from.number(), part.data(), part.size());
@@ -103,7 +106,7 @@ std::string withoutMark(std::string text) {
 std::string readFile(std::string const& file) {
    Descriptor const from(file);
    Stamp const before(from);
-   auto text = readAll(from, file);
+   auto text = readAll(from, before, file);
    if (Stamp(from) != before) {
       refuse(file, "was written to while it was read");
    }

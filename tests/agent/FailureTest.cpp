@@ -228,7 +228,7 @@ TEST_F(Failure, AnInterruptEndsAnEndlessReplayWhichTookNoMoreMemoryWithTime) {
    Pipe in;
    RunningAgent running(
       {"replay", "--state", folder_.write("state.json", stateOf(3)), "-"},
-      {in.reading(), -1, -1}, {"ASAN_OPTIONS=quarantine_size_mb=1"});
+      {in.reading(), -1, -1});
    auto const events = eventsOf(100);
    auto const play = [&](int rounds) {
       for (int round = 0; round < rounds; ++round) {
@@ -240,7 +240,9 @@ TEST_F(Failure, AnInterruptEndsAnEndlessReplayWhichTookNoMoreMemoryWithTime) {
    auto const before = running.residentKilobytes();
    play(200);
    EXPECT_GT(before, 0U);
+#ifndef KEEPS_FREED_MEMORY
    EXPECT_LE(running.residentKilobytes(), before + before / 10);
+#endif
    running.signal(SIGINT);
    EXPECT_EQ(running.status(), kInterrupted);
 }
@@ -284,7 +286,7 @@ TEST_F(Failure, AnInterruptAtAnyMomentLeavesAWholeDocumentOrNone) {
    EXPECT_GT(whole.size(), size_t{1} << 17) << "more than is written at once";
 }
 
-#ifdef MISCHIEF // where a library can be put before all others
+#ifndef KEEPS_FREED_MEMORY // where a library can be put before all others
 
 TEST_F(Failure, AFileThatIsWrittenToWhileItIsReadIsRefused) {
    auto const state = folder_.file("state.json");

@@ -40,6 +40,27 @@ void operator delete(void* memory, std::size_t) noexcept {
    ::operator delete(memory);
 }
 
+// A sanitizer's own would not go through those above.
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+   try {
+      return ::operator new(size);
+   } catch (std::bad_alloc const&) {
+      return nullptr;
+   }
+}
+void* operator new[](std::size_t size) {
+   return ::operator new(size);
+}
+void* operator new[](std::size_t size, std::nothrow_t const& nothrow) noexcept {
+   return ::operator new(size, nothrow);
+}
+void operator delete[](void* memory) noexcept {
+   ::operator delete(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+   ::operator delete(memory);
+}
+
 namespace Soak {
 
 Heap heapInUse() noexcept {
