@@ -101,12 +101,8 @@ void flushResults() {
    writeOut();
 }
 
-bool haveResultsFailed() noexcept {
-   return failure != 0 || std::ferror(stdout) != 0 || !std::cout.good();
-}
-
 void requireResults() {
-   if (haveResultsFailed()) {
+   if (failure != 0 || std::ferror(stdout) != 0 || !std::cout.good()) {
       auto const reason =
          failure != 0 ? ": " + std::generic_category().message(failure) : "";
       throw InputError("standard output: the results cannot be written" + reason);

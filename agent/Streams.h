@@ -19,9 +19,8 @@ void print(std::string_view text);
 // Writes out what was printed.
 void flushResults();
 
-// Whether something could not be written to standard output since the process began.
-bool haveResultsFailed() noexcept;
-// InputError if something could not: nobody will see what else there is to print.
+// InputError if something could not be written since the process began: nobody will see
+// what else there is to print.
 void requireResults();
 
 } // namespace Agent
