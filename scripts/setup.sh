@@ -5,6 +5,7 @@
 #   scripts/setup.sh            to build and test
 #   scripts/setup.sh --bench    also what the benchmarks compare with
 #   scripts/setup.sh --checks   also Clang with its sanitizers, linter and formatter
+#   scripts/setup.sh --mutation also libclang for Python, which reads what is mutated
 #
 # Debian 12 or newer, as root or through sudo.
 set -Eeuo pipefail
@@ -15,6 +16,7 @@ packages=(g++ cmake make ninja-build ccache pkgconf
    nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev)
 bench_packages=(libbenchmark-dev libabsl-dev libboost-dev libspdlog-dev
    libsqlite3-dev valgrind)
+mutation_packages=(python3 python3-clang-19)
 oldest_clang=19
 oldest_fmt=10
 fmt_release=trixie # the first Debian release whose fmt is new enough
@@ -210,6 +212,7 @@ for option in "$@"; do
    case $option in
       --bench) packages+=("${bench_packages[@]}") ;;
       --checks) wants_clang=yes ;;
+      --mutation) packages+=("${mutation_packages[@]}") ;;
       *) fail "unknown option $option" ;;
    esac
 done
