@@ -73,6 +73,9 @@ bench: setup-bench ## measure, beside what others offer
 	      || exit; \
 	done
 
+mutation: setup-mutation ## break the sources one at a time: do the tests notice?
+	/usr/bin/python3 tools/mutation $(MUTATION)
+
 format: setup-checks ## format the sources
 	git ls-files '*.h' '*.cpp' | xargs $$(scripts/clang.sh clang-format) -i
 
@@ -88,6 +91,8 @@ setup-checks:
 	@scripts/setup.sh --checks
 setup-bench:
 	@scripts/setup.sh --bench
+setup-mutation:
+	@scripts/setup.sh --mutation
 
 define build
 	cmake --preset $(1)
@@ -102,5 +107,5 @@ THREADED = pelk_tests values_tests
 space := $(subst ,, )
 
 .PHONY: help demo test asan tsan threads memcheck clang tidy coverage cppcheck fuzz
-.PHONY: soak proof bench format format-check clean
-.PHONY: setup setup-checks setup-bench
+.PHONY: soak mutation proof bench format format-check clean
+.PHONY: setup setup-checks setup-bench setup-mutation

@@ -6,6 +6,7 @@
 #   scripts/setup.sh --bench    also what the benchmarks compare with
 #   scripts/setup.sh --checks   also Clang with its sanitizers, linter and formatter,
 #                               and the other tools that look for faults
+#   scripts/setup.sh --mutation also libclang for Python, which reads what is mutated
 #
 # Debian 12 or newer, as root or through sudo.
 set -Eeuo pipefail
@@ -17,6 +18,7 @@ packages=(g++ cmake make ninja-build ccache pkgconf
 bench_packages=(libbenchmark-dev libabsl-dev libboost-dev libspdlog-dev
    libsqlite3-dev valgrind)
 checks_packages=(cppcheck gcovr python3 valgrind)
+mutation_packages=(python3 python3-clang-19)
 oldest_clang=19
 oldest_fmt=10
 fmt_release=trixie # the first Debian release whose fmt is new enough
@@ -211,7 +213,11 @@ wants_clang=no
 for option in "$@"; do
    case $option in
       --bench) packages+=("${bench_packages[@]}") ;;
-      --checks) packages+=("${checks_packages[@]}") wants_clang=yes ;;
+      --checks)
+         packages+=("${checks_packages[@]}")
+         wants_clang=yes
+         ;;
+      --mutation) packages+=("${mutation_packages[@]}") ;;
       *) fail "unknown option $option" ;;
    esac
 done
