@@ -246,7 +246,7 @@ TYPED_TEST(HashMap2018Memory, StaysAsItWasWhenMemoryIsShort) {
 
 TYPED_TEST(HashMap2018Memory, StaysAsItWasWhenItIsAskedForRoomThatNobodyHas) {
    typename TestFixture::Map map;
-   map.insert(1, 1);
+   map.insert(1U, 1U);
    EXPECT_EQ(Support::thrownMessage<std::length_error>([&] {
                 map.reserve(size_t{1} << 40);
                 return 0;
