@@ -17,7 +17,7 @@ Doing const* innermost = nullptr;
 // As much of the text as there is room for.
 char* put(char* at, char const* end, std::string_view text) noexcept {
    auto const size = std::min(text.size(), static_cast<size_t>(end - at));
-   return std::copy_n(text.data(), size, at);
+   return std::copy_n(text.begin(), size, at);
 }
 
 // Allocates nothing, and is not called again for what it calls.
