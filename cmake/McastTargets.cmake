@@ -164,8 +164,13 @@ function(mcast_test name)
   target_precompile_headers(${name} REUSE_FROM mcast_test_headers)
   target_compile_options(${name} PRIVATE
     $<TARGET_PROPERTY:mcast_test_headers,COMPILE_OPTIONS>)
+  # A sanitizer makes some of the random tests ten times as long.
+  set(timeout 120)
+  if(MCAST_SANITIZE)
+    set(timeout 600)
+  endif()
   gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
-    PROPERTIES TIMEOUT 120 LABELS ${name})
+    PROPERTIES TIMEOUT ${timeout} LABELS ${name})
 endfunction()
 
 # mcast_fuzz_target(<name> LIBRARIES ...): a program that plays inputs from files, and
@@ -189,7 +194,7 @@ function(mcast_fuzz_target name)
     list(APPEND inputs "${CMAKE_CURRENT_SOURCE_DIR}/findings/${name}")
   endif()
   add_test(NAME Fuzz.${name}PlaysEveryKnownInput COMMAND ${name} -runs=0 ${inputs})
-  set_tests_properties(Fuzz.${name}PlaysEveryKnownInput PROPERTIES TIMEOUT 120)
+  set_tests_properties(Fuzz.${name}PlaysEveryKnownInput PROPERTIES TIMEOUT 600)
   if(MCAST_FUZZ)
     add_test(NAME Fuzz.${name}FindsNothing
       COMMAND "${PROJECT_SOURCE_DIR}/scripts/fuzz.sh" "${PROJECT_BINARY_DIR}" 30 ${name})
