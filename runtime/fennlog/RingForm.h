@@ -125,8 +125,8 @@ concept RingArgument = HasTextForm<T> || HasRawForm<T>;
 
 namespace Impl {
 
-// Copies kMove to twice as many bytes by two moves of a fixed size, which overlap in the
-// middle.
+// Copies kMove to twice as many bytes by two moves of a fixed size, which overlap in
+// the middle.
 template <size_t kMove>
 inline void copyEnds(std::byte* to, char const* from, size_t size) noexcept {
    std::array<std::byte, kMove> head;

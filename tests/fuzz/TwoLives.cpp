@@ -117,7 +117,8 @@ class Lives final : private Agent::Patch::Observer {
          }
          for (auto const& each : host.verifier().differences()) {
             if (each.excuse == nullptr) {
-               require(false, each.key + ": " + each.is + " in place of " + each.should);
+               require(false,
+                       each.key + ": " + each.is + " in place of " + each.should);
             }
          }
       }
