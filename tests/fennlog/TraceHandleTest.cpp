@@ -153,6 +153,17 @@ TEST(TraceHandle, OverwritesTheOldestAndCountsThem) {
    EXPECT_EQ(records.back().text, "record 9999");
 }
 
+TEST(TraceHandle, ATextTakesItsLengthAndOneByte) {
+   auto const ring = makeRing();
+   std::string const text(7, 'x'); // 32 bytes a record, with the header
+   for (size_t i = 0; i < TraceHandle::kMinBytes / 32; ++i) {
+      FENNLOG(ring, 4, "%s", text);
+   }
+   EXPECT_EQ(ring->lost(), 0u);
+   FENNLOG(ring, 4, "%s", text);
+   EXPECT_EQ(ring->lost(), 1u);
+}
+
 TEST(TraceHandle, HoldsTheNewestRecordsWhateverTheirSizes) {
    std::mt19937 random(1);
    auto const ring = makeRing();

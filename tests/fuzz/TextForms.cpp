@@ -142,7 +142,8 @@ void viaTable(std::string_view text, std::optional<T> const& value) {
       require(!value.has_value(), "the table takes what the type does");
    }
    try {
-      require(type->canonicalText(text, true) == type->toText(&*value),
+      auto const plausible = type->canonicalText(text, true);
+      require(value.has_value() && plausible == type->toText(&*value),
               "what is plausible means the same");
    } catch (std::logic_error const&) {
       // Which need not be plausible.

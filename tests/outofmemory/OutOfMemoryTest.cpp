@@ -7,6 +7,7 @@
 #include "agent/verify/PathDependence.h"
 #include "agent/verify/ReactorRule.h"
 #include "kolm/TaskScheduler.h"
+#include "support/Entities.h"
 #include "support/RandomOutputs.h"
 #include "vorn/SmControl.h"
 
@@ -42,7 +43,9 @@ std::ostream& operator<<(std::ostream& out, Machine machine) {
 
 constexpr auto kIpv4 = Lidra::AddressFamily::ipv4;
 
-class OutOfMemoryTest : public testing::TestWithParam<Machine> {
+class OutOfMemoryTest : public testing::TestWithParam<Machine>,
+                        protected Support::InputEntities,
+                        protected Support::OutputEntities {
  protected:
    using Work = std::function<void()>;
 
@@ -146,18 +149,8 @@ class OutOfMemoryTest : public testing::TestWithParam<Machine> {
       return times;
    }
 
-   Pelk::Ptr<Routing::Multicast::Evpn::Config> const config =
-      Pelk::makePtr<Routing::Multicast::Evpn::Config>();
-   Pelk::Ptr<Vxlan::VtiStatusDir> const dir = Pelk::makePtr<Vxlan::VtiStatusDir>();
    Pelk::Ptr<Vxlan::VtiStatus> const status =
       Pelk::makePtr<Vxlan::VtiStatus>(Lidra::IntfId("Vxlan1"));
-   Pelk::Ptr<Mlag::Status> const mlag = Pelk::makePtr<Mlag::Status>();
-   Pelk::Ptr<Routing::Multicast::PegVlanStatus> const pegVlans =
-      Pelk::makePtr<Routing::Multicast::PegVlanStatus>();
-   Pelk::Ptr<Irb::Multicast::Evpn::TransitIntfColl> const coll =
-      Irb::Multicast::Evpn::transitIntfCollFactory();
-   Pelk::Ptr<Irb::Multicast::Gmp::MembershipJoinStatus> const joins =
-      Pelk::makePtr<Irb::Multicast::Gmp::MembershipJoinStatus>();
    Pelk::Ptr<Kolm::TaskScheduler> const scheduler =
       Pelk::makePtr<Kolm::TaskScheduler>();
    Pelk::Ptr<Irb::Multicast::Evpn::TransitSm> reactor;

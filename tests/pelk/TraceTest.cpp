@@ -4,6 +4,7 @@
 #include "pelk/TraceSinks.h"
 #include "support/TraceRecorder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -127,6 +128,24 @@ TEST(Trace, AFileSinkHasEachLineInTheFileWhenTheCallReturns) {
    handler.deliver(4, "B", "c", 6, "two");
    EXPECT_EQ(contentsOf(file.path), "A 4 B:5 c: one\nA 4 B:6 c: two\n");
    Trace::sinkIs(before);
+}
+
+TEST(Trace, AFileSinkClosesItsFile) {
+   TemporaryFile const file("trace-sink-");
+   std::filesystem::path const open("/proc/self/fd");
+   auto const isOpen = [&] {
+      return std::ranges::any_of(
+         std::filesystem::directory_iterator(open), [&](auto const& descriptor) {
+            std::error_code gone; // the one of the iterator itself
+            return std::filesystem::read_symlink(descriptor, gone) ==
+                   std::filesystem::canonical(file.path);
+         });
+   };
+   {
+      Pelk::FileTraceSink const sink(file.path.string());
+      EXPECT_TRUE(isOpen());
+   }
+   EXPECT_FALSE(isOpen());
 }
 
 TEST(Trace, AFileSinkThatCannotBeOpenedNamesThePath) {

@@ -4,6 +4,7 @@
 #include "McastVpnLib/TransitIntfSm/TransitIntfSm.h"
 #include "agent/verify/Verifier.h"
 #include "kolm/TaskScheduler.h"
+#include "support/Entities.h"
 #include "support/RandomInputs.h"
 #include "support/RandomOutputs.h"
 #include "vorn/SmControl.h"
@@ -20,21 +21,15 @@ inline constexpr auto kIpv4 = Lidra::AddressFamily::ipv4;
 inline constexpr auto kIpv6 = Lidra::AddressFamily::ipv6;
 
 // The inputs, which several machines may share.
-class World {
+class World : public InputEntities {
  public:
    explicit World(uint32_t seed) : inputs(seed, *config, *mlag, dir, *pegVlans) {}
 
-   Pelk::Ptr<Routing::Multicast::Evpn::Config> const config =
-      Pelk::makePtr<Routing::Multicast::Evpn::Config>();
-   Pelk::Ptr<Vxlan::VtiStatusDir> const dir = Pelk::makePtr<Vxlan::VtiStatusDir>();
-   Pelk::Ptr<Mlag::Status> const mlag = Pelk::makePtr<Mlag::Status>();
-   Pelk::Ptr<Routing::Multicast::PegVlanStatus> const pegVlans =
-      Pelk::makePtr<Routing::Multicast::PegVlanStatus>();
    RandomInputs inputs;
 };
 
 // One machine over the inputs of a world, with outputs and a scheduler of its own.
-class Side {
+class Side : public OutputEntities {
  public:
    Side(std::string name, World const& world, Vorn::RunMode mode,
         std::unique_ptr<Kolm::Share> share, Lidra::AddressFamily af = kIpv4)
@@ -94,10 +89,6 @@ class Side {
       return found;
    }
 
-   Pelk::Ptr<Irb::Multicast::Evpn::TransitIntfColl> const coll =
-      Irb::Multicast::Evpn::transitIntfCollFactory();
-   Pelk::Ptr<Irb::Multicast::Gmp::MembershipJoinStatus> const joins =
-      Pelk::makePtr<Irb::Multicast::Gmp::MembershipJoinStatus>();
    Pelk::Ptr<Kolm::TaskScheduler> const scheduler =
       Pelk::makePtr<Kolm::TaskScheduler>();
    Pelk::Ptr<Irb::Multicast::Evpn::TransitIntfSm> machine;

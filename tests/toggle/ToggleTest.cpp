@@ -147,10 +147,10 @@ TEST_F(ToggleTest, ADocumentThatIsNoObjectIsRefused) {
 
 TEST_F(ToggleTest, MalformedTextIsRefusedWithLineAndColumn) {
    write("{\n  \"A\": true,\n  \"B\": tru\n}");
-   EXPECT_THAT(refusal(),
-               AllOf(HasSubstr((folder / kFile).string()),
-                     HasSubstr("parse error at line 4, column 0"),
-                     HasSubstr("last read"), HasSubstr("allowed is one JSON object")));
+   EXPECT_THAT(refusal(), AllOf(HasSubstr((folder / kFile).string()),
+                                HasSubstr("parse error at line 4, column 0"),
+                                HasSubstr("last read"),
+                                HasSubstr("; allowed is one JSON object")));
    write("");
    EXPECT_THAT(refusal(), HasSubstr("parse error at line 1, column 1"));
 }
@@ -158,6 +158,17 @@ TEST_F(ToggleTest, MalformedTextIsRefusedWithLineAndColumn) {
 TEST_F(ToggleTest, AToggleThatStandsTwiceIsRefused) {
    write(R"({"A": true, "A": false})");
    EXPECT_THAT(refusal(), HasSubstr("/A stands there twice"));
+}
+
+TEST_F(ToggleTest, AFileOfWhichNobodyCanSayWhetherItIsThereIsRefused) {
+   auto const name = std::string(300, 'x') + ".json";
+   try {
+      Zin::getToggleState("T", name, true);
+      FAIL() << "taken for one that is not there";
+   } catch (Zin::ToggleFileError const& error) {
+      EXPECT_THAT(error.what(),
+                  AllOf(HasSubstr(name), HasSubstr("File name too long")));
+   }
 }
 
 TEST_F(ToggleTest, AFileThatCannotBeReadIsRefused) {

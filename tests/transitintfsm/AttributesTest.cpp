@@ -73,6 +73,69 @@ TEST_F(InputMachineAttributes, ShowHowFarAScanIs) {
    EXPECT_EQ(value(*sm->pegVlanStatusSm4(), "inputScanState4"), "2");
 }
 
+TEST_F(InputMachineAttributes, ShowTheScanOfTheVlans) {
+   peg->pegVlanIs(10);
+   peg->pegVlanIs(20);
+   startAsync<Kolm::PollShare>(1u);
+   auto const& pegSm = *sm->pegVlanStatusSm4();
+   auto second = peg->pegVlan().begin();
+   ++second;
+   EXPECT_EQ(value(pegSm, "inputScanState4"), "1");
+   EXPECT_EQ(value(pegSm, "inputScanBookmark4"), std::to_string(second->key().value()));
+   EXPECT_EQ(pegSm.inputScanBookmark4(), second->key());
+   EXPECT_EQ(value(pegSm, "versionPegVlan"), std::to_string(peg->pegVlan().version()));
+   runUntilReady();
+}
+
+TEST_F(InputMachineAttributes, OfOneWithoutAnInputNameNone) {
+   startQuietly();
+   auto const lost = Pelk::makePtr<TransitIntfSm::PegVlanStatusSm4>(nullptr);
+   lost->parentIs(sm.get());
+   std::ostringstream text;
+   Zin::print(text, *lost);
+   EXPECT_THAT(text.str(), HasSubstr("{ en: null, parent: "));
+}
+
+// The machine of a status has no tasks: what it is asked, it asks its parent.
+TEST_F(InputMachineAttributes, TheMachineOfAStatusWorksInItsParentsTasks) {
+   map("red", 10);
+   startAsync<Kolm::PollShare>(1u);
+   auto const& parent = *sm->vtiStatusDirSm1();
+   Pelk::Ptr const statusSm = parent.childSmVtiStatusVxlanVtiStatusPtrConst(vxlan1());
+   EXPECT_FALSE(statusSm->synchronous());
+   EXPECT_EQ(statusSm->shouldYield1(), parent.shouldYield1());
+   EXPECT_EQ(statusSm->inTask1(), parent.inTask1());
+   runUntilReady();
+   statusSm->doInitializeTask();
+   EXPECT_EQ(scheduler->pending(), 0u);
+   scheduler->shareIs(std::make_unique<Kolm::UnlimitedShare>());
+   log.take();
+   auto const before = outputs();
+   statusSm->doInputScan();
+   EXPECT_THAT(log.takeTraced(), testing::Contains(HasSubstr("VtiStatusSm2")));
+   EXPECT_EQ(outputs(), before);
+   EXPECT_EQ(scheduler->pending(), 0u);
+}
+
+TEST_F(InputMachineAttributes, TheWholeMachineIsPrintedWithItsFlagsAndGroups) {
+   transitOn("red", 10);
+   start();
+   std::ostringstream text;
+   Zin::print(text, *sm);
+   EXPECT_THAT(
+      text.str(),
+      StartsWith("Irb::Multicast::Evpn::TransitIntfSm{ addressFamily: ipv4, "
+                 "mcastEvpnConfig: Routing::Multicast::Evpn::Config, "
+                 "vtiStatusDir: Vxlan::VtiStatusDir, mlagStatus: Mlag::Status, "
+                 "transitIntfColl: Irb::Multicast::Evpn::TransitIntfColl, "
+                 "membershipJoinStatus: "
+                 "Irb::Multicast::Gmp::MembershipJoinStatus, pegVlanStatus: "
+                 "Routing::Multicast::PegVlanStatus, initialized: true, "
+                 "synchronous: true, initialScanDone: true, "));
+   EXPECT_THAT(text.str(), HasSubstr("idle: true, ready: true, mcastEvpnConfigSm0: "));
+   EXPECT_THAT(text.str(), HasSubstr("coll: { red }"));
+}
+
 TEST_F(InputMachineAttributes, ArePrintedWithTheirInputAndTheirParentByName) {
    start();
    std::ostringstream text;

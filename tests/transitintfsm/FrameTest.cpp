@@ -1,4 +1,5 @@
 #include "kolm/Task.h"
+#include "pelk/TraceSinks.h"
 #include "support/DataflowFixture.h"
 #include "support/DeathMessages.h"
 #include "support/NotificationRecorder.h"
@@ -247,9 +248,9 @@ TEST_F(TransitIntfSmFrame, AttributesAreThoseThatTheFactoryWasGiven) {
 TEST_F(TransitIntfSmFrame, ANullArgumentEndsTheProcess) {
    auto const startWithout = [&](auto& argument, std::string const& accessor) {
       auto const kept = std::exchange(argument, nullptr);
-      EXPECT_DEATH(start(),
-                   assertionMessage(accessor + "() && \"Pointer SM args cannot be null "
-                                               "unless they are marked Optional\""));
+      EXPECT_DEATH(start(), assertionMessage("handleInitialized: " + accessor +
+                                             "() && \"Pointer SM args cannot be null "
+                                             "unless they are marked Optional\""));
       argument = kept;
    };
    startWithout(config, "mcastEvpnConfig");
@@ -344,21 +345,27 @@ TEST_F(TransitIntfSmEnd, SwitchingNotificationsOffAndOnSubscribesToEveryInput) {
    EXPECT_EQ(addressOf(10), kLocal);
 }
 
-TEST_F(TransitIntfSmEnd, AMissedChangeEndsTheProcessWhenTheMachineGoes) {
+TEST_F(TransitIntfSmEnd,
+       AMissedChangeEndsTheProcessWhenTheMachineGoesAndIsTracedFirst) {
    startQuietly();
-   auto const missed = [&](auto change, std::string const& attribute) {
+   auto const missed = [&](auto change, std::string const& machine,
+                           std::string const& attribute) {
       EXPECT_DEATH(
          {
+            Pelk::Trace::sinkIs(&Pelk::StreamTraceSink::standardError());
             sm->hasNotificationActiveIs(false);
             change();
             sm = nullptr;
          },
-         assertionMessage("We missed notifications that happened to " + attribute +
-                          " before the enclosing entity got deleted"));
+         testing::AllOf(
+            testing::ContainsRegex(machine + " [^\n]* doDeleteAll:[^\n]*\n"
+                                             "[^\n]*We missed notifications"),
+            assertionMessage("doDeleteAll: We missed notifications that happened to " +
+                             attribute + " before the enclosing entity got deleted")));
    };
-   missed([&] { transit("red"); }, "transitVrf");
-   missed([&] { peg->pegVlanIs(10); }, "pegVlan");
-   missed([&] { map("red", 10); }, "vrfToSBDVlan");
+   missed([&] { transit("red"); }, "McastEvpnConfigSm0", "transitVrf");
+   missed([&] { peg->pegVlanIs(10); }, "PegVlanStatusSm4", "pegVlan");
+   missed([&] { map("red", 10); }, "VtiStatusSm2", "vrfToSBDVlan");
 }
 
 TEST_F(TransitIntfSmEnd, ALiveDeleteAllWithdrawsWhatTheInputsContributed) {
@@ -482,6 +489,18 @@ TEST_F(TransitIntfSmVlan0, IsGroupedBeforeItRaises) {
              }),
              kMessage);
    EXPECT_FALSE(sm->groupByAttr0(0));
+}
+
+TEST_F(TransitIntfSmVlan0, NumbersBehindTheLastVlanAreGroupedLikewise) {
+   startQuietly();
+   for (uint16_t const number : {uint16_t{4095}, uint16_t{4096}, uint16_t{65535}}) {
+      EXPECT_THROW(sm->eventToTransitVlanStream(number, "red", true),
+                   Zin::RangeException);
+      EXPECT_TRUE(sm->groupByAttr0(number)->collHas("red"));
+      EXPECT_THROW(sm->eventToTransitVlanStream(number, "red", false),
+                   Zin::RangeException);
+      EXPECT_FALSE(sm->groupByAttr0(number));
+   }
 }
 
 } // namespace

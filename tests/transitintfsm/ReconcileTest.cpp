@@ -495,6 +495,28 @@ TEST_F(TransitIntfSmReconciles, SeenTablesAreReadAndWrittenByTheirNames) {
    EXPECT_TRUE(sm->transitIntfCollIntfOutputSeen().empty());
 }
 
+TEST_F(TransitIntfSmReconciles, SeenTablesOfTheLeavesAreReadAndWrittenByTheirNames) {
+   startQuietly();
+   auto const include =
+      TransitIntfSm::MembershipJoinStatusVlanGroupSourceIncludeIntfOutputKeyType(
+         10, any, any, null0());
+   sm->membershipJoinStatusVlanGroupSourceIncludeIntfOutputSeenIs(include);
+   EXPECT_TRUE(
+      sm->membershipJoinStatusVlanGroupSourceIncludeIntfOutputSeenHas(include));
+   EXPECT_TRUE(sm->membershipJoinStatusVlanGroupSourceExcludeIntfOutputSeen().empty());
+   sm->membershipJoinStatusVlanGroupSourceIncludeIntfOutputSeenDel(include);
+   EXPECT_TRUE(sm->membershipJoinStatusVlanGroupSourceIncludeIntfOutputSeen().empty());
+   auto const exclude =
+      TransitIntfSm::MembershipJoinStatusVlanGroupSourceExcludeIntfOutputKeyType(
+         10, any, any, null0());
+   sm->membershipJoinStatusVlanGroupSourceExcludeIntfOutputSeenIs(exclude);
+   EXPECT_TRUE(
+      sm->membershipJoinStatusVlanGroupSourceExcludeIntfOutputSeenHas(exclude));
+   EXPECT_TRUE(sm->membershipJoinStatusVlanGroupSourceIncludeIntfOutputSeen().empty());
+   sm->membershipJoinStatusVlanGroupSourceExcludeIntfOutputSeenDel(exclude);
+   EXPECT_TRUE(sm->membershipJoinStatusVlanGroupSourceExcludeIntfOutputSeen().empty());
+}
+
 TEST_F(TransitIntfSmReconciles, SeedsOfTheSeenTablesAreTheFrozenOnes) {
    startQuietly();
    auto const constant = [](auto const& map) {

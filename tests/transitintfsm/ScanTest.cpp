@@ -416,6 +416,41 @@ TEST_F(TransitIntfSmVti, EveryInterfaceHasOneChild) {
    EXPECT_EQ(status->subscribers(), 1u);
 }
 
+TEST_F(TransitIntfSmVti, AChildIsInItsParentsTask) {
+   map("red", 10);
+   startQuietly();
+   auto const vxlan = child("Vxlan1");
+   EXPECT_FALSE(vxlan->inTask1());
+   EXPECT_FALSE(vxlan->inTask3());
+   EXPECT_EQ(vxlan->inReactor(), sm->vtiStatusDirSm1()->inReactor());
+}
+
+TEST_F(TransitIntfSmVti, AChildOfAnotherStatusFollowsTheOldOneNoMore) {
+   startQuietly();
+   auto const before = child("Vxlan1");
+   EXPECT_EQ(status->subscribers(), 1u);
+   auto const other = statusNew("Vxlan1");
+   auto const after =
+      sm->vtiStatusDirSm1()->childSmVtiStatusVxlanVtiStatusPtrConstIs(other);
+   EXPECT_NE(before, after);
+   EXPECT_EQ(after->en(), other);
+   EXPECT_EQ(status->subscribers(), 0u);
+   EXPECT_EQ(sm->vtiStatusDirSm1()->childSmVtiStatusVxlanVtiStatusPtrConstIs(other),
+             after);
+   EXPECT_EQ(other->subscribers(), 1u);
+}
+
+TEST_F(TransitIntfSmVti, NoVrfIsCountedOfAnInterfaceThatNobodyAsksAbout) {
+   auto const other = statusNew("Vxlan2");
+   other->vrfToSBDVlanIs("red", 10);
+   dir->vtiStatusIs(other);
+   map("red", 10);
+   startQuietly();
+   EXPECT_EQ(child("Vxlan1")->vrfsOn(10), 1u);
+   EXPECT_EQ(child("Vxlan1")->vrfsOn(20), 0u);
+   EXPECT_EQ(child("Vxlan2")->vrfsOn(10), 0u);
+}
+
 TEST_F(TransitIntfSmVti, AChangeOfEitherAddressIsOneReport) {
    startQuietly();
    status->localVtepAddrIs(Lidra::IpAddr("1.1.1.1"));

@@ -252,6 +252,38 @@ TEST_F(TransitIntfSmStreams, TraceOfAStreamNamesTheMachineAndItsSource) {
    EXPECT_EQ(own.origin(), "TransitIntfSm McastVpnLib/TransitIntfSm");
 }
 
+TEST_F(TransitIntfSmStreams, AWalkOverVrfsIsTracedIfAnyOfItsLevelsIsOn) {
+   map("red", 10);
+   map("blue", 20);
+   startQuietly();
+   for (auto const* level : {"6", "9"}) {
+      Pelk::Trace::levelsIs(Pelk::TraceLevels::fromText(level));
+      sm->eventToPegVlanStream(10, {});
+      auto const traced = log.takeTraced();
+      EXPECT_EQ(std::ranges::count_if(traced,
+                                      [](auto const& line) {
+                                         return line.find(" eventToPegVlanStream: ") !=
+                                                std::string::npos;
+                                      }),
+                2)
+         << level;
+   }
+}
+
+TEST_F(TransitIntfSmStreams, AVrfThatIsGroupedIsTracedByItsStream) {
+   startQuietly();
+   Pelk::Trace::levelsIs(Pelk::TraceLevels::fromText("6"));
+   sm->eventToTransitVlanStream(10, "red", true);
+   EXPECT_THAT(
+      log.takeTraced(),
+      testing::Contains("6 eventToTransitVlanStream: Inserting value Unit with "
+                        "key red into groupby collection with key 10"));
+   sm->eventToTransitVlanStream(10, "red", false);
+   EXPECT_THAT(log.takeTraced(),
+               testing::Contains("6 eventToTransitVlanStream: Deleting key red from "
+                                 "groupby collection with key 10"));
+}
+
 TEST_F(TransitIntfSmStreams, NothingIsSaidAtLevelsThatAreOff) {
    transitOn("red", 10);
    startQuietly();

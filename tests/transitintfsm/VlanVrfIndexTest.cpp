@@ -63,6 +63,24 @@ TEST_F(VlanVrfIndexTest, HasNothingOfAVlanThatNobodyUses) {
    EXPECT_TRUE(index.isInOrder());
 }
 
+TEST_F(VlanVrfIndexTest, CountsTheVrfsOfEachVlanAndTheVlansThatHaveAny) {
+   map("red", 10);
+   map("blue", 10);
+   map("green", 20);
+   EXPECT_EQ(index.vlans(), 2u);
+   EXPECT_EQ(index.vrfs(10), 2u);
+   unmap("red");
+   EXPECT_EQ(index.vlans(), 2u);
+   EXPECT_EQ(index.vrfs(10), 1u);
+   unmap("blue");
+   EXPECT_EQ(index.vlans(), 1u);
+   EXPECT_EQ(index.vrfs(10), 0u);
+   unmap("green");
+   EXPECT_EQ(index.vlans(), 0u);
+   map("red", 10);
+   EXPECT_EQ(index.vlans(), 1u);
+}
+
 TEST_F(VlanVrfIndexTest, LeavesOutValuesThatAreNoVlan) {
    for (auto const value : {uint16_t{0}, uint16_t{4095}, uint16_t{65535}}) {
       map("red", value);

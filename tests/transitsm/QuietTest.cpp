@@ -65,4 +65,36 @@ TEST(TransitSmQuiet, WhatIsTracedMakesNoDifferenceToWhatIsDone) {
    TransitTrace::ring()->levelsIs(ringLevels);
 }
 
+TEST(TransitSmQuiet, AJoinThatGoesWhenItsInterfaceGetsAnAddressIsMadeAgain) {
+   auto const ringLevels = TransitTrace::ring()->levels();
+   TransitTrace::ring()->levelsIs(Pelk::TraceLevels());
+   EventLog log("15");
+   auto const config = Pelk::makePtr<Routing::Multicast::Evpn::Config>();
+   auto const dir = Pelk::makePtr<Vxlan::VtiStatusDir>();
+   auto const status = Pelk::makePtr<Vxlan::VtiStatus>(vxlan1());
+   auto const mlag = Pelk::makePtr<Mlag::Status>();
+   auto const coll = Irb::Multicast::Evpn::transitIntfCollFactory();
+   auto const joins = Pelk::makePtr<Irb::Multicast::Gmp::MembershipJoinStatus>();
+   dir->vtiStatusIs(status);
+   status->mlagVtepAddrIs(Lidra::IpAddr(std::string_view("10.0.0.99")));
+   status->vrfToSBDVlanIs("red", 10);
+   config->transitVrfIs("red");
+   auto const sm =
+      Irb::Multicast::Evpn::transitSmFactory(kIpv4, config, dir, mlag, coll, joins);
+   auto const outputs = Verify::outputsOf(*coll, *joins);
+   ASSERT_TRUE(outputs.contains(joinKey(10)));
+   log.follow(*coll);
+   int taken = 0;
+   log.actionIs([&](std::string const& text) {
+      if (text == "intf[Vlan10].ipAddr = 10.0.0.99") {
+         ++taken;
+         joins->vlanDelAll();
+      }
+   });
+   mlag->mlagStateIs(Mlag::MlagState::active);
+   EXPECT_EQ(taken, 1);
+   EXPECT_EQ(Verify::outputsOf(*coll, *joins).at(joinKey(10)), outputs.at(joinKey(10)));
+   TransitTrace::ring()->levelsIs(ringLevels);
+}
+
 } // namespace

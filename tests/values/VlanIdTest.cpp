@@ -108,4 +108,17 @@ TEST(VlanIdOrNone, IsMadeOfAVlanId) {
    EXPECT_EQ(VlanIdOrNone(VlanId(uint16_t{20})), VlanIdOrNone(uint16_t{20}));
 }
 
+TEST(VlanIdOrNone, NumbersThatNoVlanHasAreRefusedWhereAPlausibleOneIsWanted) {
+   auto const& type = Zin::valueTypeOf<VlanIdOrNone>;
+   for (auto const* text : {"0", "4095", "65535"}) {
+      EXPECT_EQ(type.canonicalText(text, false), text);
+      EXPECT_EQ(Support::thrownMessage<Zin::RangeException>(
+                   [&] { return type.canonicalText(text, true); }),
+                "\"" + std::string(text) + "\" is out of range");
+   }
+   for (auto const* text : {"1", "4094"}) {
+      EXPECT_EQ(type.canonicalText(text, true), text);
+   }
+}
+
 } // namespace

@@ -138,6 +138,13 @@ TYPED_TEST(HashMap2018DeathTest, RefusesToMoveUnderAnIterator) {
    EXPECT_DEATH(
       (Map<TypeParam, uint16_t>{std::move(map)}),
       Support::assertionMessage("a collection moved while an iterator stood on it"));
+   Map<TypeParam, uint16_t> other;
+   EXPECT_DEATH(
+      other = std::move(map),
+      Support::assertionMessage("a collection moved while an iterator stood on it"));
+   EXPECT_DEATH(
+      map = std::move(other),
+      Support::assertionMessage("a collection moved while an iterator stood on it"));
 }
 
 TYPED_TEST(HashMap2018, ReservedRoomIsNoChangeAndLosesNothing) {

@@ -135,6 +135,15 @@ TEST(FirstInline, AnIteratorReadsTheOnlyMemberAfterItWasErased) {
    EXPECT_TRUE(next == keys.end() || second.key() == *next);
 }
 
+TEST(FirstInline, AnIteratorReadsTheLastMemberAfterTheEmptyMapWent) {
+   auto map = std::make_unique<Map>(mapOf({1}));
+   auto const it = map->iterate();
+   map->erase(1);
+   map = nullptr;
+   EXPECT_EQ(it.key(), 1);
+   EXPECT_EQ(it.value(), text(1));
+}
+
 TEST(FirstInline, RoomForMoreMovesTheMemberAndTheIteratorsOnIt) {
    Map map = mapOf({1});
    auto const it = map.iterate();

@@ -256,6 +256,26 @@ TYPED_TEST(HashMap2018Memory, StaysAsItWasWhenItIsAskedForRoomThatNobodyHas) {
    EXPECT_TRUE(map.contains(1));
 }
 
+// A key that hashes as all others do.
+struct Colliding {
+   uint32_t n = 0;
+
+   static uint32_t hash(uint32_t) { return 0x12345678; }
+   auto operator<=>(Colliding const&) const = default;
+};
+
+TEST(HashMap2018CollidingKeys, AreKeptInMemoryThatTheirNumberNeeds) {
+   constexpr uint32_t kKeys = 5000;
+   Zin::HashMap2018<TestMap, Colliding> map;
+   uint64_t const before = allocatedBytes;
+   for (uint32_t n = 0; n < kKeys; ++n) {
+      map.insert(Colliding{n});
+   }
+   EXPECT_EQ(map.size(), kKeys);
+   // Of all tables that it had on the way.
+   EXPECT_LE(allocatedBytes - before, 100u * kKeys);
+}
+
 TYPED_TEST(HashMap2018Memory, StaysAsItWasWhenAValueCannotBeMade) {
    typename TestFixture::Map map;
    for (uint32_t key = 0; key < 200; ++key) {

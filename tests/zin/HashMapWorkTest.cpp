@@ -93,6 +93,16 @@ TEST_P(HashMapWork, FillingAHalfFullTableFromOneOfTheSameSeedCostsNoMoreEither) 
              kMost * static_cast<double>(expected));
 }
 
+TEST_P(HashMapWork, EachMemberThatIsAddedIsAStepOrMore) {
+   Table<1> table;
+   EXPECT_GE(fillSteps(table, keys_), keys_.size());
+   Table<2> withRoom;
+   withRoom.reserve(keys_.size());
+   uint64_t const steps = fillSteps(withRoom, keys_);
+   EXPECT_GE(steps, keys_.size());
+   EXPECT_LE(steps, 4 * keys_.size()) << "with room for all of them";
+}
+
 // A walk that was interrupted leaves one long run, which is then taken apart from its
 // start.
 TEST_P(HashMapWork, RemovingTheFirstMemberUntilNoneIsLeftIsLinear) {

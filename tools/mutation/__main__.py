@@ -24,11 +24,14 @@ def parse_arguments():
     parser.add_argument('--seed', type=int, default=1, metavar='N',
                         help='chooses others (%(default)s)')
     parser.add_argument('--budget', type=float, default=20, metavar='SECONDS',
-                        help='of tests for a mutant that none notices (%(default)s)')
+                        help='of long tests for a mutant that no short one notices '
+                        '(%(default)s)')
     parser.add_argument('--only', action='append', metavar='TEXT',
                         help='those in files whose names hold this')
     parser.add_argument('--again', action='store_true',
                         help='try those that the last run left, and new ones')
+    parser.add_argument('--report', action='store_true',
+                        help='print the last results once more, and try none')
     parser.add_argument('--list', action='store_true',
                         help='print which would be tried, and try none')
     parser.add_argument('--show', metavar='ID', help='print one as a difference')
@@ -70,25 +73,28 @@ def show(tree, site) -> None:
         'a/' + site.file, 'b/' + site.file))
 
 
-def try_all(tree, together, alone, known, budget, save) -> tuple:
-    """Verdicts by id. Of the known ones, those that were killed count."""
+def try_all(tree, together, alone, budget, save, known) -> dict:
+    """Verdicts by id. Of the known ones, those that were killed count, and others are
+    tried last."""
     print('building with all mutants', file=sys.stderr)
     numbered = tree.build_all(list(enumerate(together, 1)))
     trials = Trials(len(together), budget, progress)
     for test in trials.broken:
         print(f'{test.name} fails without a mutant, and is left out', file=sys.stderr)
     verdicts = {s.id: known[s.id] for _, s in numbered if s.id in known}
-    left = [(n, s) for n, s in numbered if s.id not in verdicts]
+    left = sorted(((n, s) for n, s in numbered
+                   if s.id not in verdicts or verdicts[s.id].how != 'killed'),
+                  key=lambda item: item[1].id in known)
     with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
         tried = {pool.submit(trials.try_mutant, n, s.file): s for n, s in left}
         for count, future in enumerate(concurrent.futures.as_completed(tried), 1):
             verdicts[tried[future].id] = future.result()
-            save(verdicts)
+            save(verdicts, trials)
             progress('mutants', count, len(tried))
     alone = alone + [s for _, s in numbered
                      if s.evaluated and verdicts[s.id].how == 'unreached']
     for count, site in enumerate(alone, 1):
-        if site.id in known:
+        if site.id in known and known[site.id].how == 'killed':
             verdicts[site.id] = known[site.id]
             continue
         tree.write([(n, s) for n, s in numbered if not s.is_inside(site)],
@@ -97,9 +103,9 @@ def try_all(tree, together, alone, known, budget, save) -> tuple:
             near = {n for n, s in numbered if s.file == site.file}
             verdicts[site.id] = trials.try_rebuilt(site.file, near)
         tree.write(numbered, only=site.file)
-        save(verdicts)
+        save(verdicts, trials)
         progress('mutants with a build of their own', count, len(alone))
-    return verdicts, trials
+    return verdicts
 
 
 def main() -> int:
@@ -119,20 +125,27 @@ def main() -> int:
         return 0
 
     file = WORK / 'results.json'
-    known = {}
-    if options.again and file.exists():
-        known = {r['id']: Verdict(**r['verdict']) for r in json.loads(file.read_text())
-                 if r['verdict']['how'] == 'killed'}
+    last = json.loads(file.read_text()) if file.exists() else {'mutants': []}
+    known = {r['id']: Verdict(**r['verdict']) for r in last['mutants']}
+    results = {'tests': 0, 'programs': 0, 'places': len(sites), 'minutes': 0}
 
-    def save(verdicts):
-        file.write_text(json.dumps([report.record(s, verdicts[s.id])
-                                    for s in together + alone if s.id in verdicts],
-                                   indent=1))
+    def save(verdicts, trials):
+        results.update(
+            tests=len(trials.tests), programs=len({t.program for t in trials.tests}),
+            minutes=round((time.monotonic() - start) / 60),
+            mutants=[report.record(s, verdicts[s.id]) for s in together + alone
+                     if s.id in verdicts])
+        file.write_text(json.dumps(results, indent=1))
 
-    verdicts, trials = try_all(tree, together, alone, known, options.budget, save)
+    if options.report:
+        verdicts, results = known, last
+    else:
+        verdicts = try_all(
+            tree, together, alone, options.budget, save,
+            known if options.again else {})
     tried = [(s, verdicts[s.id]) for s in together + alone if s.id in verdicts]
     explained = explanations.Explanations(sites)
-    report.write(tried, explained, trials, len(sites), time.monotonic() - start)
+    report.write(tried, explained, results)
     return 1 if explained.complain(tried) else 0
 
 

@@ -5,6 +5,11 @@ import tomllib
 
 from tree import HERE
 
+# What a reason begins with: whether nothing that a program does is different, or
+# something is that no test is to hold fast.
+EQUIVALENT = ('Equivalent', 'Unreachable')
+HARMLESS = ('Speed only', 'Memory only', 'Quality only', 'Threads only', 'Tests only')
+
 
 class Explanations:
     """survivors.toml: what names each mutant there is the text before and after, in a
@@ -14,8 +19,11 @@ class Explanations:
         with open(HERE / 'survivors.toml', 'rb') as file:
             self._entries = tomllib.load(file).get('mutant', [])
         for entry in self._entries:
-            if not entry.get('reason', '').strip():
-                sys.exit(f'survivors.toml: no reason for {entry}')
+            kind, _, text = entry.get('reason', '').partition(': ')
+            if kind not in EQUIVALENT + HARMLESS or not text.strip():
+                sys.exit('survivors.toml: a reason begins with one of '
+                         f'{", ".join(EQUIVALENT + HARMLESS)}, a colon and a blank: '
+                         f'{entry}')
         self._reasons = {self._key(e): e['reason'] for e in self._entries}
         existing = {self._name(site) for site in sites}
         self._stale = [key for key in self._reasons if key not in existing]
@@ -30,6 +38,10 @@ class Explanations:
 
     def reason(self, site):
         return self._reasons.get(self._name(site))
+
+    def is_equivalent(self, site) -> bool:
+        reason = self.reason(site)
+        return reason is not None and reason.startswith(EQUIVALENT)
 
     def complain(self, tried) -> bool:
         """Tells what is wrong with the list, and whether any mutant has no reason."""

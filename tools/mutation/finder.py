@@ -126,10 +126,20 @@ class Finder:
                 head = self._source.blanked[_start(cursor):_start(child)]
                 # What is defaulted has a body, but nobody wrote it.
                 if b'consteval' not in head and self._text(child)[:1] in b'{t':
-                    self._visit(child, dataclasses.replace(
+                    self._visit_body(child, dataclasses.replace(
                         inside, evaluated=b'constexpr' in head), cursor)
             elif child.kind.is_expression() and cursor.kind == K.CONSTRUCTOR:
                 self._visit(child, inside, cursor)
+
+    def _visit_body(self, body, context, parent) -> None:
+        statements = list(body.get_children())
+        if len(statements) == 1 and _bare(statements[0]).kind == K.CXX_THROW_EXPR:
+            # Such a function does not return: what it does without its throw is
+            # undefined, so only what it throws can be wrong.
+            context = dataclasses.replace(context, statement=self._simple(statements[0]))
+            self._visit(statements[0], context, None)
+        else:
+            self._visit(body, context, parent)
 
     def _visit_variable(self, cursor, context) -> None:
         name = cursor.location.offset

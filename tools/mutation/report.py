@@ -20,12 +20,18 @@ def _row(cells) -> str:
 
 
 def _counts(tried, explained) -> list:
-    """Tried, killed, explained, survived, unreached: the last two without a reason."""
-    killed = sum(v.how == 'killed' for _, v in tried)
-    reasons = sum(v.how != 'killed' and explained.reason(s) is not None
-                  for s, v in tried)
-    left = [v.how for s, v in tried if v.how != 'killed' and explained.reason(s) is None]
-    return [len(tried), killed, reasons, left.count('survived'), left.count('unreached')]
+    """Tried, killed, equivalent, harmless, survived, unreached: the last two without a
+    reason."""
+    left = [(s, v.how) for s, v in tried if v.how != 'killed']
+    equivalent = sum(explained.is_equivalent(s) for s, _ in left)
+    unexplained = [how for s, how in left if explained.reason(s) is None]
+    return [len(tried), len(tried) - len(left), equivalent,
+            len(left) - equivalent - len(unexplained),
+            unexplained.count('survived'), unexplained.count('unreached')]
+
+
+def _share(killed: int, tried: int) -> str:
+    return f'{100 * killed / tried:.1f} %' if tried else 'none'
 
 
 def _of_kind(tried, kind: str) -> str:
@@ -33,11 +39,10 @@ def _of_kind(tried, kind: str) -> str:
     return f'{sum(of_kind)} of {len(of_kind)}' if of_kind else ''
 
 
-def write(tried, explained, trials, places: int, seconds: float) -> None:
-    tests, programs = len(trials.tests), len({t.program for t in trials.tests})
-    print(f'{len(tried)} mutants of {places} places; {tests} tests of {programs} '
-          f'programs; {seconds / 60:.0f} min\n')
-    head = ['tried', 'killed', 'explained', 'survived', 'unreached']
+def write(tried, explained, results: dict) -> None:
+    print(f'{len(tried)} mutants of {results["places"]} places; {results["tests"]} '
+          f'tests of {results["programs"]} programs; {results["minutes"]} min\n')
+    head = ['tried', 'killed', 'equivalent', 'harmless', 'survived', 'unreached']
     print(_row(['folder', *head, *KINDS]))
     print(_row(['---'] + ['--:'] * (len(head) + len(KINDS))))
     folders = sorted({_folder(s.file) for s, _ in tried})
@@ -45,6 +50,11 @@ def write(tried, explained, trials, places: int, seconds: float) -> None:
         here = [(s, v) for s, v in tried if not folder or _folder(s.file) == folder]
         print(_row([f'`{folder}`' if folder else 'all', *_counts(here, explained),
                     *(_of_kind(here, kind) for kind in KINDS)]))
+    count, killed, equivalent, harmless, *_ = _counts(tried, explained)
+    print(f'\nKilled are {_share(killed, count)} of all, '
+          f'{_share(killed, count - equivalent)} without the equivalent ones, '
+          f'{_share(killed, count - equivalent - harmless)} without all that have a '
+          'reason.')
     for how in ('survived', 'unreached'):
         for site, verdict in tried:
             if verdict.how == how:

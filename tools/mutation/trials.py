@@ -15,9 +15,10 @@ from pathlib import Path
 
 from tree import BUILD, JOBS, WORK
 
-# Tests of other builds than this one, or of how often a block of code runs.
-LEFT_OUT = re.compile(r'^(Headers|Install)\.')
+# Tests of other builds than this one, of the sources' text, or of half a minute.
+LEFT_OUT = re.compile(r'^(Headers|Install|Failures)\.|^Soak.NothingGrows')
 RANDOM_SECONDS = '3' # of exploration, which CTest gives a minute
+LONG = 0.3 # seconds that a test takes by itself
 MEMORY = 4 << 30
 FILE_SIZE = 1 << 28
 
@@ -33,6 +34,11 @@ class Test:
     @property
     def program(self) -> str:
         return self.command[0]
+
+    @property
+    def gtest_name(self) -> str:
+        return next((argument.partition('=')[2] for argument in self.command
+                     if argument.startswith('--gtest_filter=')), '')
 
 
 @dataclasses.dataclass
@@ -50,14 +56,14 @@ def _limits() -> None:
     resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE, FILE_SIZE))
 
 
-def _play(test: Test, environment: dict, timeout: float) -> str:
-    """Runs a test in a process of its own, as CTest does; 'passed' or what it was."""
-    with tempfile.TemporaryDirectory(dir=WORK / 'tmp') as folder:
+def _run(command, where: str, environment: dict, timeout: float):
+    """Runs a command as CTest runs a test: 'passed' or what it was, and its output."""
+    with tempfile.TemporaryDirectory(dir=WORK / 'tmp') as folder, \
+            open(Path(folder) / 'output', 'w+b') as output:
         process = subprocess.Popen(
-            test.command, cwd=test.folder, stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-            env={**os.environ, 'MCAST_TEST_SEED': '1', 'TMPDIR': folder, **environment},
-            start_new_session=True, preexec_fn=_limits)
+            command, cwd=where, stdin=subprocess.DEVNULL, stdout=output,
+            stderr=subprocess.DEVNULL, start_new_session=True, preexec_fn=_limits,
+            env={**os.environ, 'MCAST_TEST_SEED': '1', 'TMPDIR': folder, **environment})
         try:
             status = process.wait(timeout)
         except subprocess.TimeoutExpired:
@@ -68,9 +74,33 @@ def _play(test: Test, environment: dict, timeout: float) -> str:
             except ProcessLookupError:
                 pass
             process.wait()
+        output.seek(0)
+        text = output.read().decode(errors='replace')
     if status is None:
-        return 'did not end'
-    return 'passed' if status == 0 else 'failed' if status > 0 else 'crashed'
+        return 'did not end', text
+    return 'passed' if status == 0 else 'failed' if status > 0 else 'crashed', text
+
+
+def _play(test: Test, environment: dict) -> str:
+    """Runs a test in a process of its own."""
+    return _run(test.command, test.folder, environment, 10 + 8 * test.seconds)[0]
+
+
+def _play_together(tests: list, environment: dict):
+    """Runs tests of one program in one process, until one does not pass: that one, or
+    None."""
+    names = {test.gtest_name: test for test in tests}
+    command = [tests[0].program, '--gtest_filter=' + ':'.join(names)]
+    outcome, text = _run(command, tests[0].folder,
+                         {**environment, 'GTEST_FAIL_FAST': '1'},
+                         15 + sum(test.seconds for test in tests))
+    if outcome == 'passed':
+        return None
+    for name in [*re.findall(r'^\[  FAILED  \] ([^\s,]+)', text, re.M),
+                 *reversed(re.findall(r'^\[ RUN      \] (\S+)', text, re.M))]:
+        if name in names:
+            return names[name]
+    return tests[0]
 
 
 def list_tests() -> list:
@@ -99,13 +129,15 @@ class Trials:
 
     def __init__(self, mutants: int, budget: float, progress):
         self._mutants = mutants
-        self._budget = budget # seconds of tests for one mutant, as without one
+        self._budget = budget # seconds of long tests for one mutant, as without one
         self._progress = progress
         self._kills = {} # by file: how many mutants of it each test has noticed
         (WORK / 'tmp').mkdir(parents=True, exist_ok=True)
         self.broken = []
         self.tests = []
+        self._joinable = set()
         self._run_all(list_tests())
+        self._find_joinable()
 
     def _run_all(self, tests: list) -> None:
         """Tries each test without a mutant, unless its program and the libraries are
@@ -136,7 +168,8 @@ class Trials:
         with tempfile.NamedTemporaryFile(dir=WORK / 'tmp') as reached:
             reached.truncate(self._mutants + 1)
             start = time.monotonic()
-            outcome = _play(test, {'MUTANTS_REACHED': reached.name}, 600)
+            outcome, _ = _run(test.command, test.folder,
+                              {'MUTANTS_REACHED': reached.name}, 600)
             seconds = time.monotonic() - start
             numbers = [i for i, byte in enumerate(reached.read()) if byte]
         return outcome, round(seconds, 3), numbers
@@ -162,19 +195,68 @@ class Trials:
             return Verdict('unreached')
         kills = self._kills.setdefault(file, {})
         folders = set(Path(file).parts[:-1])
-        start, budget, count = time.monotonic(), self._budget, 0
-        for test in sorted(tests, key=lambda t: (
-                -kills.get(t.name, 0), self._distance(t, folders), t.seconds)):
-            if test.seconds > budget:
-                continue
-            budget -= test.seconds
-            count += 1
-            outcome = _play(test, environment, 10 + 8 * test.seconds)
-            if outcome != 'passed':
-                kills[test.name] = kills.get(test.name, 0) + 1
-                return Verdict('killed', f'{test.name} {outcome}', count,
-                               round(time.monotonic() - start, 1))
-        return Verdict('survived', '', count, round(time.monotonic() - start, 1))
+        start = time.monotonic()
+        verdict = Verdict('survived', '', 0)
+
+        def notices(test: Test) -> bool:
+            verdict.tests += 1
+            outcome = _play(test, environment)
+            if outcome == 'passed':
+                return False
+            kills[test.name] = kills.get(test.name, 0) + 1
+            verdict.how, verdict.test = 'killed', f'{test.name} {outcome}'
+            return True
+
+        # Those that noticed most of the file's other mutants; then the short ones of
+        # each program; then the long ones.
+        likely = sorted((t for t in tests if t.name in kills),
+                        key=lambda t: -kills[t.name])[:3]
+        programs = {}
+        for test in tests:
+            if test.seconds <= LONG and test not in likely:
+                programs.setdefault(test.program, []).append(test)
+        groups = sorted(programs.values(), key=lambda group: (
+            self._distance(group[0], folders), sum(t.seconds for t in group)))
+        any(notices(test) for test in likely) \
+            or any(self._group_notices(group, environment, notices, verdict)
+                   for group in groups) \
+            or any(notices(test) for test in self._within_budget(
+                sorted((t for t in tests if t.seconds > LONG and t not in likely),
+                       key=lambda t: t.seconds)))
+        verdict.seconds = round(time.monotonic() - start, 1)
+        return verdict
+
+    def _group_notices(self, group, environment, notices, verdict) -> bool:
+        """What a test in a process with others says counts only if it says so in one of
+        its own."""
+        if len(group) > 1 and group[0].program in self._joinable:
+            suspect = _play_together(group, environment)
+            if suspect is None:
+                verdict.tests += len(group)
+                return False
+            if notices(suspect):
+                return True
+            group = [test for test in group if test is not suspect]
+        return any(notices(test) for test in group)
+
+    def _within_budget(self, tests):
+        left = self._budget
+        for test in tests:
+            left -= test.seconds
+            if left >= 0:
+                yield test
+
+    def _find_joinable(self) -> None:
+        """The programs whose short tests pass in one process, too."""
+        programs = {}
+        for test in self.tests:
+            if test.gtest_name and test.seconds <= LONG:
+                programs.setdefault(test.program, []).append(test)
+        with concurrent.futures.ThreadPoolExecutor(JOBS) as pool:
+            failed = pool.map(lambda tests: _play_together(tests, {}),
+                              programs.values())
+            self._joinable = {program for program, test in zip(programs, failed)
+                              if test is None}
 
     @staticmethod
     def _distance(test: Test, folders: set) -> int:

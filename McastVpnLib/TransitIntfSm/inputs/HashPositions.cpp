@@ -13,20 +13,18 @@ size_t HashPositions::chunkFrom(uint64_t from) const {
 }
 
 void HashPositions::insert(uint32_t position) {
+   // Ascending positions fill their chunks.
    if (!chunks_.empty() && chunks_.back().back() <= position &&
        chunks_.back().size() != kChunk) {
       chunks_.back().push_back(position);
       return;
    }
    size_t number = chunkFrom(position);
-   if (number == chunks_.size()) {
-      // Above all: ascending positions fill their chunks.
-      if (chunks_.empty() || chunks_.back().size() == kChunk) {
-         chunks_.push_back({position});
-         return;
-      }
-      --number;
-   } else if (chunks_[number].size() == kChunk) {
+   if (number == chunks_.size()) { // above all, and the last chunk is full
+      chunks_.push_back({position});
+      return;
+   }
+   if (chunks_[number].size() == kChunk) {
       auto const middle = chunks_[number].begin() + kChunk / 2;
       Chunk upper(middle, chunks_[number].end());
       chunks_[number].erase(middle, chunks_[number].end());
