@@ -25,6 +25,7 @@ class MCASTVPNLIB_EXPORT TransitIntf final : public Pelk::Entity {
    // The VLAN interface; fixed.
    Lidra::IntfId intfId() const noexcept { return intfId_; }
 
+   // The VTEP address that multicast is sourced from.
    Lidra::IpGenAddr const& ipAddr() const noexcept { return ipAddr_; }
    // Announces kIpAddr, once, if the address changes.
    void ipAddrIs(Lidra::IpGenAddr const& ipAddr);

@@ -29,6 +29,7 @@ class MCASTVPNLIB_EXPORT TransitIntfColl final : public Pelk::Entity {
    // Makes an empty collection; transitIntfCollFactory() is the same.
    static Pelk::Ptr<TransitIntfColl> TransitIntfCollIs();
 
+   // Every transit interface, by its name.
    IntfMap const& intf() const noexcept { return intf_; }
    // The element, or null.
    Pelk::Ptr<TransitIntf> intf(Lidra::IntfId intfId) const;

@@ -79,9 +79,12 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
 
       explicit SbdVlanToVrf(Bridging::VlanId vlanId) noexcept : vlanId_(vlanId) {}
 
+      // The SBD VLAN; fixed.
       Bridging::VlanId vlanId() const noexcept { return vlanId_; }
+      // The VRFs that were mapped to it when the reactor last looked.
       VrfSet const& vrf() const noexcept { return vrf_; }
       bool vrfHas(L3::VrfName const& vrf) const { return vrf_.contains(vrf); }
+      // Each announces kVrf with the VRF as key, if the set changes.
       void vrfIs(L3::VrfName const& vrf);
       void vrfDel(L3::VrfName const& vrf);
       void vrfDelAll();
@@ -159,6 +162,7 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    }
    // Follows another directory from now on and re-evaluates every VRF of either.
    void vtiStatusDirIs(Pelk::Ptr<Vxlan::VtiStatusDir const> const& vtiStatusDir);
+   // Each is fixed.
    Pelk::Ptr<Mlag::Status const> const& mlagStatus() const { return mlagStatus_; }
    Pelk::Ptr<TransitIntfColl> const& transitIntfColl() const {
       return transitIntfColl_;
@@ -198,6 +202,7 @@ class MCASTVPNLIB_EXPORT TransitSm final : public Pelk::Entity {
    void handleInitialized();
    // The VRF became or ceased to be a transit VRF: evaluates its recorded SBD VLAN.
    void handleTransitVrf(L3::VrfName const& vrf);
+   // The same, for the configuration's notification.
    void zin_handleMcastEvpnConfig_transitVrf(L3::VrfName const& vrf);
    // The VRF's SBD VLAN changed: evaluates the old VLAN, then the new one.
    void handleVrfToSBDVlan(L3::VrfName const& vrf);

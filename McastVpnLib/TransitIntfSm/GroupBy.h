@@ -27,6 +27,7 @@ class MCASTVPNLIB_EXPORT GroupByCollection final : public Pelk::Entity {
    };
    using VrfSet = Zin::HashMap2018<CollName, L3::VrfName, Zin::Unit>;
 
+   // The VRFs of the group; one alone makes the VLAN a transit VLAN.
    VrfSet const& coll() const noexcept { return coll_; }
    bool collHas(L3::VrfName const& vrf) const { return coll_.contains(vrf); }
    // Each announces kColl with the VRF as key, if the set changes.

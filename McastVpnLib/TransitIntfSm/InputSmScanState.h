@@ -20,6 +20,7 @@ class MCASTVPNLIB_EXPORT InputSmScanState final : public Pelk::Entity {
    static constexpr int16_t kTransitCfgStreamScan = 135;
    static constexpr int16_t kIdle = 136;
 
+   // Each says whether the scan that feeds the stream of that name has done its part.
    bool vtiStatusStreamScan() const noexcept { return vtiStatusStreamScan_; }
    bool pegVlanStreamScan() const noexcept { return pegVlanStreamScan_; }
    bool mlagStreamScan() const noexcept { return mlagStreamScan_; }

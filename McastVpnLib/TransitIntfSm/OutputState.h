@@ -22,6 +22,7 @@ class MCASTVPNLIB_EXPORT OutputState final : public Pelk::Entity {
    static constexpr int16_t kMembershipJoinStatusVlanRouterIntfOutputReady = 133;
    static constexpr int16_t kReady = 134;
 
+   // Each says whether the output of that name was reconciled.
    bool membershipJoinStatusVlanGroupSourceIncludeIntfOutputReady() const noexcept {
       return includeReady_;
    }
@@ -32,6 +33,7 @@ class MCASTVPNLIB_EXPORT OutputState final : public Pelk::Entity {
    bool membershipJoinStatusVlanRouterIntfOutputReady() const noexcept {
       return routerReady_;
    }
+   // Whether all four were.
    bool ready() const noexcept { return ready_; }
 
    // Each stores the flag, works out ready, and announces its own id, if the flag

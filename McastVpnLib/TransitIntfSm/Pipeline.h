@@ -11,6 +11,7 @@
 // can go. What the machine does must be what stands here; a test compares the two.
 namespace Irb::Multicast::Evpn::Pipeline {
 
+// The stages that an event passes, in this order.
 enum class Stage {
    input,  // an attribute of an input entity, scanned and followed
    source, // a stream of its changes
@@ -19,18 +20,23 @@ enum class Stage {
    output, // what a sink writes
 };
 
+// A stage of the pipeline, by the name under which it is traced.
 struct Node {
    std::string_view name;
+   // Which kind of stage it is.
    Stage stage;
 };
 
+// Where events pass, by the names of the nodes.
 struct Edge {
+   // Each is a node's name: the one that events leave, and the one that they reach.
    std::string_view from;
    std::string_view to;
 
    constexpr bool operator==(Edge const&) const noexcept = default;
 };
 
+// Every node, from the inputs to the outputs.
 inline constexpr std::array kNodes = {
    Node{"mcastEvpnConfig.transitVrf[]", Stage::input},
    Node{"vtiStatusDir.vtiStatus[].{ localVtepAddr, mlagVtepAddr }", Stage::input},
@@ -58,6 +64,7 @@ inline constexpr std::array kNodes = {
    Node{"transitIntfColl.intf[]", Stage::output},
 };
 
+// Every edge.
 inline constexpr std::array kEdges = {
    Edge{"mcastEvpnConfig.transitVrf[]", "transitCfgStream"},
    Edge{"vtiStatusDir.vtiStatus[].{ localVtepAddr, mlagVtepAddr }",
@@ -100,7 +107,7 @@ static_assert(std::ranges::all_of(kEdges,
                                   }),
               "an edge leads from a node to a later one");
 
-// The graph for Graphviz, and for Mermaid.
+// Each prints the graph: for Graphviz, and for Mermaid.
 MCASTVPNLIB_EXPORT void printDot(std::ostream& out);
 MCASTVPNLIB_EXPORT void printMermaid(std::ostream& out);
 

@@ -78,6 +78,7 @@ namespace Irb::Multicast::Evpn {
 class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
                                                public NamedOutputs {
  public:
+   // The parts of the machine under the names by which it offers them.
    using InputSmScanState = FlumaCode::TransitIntfSm::InputSmScanState;
    using OutputState = FlumaCode::TransitIntfSm::OutputState;
    using McastEvpnConfigSm0 = FlumaCode::TransitIntfSm::McastEvpnConfigSm0;
@@ -154,21 +155,25 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    bool synchronous() const noexcept { return synchronous_; }
    // The first pass of all inputs is over; the streams are open.
    bool initialScanDone() const noexcept { return initialScanDone_; }
+   // All inputs were scanned and the streams are open; no more than that.
    bool idle() const noexcept { return inputSmScanState_ && inputSmScanState_->idle(); }
    // All outputs are reconciled.
    bool ready() const noexcept { return outputState_ && outputState_->ready(); }
 
+   // Which scans have done their part of the pass.
    Pelk::Ptr<InputSmScanState> const& inputSmScanState() const {
       return inputSmScanState_;
    }
    // Follows the flags from now on.
    void inputSmScanStateIs(Pelk::Ptr<InputSmScanState> const& state);
+   // Follows them no more.
    void inputSmScanStateDel();
    // The flags' notifications: an input was scanned.
    void inputSmScanStateDispatch(Pelk::Publisher* publisher,
                                  Pelk::Subscriber* subscriber, int16_t attributeId,
                                  void const* key, void const* value) noexcept;
 
+   // Which outputs were reconciled; who waits for the machine subscribes here.
    Pelk::Ptr<OutputState> const& outputState() const { return outputState_; }
    // Makes it, with all flags false, if there is none.
    Pelk::Ptr<OutputState> const& outputStateIs();
@@ -210,6 +215,7 @@ class MCASTVPNLIB_EXPORT TransitIntfSm final : public Pelk::Entity,
    void hasNotificationActiveIs(bool active);
    // Withdraws all that the inputs contributed, and empties the tables.
    void doDeleteAll();
+   // Part of the teardown; forwarded to the input machines.
    void zinDoZombieReactors(bool zombie);
 
    // --- source streams: an input changed; whether it is present is not used ---

@@ -46,6 +46,7 @@ class PELK_EXPORT VlanIdOrNone {
    constexpr VlanIdOrNone(VlanId vlanId) noexcept : value_(vlanId.value()) {}
 
    constexpr uint16_t value() const noexcept { return value_; }
+   // Whether there is no VLAN, which is 0.
    constexpr bool isNone() const noexcept { return value_ == 0; }
 
    constexpr bool operator==(VlanIdOrNone const&) const noexcept = default;

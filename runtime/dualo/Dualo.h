@@ -19,10 +19,13 @@ namespace Dualo {
 // difference already: differing(uint32_t{3}, state) is one unsigned in the ring.
 template <Fennlog::RingArgument Ring, Fennlog::Impl::Streamed Text>
 struct Differing {
+   // What the ring keeps.
    Ring ring;
+   // What the text trace prints.
    Text text;
 };
 
+// Makes one of the two forms, the ring's first.
 template <typename Ring, typename Text>
 Differing<Ring, Text> differing(Ring ring, Text text) {
    return {std::move(ring), std::move(text)};

@@ -16,6 +16,7 @@ enum class Placeholders : uint8_t {
 struct MessageFormat {
    std::string_view text;
    uint16_t level = 0;
+   // How the places of the arguments are marked.
    Placeholders placeholders = Placeholders::percent;
 
    // The number of arguments that the text has places for.

@@ -88,7 +88,9 @@ struct RingForm<T> {
 template <Impl::RawBytes T>
    requires std::is_enum_v<T> && (!Impl::Streamed<T>)
 struct RingForm<T> : RingForm<std::underlying_type_t<T>> {
+   // The form of the number that stands for it.
    using Number = RingForm<std::underlying_type_t<T>>;
+   // The bytes of that number.
    static typename Number::Raw raw(T const& value) noexcept {
       return Number::raw(static_cast<std::underlying_type_t<T>>(value));
    }

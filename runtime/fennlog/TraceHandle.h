@@ -23,12 +23,15 @@
 // and are formatted only when somebody reads them.
 namespace Fennlog {
 
+// Prints the argument whose bytes begin at "from", and returns where they end.
 using ArgumentPrinter = std::byte const* (*)(std::ostream& out, std::byte const* from);
 
 // What all records of one trace site have in common; a static object.
 struct Descriptor {
+   // The text with places for the arguments, and the level.
    MessageFormat format;
    uint32_t id = 0; // MessageFormat::id()
+   // Each is about the arguments: how each is printed, and how many there are.
    ArgumentPrinter const* printers = nullptr;
    uint32_t arguments = 0;
 };
@@ -36,8 +39,10 @@ struct Descriptor {
 // A record as it is read.
 struct Record {
    uint64_t sequence = 0; // 0 for the first that the ring ever took
+   // When it was written.
    std::chrono::system_clock::time_point time;
    uint16_t level = 0;
+   // Which trace site wrote it: MessageFormat::id().
    uint32_t id = 0;
    std::string text;
 };
@@ -51,6 +56,7 @@ struct Record {
 // Event thread only.
 class PELK_EXPORT TraceHandle final : public Pelk::SharedObject {
  public:
+   // The size of a ring, if nobody says another, and the smallest.
    static constexpr size_t kDefaultBytes = size_t{1} << 20;
    static constexpr size_t kMinBytes = 4096;
    // The most bytes that one record may take, whatever its texts hold.
@@ -62,11 +68,13 @@ class PELK_EXPORT TraceHandle final : public Pelk::SharedObject {
 
    bool enabled(uint16_t level) const noexcept { return levels_.has(level); }
    Pelk::TraceLevels levels() const noexcept { return levels_; }
+   // Keeps what has one of these levels from now on.
    void levelsIs(Pelk::TraceLevels levels) noexcept { levels_ = levels; }
 
    size_t bytes() const noexcept { return mask_ + 1; }
-   // How many records were written, and how many of them were overwritten since.
+   // How many records were written.
    uint64_t written() const noexcept { return written_; }
+   // How many of them were overwritten since.
    uint64_t lost() const noexcept { return lost_; }
 
    // All that is kept, oldest first.

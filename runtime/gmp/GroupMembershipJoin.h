@@ -32,6 +32,7 @@ class PELK_EXPORT GroupMembershipJoin final : public Pelk::Entity {
    // The group address; fixed.
    Lidra::IpGenAddr const& group() const noexcept { return group_; }
 
+   // The level below: the group's sources; 0.0.0.0 is any.
    SourceMap const& source() const noexcept { return source_; }
    // The source's joins, or null.
    Pelk::Ptr<SourceMembershipJoin> source(Lidra::IpGenAddr const& source) const;

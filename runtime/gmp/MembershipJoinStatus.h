@@ -28,6 +28,7 @@ class PELK_EXPORT MembershipJoinStatus final : public Pelk::Entity {
    using VlanMap =
       Zin::HashMap2018<VlanTag, Bridging::VlanId, Pelk::Ptr<VlanMembershipJoin>>;
 
+   // The first level of the tree: the VLANs that have joins.
    VlanMap const& vlan() const noexcept { return vlan_; }
    // The VLAN's joins, or null.
    Pelk::Ptr<VlanMembershipJoin> vlan(Bridging::VlanId vlanId) const;

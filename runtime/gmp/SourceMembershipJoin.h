@@ -38,7 +38,9 @@ class PELK_EXPORT SourceMembershipJoin final : public Pelk::Entity {
    // The source address; fixed.
    Lidra::IpGenAddr const& source() const noexcept { return source_; }
 
+   // The interfaces that want the source.
    IncludeIntfSet const& includeIntf() const noexcept { return includeIntf_; }
+   // The interfaces that do not want the source.
    ExcludeIntfSet const& excludeIntf() const noexcept { return excludeIntf_; }
    // Each announces its set with the interface as key, if the set changes.
    void includeIntfIs(Lidra::IntfId intfId);

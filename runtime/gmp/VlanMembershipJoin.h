@@ -42,12 +42,14 @@ class PELK_EXPORT VlanMembershipJoin final : public Pelk::Entity {
    // The VLAN; fixed.
    Bridging::VlanId vlanId() const noexcept { return vlanId_; }
 
+   // The VLAN's router interfaces.
    RouterIntfSet const& routerIntf() const noexcept { return routerIntf_; }
    // Each announces kRouterIntf with the interface as key, if the set changes.
    void routerIntfIs(Lidra::IntfId intfId);
    void routerIntfDel(Lidra::IntfId intfId);
    void routerIntfDelAll();
 
+   // The level below: the groups; 0.0.0.0 is any.
    GroupMap const& group() const noexcept { return group_; }
    // The group's joins, or null.
    Pelk::Ptr<GroupMembershipJoin> group(Lidra::IpGenAddr const& group) const;

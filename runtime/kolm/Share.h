@@ -15,11 +15,12 @@ class Task;
 // slices that are nested (a task's first slice runs in its creator, who may be inside
 // another's) do not disturb each other.
 struct Slice {
+   // What slices are measured with.
    using Clock = std::chrono::steady_clock;
 
    uint64_t polls = 0; // answered in this slice
 
-   // For shares that read a clock.
+   // Each is for shares that read a clock.
    Clock::time_point deadline;
    Clock::time_point lastRead;
    uint64_t lastReadPoll = 0;

@@ -37,8 +37,11 @@ class PELK_EXPORT Task final : public Pelk::SharedObject, public Pelk::Publisher
    Task(Pelk::Ptr<TaskScheduler> scheduler, TaskPriority priority, Pelk::String name);
    ~Task() override;
 
+   // What runs it; fixed.
    Pelk::Ptr<TaskScheduler> const& taskScheduler() const noexcept { return scheduler_; }
+   // What messages and reports call it; fixed.
    Pelk::String const& taskName() const noexcept { return name_; }
+   // Among the tasks that are due, the lower number runs first.
    TaskPriority taskPriority() const noexcept { return priority_; }
    // A task that is due moves to the end of its new priority; the same priority
    // changes nothing.
@@ -55,9 +58,9 @@ class PELK_EXPORT Task final : public Pelk::SharedObject, public Pelk::Publisher
    // Whether the caller is inside this task's slice.
    bool taskCurrentlyRunning() const noexcept;
 
-   // Accounting: items done, in all; items left, as last told; slices begun. The
-   // second argument is reserved by the contract and is 0. A pending count that is
-   // not 0 says that the task has unfinished work.
+   // Each is of the accounting: items done, in all; items left, as last told; slices
+   // begun. The second argument is reserved by the contract and is 0. A pending count
+   // that is not 0 says that the task has unfinished work.
    void taskWorkCountInc(uint64_t count, uint32_t reserved) noexcept;
    uint64_t taskWorkCount() const noexcept { return workCount_; }
    void taskWorkPendingIs(uint64_t count) noexcept { workPending_ = count; }

@@ -21,6 +21,7 @@ struct SliceReport {
    Task const& task;   // readable during the call
    uint64_t slice = 0; // 1 for the scheduler's first
    uint64_t items = 0; // that the task reported in it
+   // From the slice's begin to its end.
    std::chrono::nanoseconds time{};
 };
 
@@ -30,6 +31,7 @@ struct SliceReport {
 // A task holds a use on its scheduler; the scheduler holds none on the tasks.
 class PELK_EXPORT TaskScheduler final : public Pelk::SharedObject {
  public:
+   // What is called after a slice.
    using SliceObserver = std::function<void(SliceReport const& report)>;
 
    TaskScheduler();

@@ -15,6 +15,7 @@ namespace L3 {
 // "Zin::String::bytes > maxLength() not allowed".
 class PELK_EXPORT VrfName {
  public:
+   // The most bytes that a name has.
    static constexpr size_t maxLength() noexcept { return 100; }
 
    VrfName() noexcept = default;
@@ -22,6 +23,7 @@ class PELK_EXPORT VrfName {
    VrfName(char const* name) : VrfName(std::string_view(name)) {}
    VrfName(Pelk::String name) : name_(std::move(name)) { checked(name_.view()); }
 
+   // Whether it is the VRF that every switch has.
    bool isDefault() const noexcept { return view() == "default"; }
    char const* data() const noexcept { return name_.data(); }
    size_t size() const noexcept { return name_.size(); }

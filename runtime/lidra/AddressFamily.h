@@ -9,6 +9,7 @@
 
 namespace Lidra {
 
+// Which kind of addresses a machine is for.
 enum class AddressFamily : uint8_t {
    ipv4 = 1,
    ipv6 = 2,

@@ -52,6 +52,7 @@ class PELK_EXPORT IntfId {
 
 PELK_EXPORT std::ostream& operator<<(std::ostream& out, IntfId intf);
 
+// Interfaces by the numbers of their VLANs.
 struct PELK_EXPORT VlanIntfId {
    // The routed interface of a VLAN number: "Vlan10" for 10.
    static IntfId vlanIdToIntfId(unsigned short vlanId) noexcept;

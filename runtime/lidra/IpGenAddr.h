@@ -37,6 +37,7 @@ class PELK_EXPORT IpGenAddr {
       return IpGenAddr(af);
    }
 
+   // The family of the address.
    constexpr AddressFamily af() const noexcept { return af_; }
    constexpr std::array<uint8_t, 16> const& bytes() const noexcept { return bytes_; }
    uint32_t hash(Zin::HashSeed const& seed) const noexcept {

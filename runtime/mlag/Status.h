@@ -12,6 +12,7 @@ class PELK_EXPORT Status final : public Pelk::Entity {
    // Attribute ids. Frozen.
    static constexpr int16_t kMlagState = 258;
 
+   // The state as the MLAG agent last gave it.
    MlagState mlagState() const noexcept { return mlagState_; }
    // Announces kMlagState if the state changes.
    void mlagStateIs(MlagState state);

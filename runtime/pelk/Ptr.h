@@ -28,7 +28,9 @@ class Ptr {
    using element_type = T;
 
    constexpr Ptr() noexcept = default;
+   // No object.
    constexpr Ptr(std::nullptr_t) noexcept {}
+   // Each adds a use to the object if there is one, or takes over that of the other.
    Ptr(T* object) noexcept : object_(object) { use(); }
    Ptr(Ptr const& other) noexcept : object_(other.object_) { use(); }
    Ptr(Ptr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
@@ -40,6 +42,7 @@ class Ptr {
    template <typename U>
       requires std::convertible_to<U*, T*>
    Ptr(Ptr<U>&& other) noexcept : object_(other.release()) {}
+   // Drops the use, if it has one.
    ~Ptr() { drop(); }
 
    // Of a copy or of what is moved here; the old object goes last, so that this handle

@@ -32,6 +32,7 @@ class PELK_EXPORT Publisher {
    // Removes the subscriber if it is present.
    void subscriberRemove(Subscriber* subscriber) const noexcept;
    bool subscriberHas(Subscriber const* subscriber) const noexcept;
+   // How many there are.
    uint32_t subscribers() const noexcept;
 
    // Calls every subscriber. See Subscriber::Callback for key and value; both must

@@ -32,7 +32,9 @@ class PELK_EXPORT SharedObject {
    SharedObject(SharedObject const&) = delete;
    SharedObject& operator=(SharedObject const&) = delete;
 
+   // How many uses the object has, of handles and others.
    uint32_t useCount() const noexcept { return word() & kCountMask; }
+   // Whether teardown has begun: callbacks do nothing any more.
    bool isBeingDeleted() const noexcept { return (word() & kBeingDeleted) != 0; }
 
    // One use more, and one less, of an object or of none: what a Ptr does when it is

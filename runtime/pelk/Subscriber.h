@@ -49,6 +49,7 @@ class PELK_EXPORT Subscriber {
 template <typename Owner>
 class MemberSubscriber : public Subscriber {
  public:
+   // The arguments are those of Subscriber::Callback.
    using Handler = void (Owner::*)(Publisher* publisher, Subscriber* subscriber,
                                    int16_t attributeId, void const* key,
                                    void const* value) noexcept;
@@ -65,6 +66,7 @@ class MemberSubscriber : public Subscriber {
       });
    }
 
+   // Whose member function is called.
    Owner* owner() const noexcept { return owner_; }
 
  private:

@@ -24,6 +24,7 @@ class Subscription {
    Subscription& operator=(Subscription const&) = delete;
    ~Subscription() { sourceIs(nullptr); }
 
+   // What is followed, or null.
    Ptr<Source const> const& source() const noexcept { return source_; }
 
    // Unsubscribes from the old source and subscribes to the new one; nothing when they

@@ -15,6 +15,7 @@ namespace Pelk {
 // happens before or after every other access to a count.
 class PELK_EXPORT ThreadControl {
  public:
+   // Whether there is more than one thread. Off at first.
    static bool multiThreaded() noexcept { return plainAbove_ != 0; }
    static void multiThreadedIs(bool multiThreaded) noexcept {
       plainAbove_ = multiThreaded ? UINTPTR_MAX : 0;

@@ -30,6 +30,7 @@ class PELK_EXPORT TraceSink {
    TraceSink& operator=(TraceSink const&) = delete;
    virtual ~TraceSink() = default;
 
+   // Takes one record, whose texts live as long as the call.
    virtual void trace(TraceRecord const& record) = 0;
 };
 

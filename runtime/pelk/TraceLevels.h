@@ -21,19 +21,25 @@ class PELK_EXPORT TraceLevels {
    // std::invalid_argument, which says what stands where and what is allowed.
    static TraceLevels fromText(std::string_view text);
 
+   // All 16 levels.
    static constexpr TraceLevels all() noexcept { return TraceLevels(0xffff); }
+   // One level alone; none if there is no such level.
    static constexpr TraceLevels of(uint16_t level) noexcept {
       return TraceLevels(static_cast<uint16_t>(level <= kMax ? 1u << level : 0u));
    }
 
+   // The bits.
    constexpr uint16_t word() const noexcept { return word_; }
+   // Whether the level is in the set.
    constexpr bool has(uint16_t level) const noexcept {
       return level <= kMax && ((word_ >> level) & 1) != 0;
    }
+   // Whether the two sets have a level in common.
    constexpr bool hasAny(TraceLevels others) const noexcept {
       return (word_ & others.word_) != 0;
    }
    constexpr bool operator==(TraceLevels const&) const noexcept = default;
+   // The levels of either.
    constexpr TraceLevels operator|(TraceLevels other) const noexcept {
       return TraceLevels(static_cast<uint16_t>(word_ | other.word_));
    }

@@ -19,6 +19,7 @@ class PELK_EXPORT Config final : public Pelk::Entity {
    };
    using TransitVrfSet = Zin::HashMap2018<TransitVrfTag, L3::VrfName, Zin::Unit>;
 
+   // The VRFs that are configured as transit VRFs.
    TransitVrfSet const& transitVrf() const noexcept { return transitVrf_; }
    bool transitVrfHas(L3::VrfName const& vrf) const {
       return transitVrf_.contains(vrf);

@@ -12,6 +12,7 @@ namespace Routing::Multicast {
 class PegVlan {
  public:
    explicit PegVlan(Bridging::VlanId vlanId) noexcept : vlanId_(vlanId) {}
+   // The VLAN; fixed.
    Bridging::VlanId vlanId() const noexcept { return vlanId_; }
    Bridging::VlanId key() const noexcept { return vlanId_; }
 
@@ -31,6 +32,7 @@ class PELK_EXPORT PegVlanStatus final : public Pelk::Entity {
    };
    using PegVlanMap = Quell::QuellMap<PegVlanTag, Bridging::VlanId, PegVlan>;
 
+   // Every PEG VLAN, by its number.
    PegVlanMap const& pegVlan() const noexcept { return pegVlan_; }
    bool pegVlanHas(Bridging::VlanId vlanId) const { return pegVlan_.contains(vlanId); }
    // Announces kPegVlan with the VLAN as key if it was not there.

@@ -56,6 +56,7 @@ class PELK_EXPORT InputStateMachine : public Pelk::Entity {
    InputStateMachine() noexcept = default;
    ~InputStateMachine() override;
 
+   // Set by the machine itself, once it is whole.
    void initializedIs(bool initialized) noexcept { initialized_ = initialized; }
 
  private:

@@ -28,11 +28,13 @@ class PELK_EXPORT SmControl {
       taskScheduler_ = std::move(scheduler);
    }
 
+   // That of the machine's tasks.
    Kolm::TaskPriority taskPriority() const noexcept { return taskPriority_; }
    void taskPriorityIs(Kolm::TaskPriority priority) noexcept {
       taskPriority_ = priority;
    }
 
+   // How the machine scans; asynchronously at first.
    RunMode runMode() const noexcept { return runMode_; }
    void runModeIs(RunMode mode) noexcept { runMode_ = mode; }
 

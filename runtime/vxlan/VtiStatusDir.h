@@ -22,6 +22,7 @@ class PELK_EXPORT VtiStatusDir final : public Pelk::Entity {
    using VtiStatusMap =
       Zin::HashMap2018<VtiStatusTag, Lidra::IntfId, Pelk::Ptr<VtiStatus>>;
 
+   // The status of each tunnel interface; the machines look at "Vxlan1".
    VtiStatusMap const& vtiStatus() const noexcept { return vtiStatus_; }
    // The status of the interface, or null.
    Pelk::Ptr<VtiStatus> vtiStatus(Lidra::IntfId intfId) const {

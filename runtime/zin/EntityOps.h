@@ -17,27 +17,24 @@ namespace Zin {
 
 // A single value: nothing happens when it stays the same.
 template <typename T>
-[[gnu::always_inline]] inline bool attributeIs(Pelk::Publisher& entity, int16_t id,
+[[gnu::always_inline]] inline void attributeIs(Pelk::Publisher& entity, int16_t id,
                                                T& attribute,
                                                std::type_identity_t<T> value) {
    if (attribute == value) {
-      return false;
+      return;
    }
    attribute = value;
    entity.publishChangeRecursive(id, nullptr, &value);
-   return true;
 }
 
 // Adds a member to a set, whose members may be records: nothing happens when it is
 // there.
 template <typename Collection, typename Key, typename Value = Unit>
-bool memberIs(Pelk::Publisher& entity, int16_t id, Collection& members, Key key,
+void memberIs(Pelk::Publisher& entity, int16_t id, Collection& members, Key key,
               Value value = {}) {
-   if (!members.insert(key, value).inserted) {
-      return false;
+   if (members.insert(key, value).inserted) {
+      entity.publishChangeRecursive(id, &key, &value);
    }
-   entity.publishChangeRecursive(id, &key, &value);
-   return true;
 }
 
 // Inserts or overwrites a member of a map; announced also if the value is the same.

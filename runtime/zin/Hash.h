@@ -18,10 +18,13 @@ namespace Zin {
 // concerns only the tables that hold nothing yet.
 class PELK_EXPORT HashHelper {
  public:
+   // The seed; chosen by the first call, if it was not set.
    static uint32_t hashSeed32() noexcept;
+   // Sets it for the collections that hold nothing yet.
    static void hashSeed32Is(uint32_t seed) noexcept;
 };
 
+// Wide enough for the product of two words.
 __extension__ using HashProduct = unsigned __int128;
 
 // The product of a word that depends on the key and one that depends on the seed, or on
@@ -153,15 +156,18 @@ class HashMixer {
    constexpr explicit HashMixer(HashSeed const& seed) noexcept
       : seed_(seed), state_(seed.s1()) {}
 
+   // Mixes another field in. The order of the fields matters.
    template <typename Field>
       requires std::integral<Field> || std::is_enum_v<Field>
    constexpr HashMixer& add(Field field) noexcept {
       state_ = hashFold64(static_cast<uint64_t>(field) ^ seed_.s0(), state_ + kStep);
       return *this;
    }
+   // Mixes bytes in, and how many they are.
    HashMixer& addBytes(void const* data, size_t length) noexcept {
       return add(hashBytes(seed_, data, length)).add(length);
    }
+   // The hash of what was mixed in.
    constexpr uint32_t finish() const noexcept { return hashFold32(state_, seed_.s0()); }
 
  private:

@@ -178,13 +178,15 @@ class HashMapIterator : private Impl::HashIteratorBase {
 
    // Whether it stands on a member, be it a removed one.
    explicit operator bool() const noexcept { return valid(); }
+   // The same under a name.
    bool valid() const noexcept {
       return slot_ != Impl::HashBlock::kNoSlot || keeper_ != nullptr;
    }
    // Whether the member that it stands on was removed from the map.
    bool stale() const noexcept { return keeper_ != nullptr; }
 
-   // Requires valid(). A reference lasts until the map changes or the iterator moves.
+   // Each requires valid(). A reference lasts until the map changes or the iterator
+   // moves.
    Key const& key() const noexcept { return entry().key(); }
    Value const& value() const noexcept { return entry().value(); }
    Entry const& entry() const noexcept {

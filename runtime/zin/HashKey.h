@@ -135,6 +135,7 @@ class HashEntry {
    [[no_unique_address]] Value value_;
 };
 
+// An entry is if its key and its value are.
 template <typename Key, typename Value>
 inline constexpr bool triviallyRelocatable<HashEntry<Key, Value>> =
    triviallyRelocatable<Key> && triviallyRelocatable<Value>;

@@ -57,6 +57,7 @@ class HashMap2018 : private Impl::HashMapBase {
    using mapped_type = Value;
    using Entry = HashEntry<Key, Value>;
    using value_type = Entry;
+   // The iterator by which scans go on where they stopped, though the map changes.
    using GenericIterator = HashMapIterator<HashMap2018>;
 
    // For a walk during which the map does not change.
@@ -92,6 +93,7 @@ class HashMap2018 : private Impl::HashMapBase {
 
    // A 23-bit number that is another after each change.
    uint32_t version() const noexcept { return version_; }
+   // Makes the version another, as a change does.
    void bumpVersion() noexcept { version_ = (version_ + 1) & kVersionMask; }
 
    // The member of the key, or null.
@@ -99,8 +101,11 @@ class HashMap2018 : private Impl::HashMapBase {
    Entry* find(Key const& key) { return findEntry(key); }
    bool contains(Key const& key) const { return findEntry(key) != nullptr; }
 
+   // What insert() found or made.
    struct Inserted {
+      // The member; never null.
       Entry* entry;
+      // Whether it is new.
       bool inserted;
    };
    // Adds a member with a value made of the arguments, unless the key is present; then

@@ -11,6 +11,7 @@
 // The text form of plain numbers, as counters and keys use them.
 namespace Zin {
 
+// What the traits of all numbers have in common.
 template <std::unsigned_integral T>
 struct NumberTraits {
    static constexpr ValueForm form = ValueForm::number;

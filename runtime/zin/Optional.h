@@ -4,6 +4,7 @@
 
 namespace Zin {
 
+// A value or none, as streams pass it.
 template <typename T>
 using Optional = std::optional<T>;
 

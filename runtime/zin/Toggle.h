@@ -43,6 +43,7 @@ class PELK_EXPORT ToggleSource {
 
    // Overrides a toggle of whatever file.
    static void overrideIs(std::string_view name, bool isOn);
+   // Takes the override back.
    static void overrideDel(std::string_view name);
 
    // As at the start of the process, with every file forgotten; for tests.

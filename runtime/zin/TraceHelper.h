@@ -19,6 +19,7 @@ class PELK_EXPORT TraceStream {
    TraceStream& operator=(TraceStream const&) = delete;
    ~TraceStream();
 
+   // Where the text of the line is put together.
    std::ostream& stream() noexcept { return text_; }
 
  private:
@@ -38,6 +39,7 @@ class PELK_EXPORT TraceHelper {
       : handler_(handler), level_(level), file_(file) {}
 
    bool enabled() const noexcept { return handler_.enabled(level_); }
+   // One line, which is traced when the stream goes.
    TraceStream line(std::string_view function, uint32_t number) const {
       return TraceStream(handler_, level_, file_, function, number);
    }

@@ -21,6 +21,7 @@
 // zin/AttributeMakers.h makes the rows. Event thread only, like the entities.
 namespace Zin {
 
+// What an attribute holds.
 enum class AttributeKind {
    key,      // fixed when the entity is made; its key in its collection
    value,    // a single value
@@ -36,6 +37,7 @@ using InitialValues = std::vector<std::pair<std::string_view, std::string>>;
 PELK_EXPORT std::string initialValue(InitialValues const& values, std::string_view name,
                                      std::string_view fallback);
 
+// An attribute of a type of entities, and how generic code reads and writes it.
 struct Attribute {
    // Called with a member's key, its value (empty for sets and children) and, for
    // children, the child. The collection may be changed from inside.
@@ -43,8 +45,11 @@ struct Attribute {
       std::string const& key, std::string const& value, Pelk::Entity* child)>;
 
    std::string_view name;
+   // What notifications call it. Frozen.
    int16_t id;
+   // What it holds.
    AttributeKind kind;
+   // Whether generic code may set it.
    bool writable = true;
    ValueType const* keyType = nullptr;   // of a collection
    ValueType const* valueType = nullptr; // of a value, a set (Unit) or a map
@@ -75,16 +80,20 @@ struct Attribute {
    Pelk::Ptr<Pelk::Entity> (*childNew)(std::string_view key) = nullptr;
    void (*childAdopt)(Pelk::Entity&, Pelk::Ptr<Pelk::Entity> const& child) = nullptr;
 
+   // Whether it has members that are found by a key.
    bool isCollection() const noexcept {
       return kind == AttributeKind::set || kind == AttributeKind::map ||
              kind == AttributeKind::children;
    }
 };
 
+// What generic code knows about a type of entities.
 struct PELK_EXPORT EntityType {
    std::string_view name;
+   // Every attribute that generic code knows.
    std::span<Attribute const> attributes;
 
+   // The attribute of that name, or of that id; null if there is none.
    Attribute const* attribute(std::string_view attributeName) const noexcept;
    Attribute const* attribute(int16_t id) const noexcept;
 };
@@ -92,14 +101,19 @@ struct PELK_EXPORT EntityType {
 // Every registered entity and value type by its full name; null if there is none.
 class PELK_EXPORT TypeRegistry {
  public:
+   // That of the process.
    static TypeRegistry& instance();
 
+   // Makes the type known, which stays where it is until it is removed.
    void add(EntityType const& type);
    void add(ValueType const& type);
+   // Each makes the type unknown again.
    void remove(EntityType const& type) noexcept;
    void remove(ValueType const& type) noexcept;
+   // Each gives the type of that name, or null.
    EntityType const* entityType(std::string_view name) const noexcept;
    ValueType const* valueType(std::string_view name) const noexcept;
+   // Each has all that are known, in the order in which they became so.
    std::vector<EntityType const*> const& entityTypes() const noexcept {
       return entityTypes_;
    }

@@ -48,6 +48,7 @@ struct ValueType {
 // Raises the RangeException of a text whose value is not plausible.
 [[noreturn]] PELK_EXPORT void throwImplausible(std::string_view text);
 
+// What generic code knows about values of type T: its traits as a table.
 template <typename T>
 inline constexpr ValueType valueTypeOf{
    ValueTraits<T>::name,
