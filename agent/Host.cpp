@@ -78,9 +78,46 @@ Host::Host(Options const& options)
 
 Host::~Host() = default;
 
+void Host::recorderIs(Recorder* recorder) {
+   recorder_ = recorder;
+   shareIs(options_.sliceItems.value_or(0));
+   scheduler_->sliceObserverIs([this](Kolm::SliceReport const& report) {
+      Recorder::Slice const slice{report.task.taskName().view(), report.items,
+                                  report.time};
+      stepEnds(&slice);
+   });
+}
+
+void Host::provenanceIs(Provenance::Input changed, Provenance::Output wrote) {
+   provenance_ =
+      std::make_unique<Provenance>(state_, std::move(changed), std::move(wrote));
+}
+
+void Host::sliceEndsAre(SliceEnds ends) {
+   if (playedShare_ == nullptr) {
+      auto played = std::make_unique<PlayedShare>();
+      playedShare_ = played.get();
+      scheduler_->shareIs(std::move(played));
+   }
+   playedShare_->endsAre(std::move(ends));
+}
+
+void Host::stepBegins(std::string_view line) {
+   if (recorder_ != nullptr) {
+      recorder_->stepBegins(line);
+   }
+}
+
+void Host::stepEnds(Recorder::Slice const* slice) {
+   if (recorder_ != nullptr) {
+      recorder_->stepEnds(recordedShare_->takeEnds(), slice);
+   }
+}
+
 void Host::start() {
    Doing const doing("starting the machine");
    ++starts_;
+   stepBegins(R"({"host":"start"})");
    if (verification_) {
       verification_->starting();
    }
@@ -91,10 +128,15 @@ void Host::start() {
          options_.both ? std::string(machineName(options_.machine)) : "the machine";
       throw InputError(name + " cannot be constructed: " + error.what());
    }
+   stepEnds();
 }
 
 void Host::stop() {
-   machine_.reset();
+   if (isRunning()) {
+      stepBegins(R"({"host":"stop"})");
+      machine_.reset();
+      stepEnds();
+   }
    if (verification_) {
       verification_->stopped();
    }
@@ -142,14 +184,36 @@ size_t Host::verified() const {
 
 uint64_t Host::drain() {
    Doing const doing("running the machine");
-   return hasTasks() ? scheduler_->runUntilIdle() : 0;
+   uint64_t slices = 0;
+   while (runSlice()) {
+      ++slices;
+   }
+   return slices;
+}
+
+// What begins here ends in the scheduler's observer.
+bool Host::runSlice() {
+   if (!hasTasks() || scheduler_->pending() == 0) {
+      return false;
+   }
+   stepBegins(R"({"host":"slice","count":1})");
+   return scheduler_->runSlice();
 }
 
 // A slice ends after so many items; with 0, after a time.
 void Host::shareIs(uint32_t items) {
-   scheduler_->shareIs(
-      items == 0 ? std::unique_ptr<Kolm::Share>(std::make_unique<Kolm::TimeShare>())
-                 : std::make_unique<Kolm::PollShare>(items));
+   if (playedShare_ != nullptr) {
+      return;
+   }
+   auto share = items == 0
+                   ? std::unique_ptr<Kolm::Share>(std::make_unique<Kolm::TimeShare>())
+                   : std::make_unique<Kolm::PollShare>(items);
+   if (recorder_ != nullptr) {
+      auto recorded = std::make_unique<RecordedShare>(std::move(share));
+      recordedShare_ = recorded.get();
+      share = std::move(recorded);
+   }
+   scheduler_->shareIs(std::move(share));
 }
 
 uint64_t Host::slice(uint64_t count, uint32_t items) {
@@ -157,7 +221,7 @@ uint64_t Host::slice(uint64_t count, uint32_t items) {
       shareIs(items);
    }
    uint64_t slices = 0;
-   while (hasTasks() && slices < count && scheduler_->runSlice()) {
+   while (slices < count && runSlice()) {
       ++slices;
    }
    if (items != 0) {

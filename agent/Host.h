@@ -1,8 +1,11 @@
 #pragma once
 
 #include "agent/Options.h"
+#include "agent/Provenance.h"
 #include "agent/State.h"
 #include "agent/Verification.h"
+#include "agent/record/Recording.h"
+#include "agent/record/StepShare.h"
 #include "kolm/TaskScheduler.h"
 #include "pelk/Ptr.h"
 
@@ -53,6 +56,22 @@ class Host {
    // The comparison with the plain rule. Requires that the options say that the outputs
    // are to be compared; std::logic_error else.
    Verify::Verifier& verifier();
+   // Records each step from here on, before anything is started. What the machine
+   // writes is recorded by whoever follows it (provenanceIs()). The recorder outlives
+   // this.
+   void recorderIs(Recorder* recorder);
+   // Something is done to the machine's state next, and it is done: as a line of events
+   // has it. For the recording.
+   void stepBegins(std::string_view line);
+   void stepEnds() { stepEnds(nullptr); }
+   // Which change of an input last wrote each output; null if nobody has asked for it.
+   Provenance const* provenance() const noexcept { return provenance_.get(); }
+   // Keeps that from here on, before anything is started. changed, wrote: who else is
+   // to hear of either; may be empty.
+   void provenanceIs(Provenance::Input changed, Provenance::Output wrote);
+   // The slices that begin in what is done next end as they did when it was recorded.
+   void sliceEndsAre(SliceEnds ends);
+
    // What follows is written by another writer, or no more.
    void byAnotherWriterIs(bool is);
    bool isByAnotherWriter() const noexcept { return isByAnotherWriter_; }
@@ -69,6 +88,8 @@ class Host {
    class RunningMachine;
 
    void shareIs(uint32_t items);
+   bool runSlice();
+   void stepEnds(Recorder::Slice const* slice);
    bool hasTasks() const noexcept {
       return options_.machine == Verify::Machine::dataflow;
    }
@@ -80,6 +101,10 @@ class Host {
    std::unique_ptr<RunningMachine> machine_;
    size_t starts_ = 0;
    bool isByAnotherWriter_ = false;
+   std::unique_ptr<Provenance> provenance_;
+   Recorder* recorder_ = nullptr;
+   RecordedShare* recordedShare_ = nullptr; // the scheduler's, while it is recorded
+   PlayedShare* playedShare_ = nullptr;     // the same, while a recording is played
 };
 
 // Publishes the document of the options, if they name one, in each of the hosts.

@@ -1,6 +1,7 @@
 #include "agent/InputFile.h"
 
 #include "agent/BadInput.h"
+#include "agent/Descriptor.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -29,27 +30,14 @@ namespace {
                    std::to_string(kMostInput >> 20) + " MiB");
 }
 
-class Descriptor {
- public:
-   explicit Descriptor(std::string const& file)
-      : number_(file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {
-      if (number_ < 0) {
-         cannotBeRead(file, errno);
-      }
+Descriptor opened(std::string const& file) {
+   Descriptor from(file == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                               : open(file.c_str(), O_RDONLY | O_CLOEXEC));
+   if (!from) {
+      cannotBeRead(file, errno);
    }
-   Descriptor(Descriptor const&) = delete;
-   Descriptor& operator=(Descriptor const&) = delete;
-   ~Descriptor() {
-      if (number_ != STDIN_FILENO) {
-         close(number_);
-      }
-   }
-
-   int number() const noexcept { return number_; }
-
- private:
-   int number_;
-};
+   return from;
+}
 
 // How long a file is and when it was written last.
 struct Stamp {
@@ -104,7 +92,7 @@ std::string withoutMark(std::string text) {
 } // namespace
 
 std::string readFile(std::string const& file) {
-   Descriptor const from(file);
+   Descriptor const from = opened(file);
    Stamp const before(from);
    auto text = readAll(from, before, file);
    if (Stamp(from) != before) {

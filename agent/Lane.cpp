@@ -22,13 +22,46 @@ Lane::~Lane() {
    host_.stop();
 }
 
+void Lane::keepWrites() {
+   host_.provenanceIs(nullptr,
+                      [this](ordered_json const& operation, InputChange const& cause) {
+                         if (!host_.isByAnotherWriter()) {
+                            writes_.push_back({operation, cause.number});
+                         }
+                      });
+}
+
 void Lane::begin(bool isStopped) {
-   records_ = std::make_unique<Records>(host_.state(), sm_);
+   records_ = std::make_unique<Records>(sm_);
+   if (options_.record.empty()) {
+      records_->follow(host_.state());
+   } else {
+      record();
+   }
    if (!isStopped) {
       records_->write({{"line", 0}});
       host_.start();
       afterwards(0);
    }
+}
+
+// What is printed of a write is what is recorded of it, and of the changes of inputs
+// only their number: recording is to cost next to nothing.
+void Lane::record() {
+   recorder_ = std::make_unique<Recorder>(options_.record, options_, host_.state());
+   host_.recorderIs(recorder_.get());
+   for (auto const& member : host_.state().members()) {
+      if (!member.isOutput) {
+         inputs_.push_back(std::make_unique<EntityTree>(
+            member.entity, json::json_pointer(),
+            [this](EntityTree::Change const&) { ++inputChanges_; }));
+      }
+   }
+   records_->follow(host_.state(), [this](std::string const& line) {
+      if (!host_.isByAnotherWriter()) {
+         recorder_->wrote(line, inputChanges_);
+      }
+   });
 }
 
 Lane::Step Lane::checked(json const& event, bool isFirst) {
@@ -41,7 +74,7 @@ Lane::Step Lane::checked(json const& event, bool isFirst) {
    return Patch(host_.state(), event, options_.checks);
 }
 
-void Lane::play(size_t line, Step const& step) {
+void Lane::play(size_t line, Step const& step, std::string_view text) {
    Doing const doing("playing", options_.events.c_str(), line);
    line_ = line;
    records_->takeTrace();
@@ -49,7 +82,9 @@ void Lane::play(size_t line, Step const& step) {
    if (auto const* const hostLine = std::get_if<HostLine>(&step)) {
       playHost(*hostLine);
    } else {
+      host_.stepBegins(text);
       tests_ += std::get<Patch>(step).apply(*this);
+      host_.stepEnds();
    }
    afterwards(line);
 }
@@ -127,6 +162,9 @@ int Lane::end() {
    records_->takeTrace();
    auto const end = endRecord();
    host_.stop();
+   if (recorder_) {
+      recorder_->end(inputChanges_);
+   }
    size_t const errors = host_.verified();
    records_->write({{"end", end}});
    return errors != 0 ? kDisagrees : failed_ != 0 ? kTestFailed : kFine;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/EntityTree.h"
 #include "agent/Host.h"
 #include "agent/HostLine.h"
 #include "agent/Options.h"
@@ -11,7 +12,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <variant>
+#include <vector>
 
 namespace Agent {
 
@@ -35,11 +39,24 @@ class Lane final : private Patch::Observer {
    void begin(bool isStopped);
    // BadInput if the line cannot be played here; nothing has changed then.
    Step checked(nlohmann::json const& event, bool isFirst);
-   void play(size_t line, Step const& step);
+   // text: the line as the file has it.
+   void play(size_t line, Step const& step, std::string_view text);
+
+   // What the machine wrote, and the number of the change that it is put down to.
+   struct Write {
+      nlohmann::json operation;
+      uint64_t cause;
+   };
+   // Keeps that from here on; to be called before begin().
+   void keepWrites();
+   // What was kept since the last call.
+   std::vector<Write> takeWrites() { return std::exchange(writes_, {}); }
+
    // Destroys the machine and prints the last record. Returns the exit status.
    int end();
 
  private:
+   void record();
    void afterwards(size_t line);
    void playHost(HostLine const& line);
    void testFlag(HostLine const& line);
@@ -54,6 +71,10 @@ class Lane final : private Patch::Observer {
    std::string const sm_;
    Host host_;
    std::unique_ptr<Records> records_;
+   std::unique_ptr<Recorder> recorder_;
+   std::vector<std::unique_ptr<EntityTree>> inputs_; // followed while that is recorded
+   uint64_t inputChanges_ = 0;                       // and counted
+   std::vector<Write> writes_;
    size_t line_ = 0; // that is being played
    uint64_t slices_ = 0;
    uint64_t tests_ = 0;

@@ -9,6 +9,7 @@
 #include "agent/Replay.h"
 #include "agent/Run.h"
 #include "agent/Streams.h"
+#include "agent/serve/Watch.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -28,7 +29,7 @@ std::terminate_handler previousHandler = nullptr;
 int command(Agent::Options const& options) {
    switch (options.command) {
       case Agent::Options::Command::run:
-         return Agent::run(options);
+         return options.watch ? Agent::watch(options) : Agent::run(options);
       case Agent::Options::Command::replay:
          return Agent::replay(options);
       case Agent::Options::Command::explain:

@@ -133,8 +133,7 @@ std::string ManFormatter::make_help(CLI::App const* app, std::string,
                                     CLI::AppFormatMode) const {
    bool const isProgram = app->get_parent() == nullptr;
    auto const command = isProgram ? std::string() : app->get_name();
-   auto const found = pages_.find(command);
-   auto const page = found == pages_.end() ? ManPage{} : found->second;
+   auto const page = pageOf(command);
    auto text = section("NAME", prose(fmt::format("{}{} - {}", kProgram,
                                                  isProgram ? "" : " " + command,
                                                  app->get_description()))) +
@@ -147,6 +146,11 @@ std::string ManFormatter::make_help(CLI::App const* app, std::string,
                section("EXAMPLES", prose(page.examples));
    text.pop_back(); // the empty line after the last section
    return text;
+}
+
+ManPage ManFormatter::pageOf(std::string const& command) const {
+   auto const found = pages_.find(command);
+   return found == pages_.end() ? ManPage{} : found->second;
 }
 
 } // namespace Agent

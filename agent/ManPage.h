@@ -27,6 +27,9 @@ class ManFormatter final : public CLI::Formatter {
    std::string make_help(CLI::App const* app, std::string name,
                          CLI::AppFormatMode mode) const override;
 
+   // That of a command, by its name; an empty one if it has none.
+   ManPage pageOf(std::string const& command) const;
+
  private:
    std::map<std::string, ManPage> pages_;
 };

@@ -52,6 +52,11 @@ its default:
 
 Outputs that STATE holds (transitIntfColl, membershipJoinStatus) are what an earlier
 run left behind: the dataflow machine keeps what is right, and removes the rest.
+
+With --watch it stays: whenever something new stands in the file it publishes what is
+different in the inputs, and prints each change of an output with the change of an
+input that it comes of. A document that is refused is told, and the last good one
+goes on. SIGINT or SIGTERM ends it.
 )",
    R"(  0   fine
   2   bad usage or bad input; nothing was published
@@ -61,6 +66,7 @@ run left behind: the dataflow machine keeps what is right, and removes the rest.
    R"(  mcastvpn-agent run examples/leaf-pair.jsonc
   mcastvpn-agent run --json --verify examples/leaf-pair.jsonc
   mcastvpn-agent run --sm both examples/two-machines.jsonc
+  mcastvpn-agent run --watch --record recording.jsonl examples/leaf-pair.jsonc
 )"};
 
 inline constexpr ManPage kReplay{
@@ -80,9 +86,13 @@ Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain, s
 
 With --sm both each record says which machine it is of ("sm"), and the table of the
 end, side by side, goes to standard error.
+
+EVENTS may be a recording (--record). It is played again exactly, with the state, the
+options and the slices of then, and told if the machine writes anything else.
 )",
    R"(  0   fine
-  1   a test or a flag in EVENTS did not hold
+  1   a test or a flag in EVENTS did not hold, or a recording came out
+      otherwise
   2   bad usage or bad input; nothing of the line that is named was published
   3   the outputs were not what the plain rule says (--verify), or the two
       machines differed without a reason that is known (--sm both)

@@ -5,13 +5,36 @@
 #include "zin/Decimal.h"
 
 #include <stdexcept>
-#include <utility>
 
 namespace Agent {
 
 namespace {
 
-constexpr std::string_view kTogglePrefix = "McastVpnTransitMlag=";
+constexpr char const* kToggleOn = "McastVpnTransitMlag=on";
+constexpr char const* kToggleOff = "McastVpnTransitMlag=off";
+
+std::string checkToggle(std::string const& text) {
+   return text == kToggleOn || text == kToggleOff
+             ? std::string()
+             : refusal(text, std::string(kToggleOn) + " or " + kToggleOff);
+}
+
+std::string checkTrace(std::string const& text) {
+   try {
+      Pelk::TraceLevels::fromText(text);
+      return {};
+   } catch (std::invalid_argument const& error) {
+      return error.what();
+   }
+}
+
+std::string barred(std::vector<std::string> const& choices) {
+   std::string all;
+   for (auto const& choice : choices) {
+      all += (all.empty() ? "" : "|") + choice;
+   }
+   return all;
+}
 
 } // namespace
 
@@ -19,9 +42,9 @@ std::string refusal(std::string const& text, std::string const& allowed) {
    return quote(text) + " stands here; allowed is " + allowed;
 }
 
-CLI::Validator oneOf(std::vector<std::string> choices) {
+CLI::Validator oneOf(std::vector<std::string> const& choices) {
    return CLI::Validator(
-      [choices = std::move(choices)](std::string const& text) {
+      [choices](std::string const& text) {
          std::string allowed;
          for (auto const& choice : choices) {
             if (choice == text) {
@@ -31,7 +54,7 @@ CLI::Validator oneOf(std::vector<std::string> choices) {
          }
          return refusal(text, "one of " + allowed);
       },
-      "");
+      "", barred(choices));
 }
 
 std::optional<uint32_t> numberOf(std::string const& text) {
@@ -59,22 +82,16 @@ std::string checkFile(std::string const& text) {
                        : std::string();
 }
 
-std::string checkToggle(std::string const& text) {
-   bool const known = text.starts_with(kTogglePrefix);
-   auto const state = known ? text.substr(kTogglePrefix.size()) : std::string();
-   if (state != "on" && state != "off") {
-      return refusal(text, "McastVpnTransitMlag=on or McastVpnTransitMlag=off");
-   }
-   return {};
+CLI::Validator toggleState() {
+   return CLI::Validator(checkToggle, "", barred({kToggleOn, kToggleOff}));
 }
 
-std::string checkTrace(std::string const& text) {
-   try {
-      Pelk::TraceLevels::fromText(text);
-      return {};
-   } catch (std::invalid_argument const& error) {
-      return error.what();
+CLI::Validator traceLevels() {
+   std::vector<std::string> choices{"all"};
+   for (int level = 0; level <= 9; ++level) {
+      choices.push_back(std::to_string(level));
    }
+   return CLI::Validator(checkTrace, "", barred(choices));
 }
 
 } // namespace Agent

@@ -15,13 +15,15 @@ namespace Agent {
 // What stands there and what is allowed, as all messages say it.
 std::string refusal(std::string const& text, std::string const& allowed);
 
-CLI::Validator oneOf(std::vector<std::string> choices);
+// Its name lists the choices, with a bar between two.
+CLI::Validator oneOf(std::vector<std::string> const& choices);
 CLI::Validator numberFrom(uint32_t least,
                           uint32_t most = std::numeric_limits<uint32_t>::max());
 std::optional<uint32_t> numberOf(std::string const& text);
 
 std::string checkFile(std::string const& text);
-std::string checkToggle(std::string const& text);
-std::string checkTrace(std::string const& text);
+// Their names list choices too, but of many.
+CLI::Validator toggleState();
+CLI::Validator traceLevels();
 
 } // namespace Agent

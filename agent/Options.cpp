@@ -15,10 +15,6 @@ namespace Agent {
 
 namespace {
 
-[[noreturn]] void notInThisBuild(std::string const& what) {
-   throw CLI::ValidationError(what, "not in this build");
-}
-
 class CommandLine {
  public:
    CommandLine()
@@ -67,6 +63,8 @@ class CommandLine {
       }
    }
 
+   CLI::App& app() { return app_; }
+
  private:
    CLI::App const* command() const {
       auto const commands = app_.get_subcommands();
@@ -94,12 +92,14 @@ class CommandLine {
          "run", "publish a state, run the machine until it is idle, print its outputs");
       run->callback([this] { options_.command = Options::Command::run; });
       addState(*run);
-      run->add_flag("--watch", watch_, "stay and follow the file (not in this build)");
+      run->add_flag("--watch", options_.watch,
+                    "stay, publish what is new in the file, print what that changes");
       addMachine(*run, {"reactor", "dataflow", "both"},
                  "the machine: dataflow (the default), reactor, or both, each on "
                  "outputs of its own");
       addCommon(*run);
       addVerify(*run);
+      addRecord(*run);
       run->add_flag("--json", options_.json, "print the outputs as a JSON document");
    }
 
@@ -120,6 +120,7 @@ class CommandLine {
                  "outputs of its own");
       addCommon(*replay);
       addVerify(*replay);
+      addRecord(*replay);
       replay->add_flag("--manual", options_.manual,
                        "tasks run only when a host line says so");
    }
@@ -189,7 +190,7 @@ class CommandLine {
       command
          .add_option("--toggle", options_.toggles,
                      "override a feature toggle: McastVpnTransitMlag=on or =off")
-         ->check(CLI::Validator(checkToggle, ""))
+         ->check(toggleState())
          ->type_name("NAME=STATE")
          ->allow_extra_args(false);
       command
@@ -229,7 +230,7 @@ class CommandLine {
       command
          .add_option("--trace", trace_,
                      "print the text trace of these levels: 7, 6-9, 4,8 or all")
-         ->check(CLI::Validator(checkTrace, ""))
+         ->check(traceLevels())
          ->type_name("LEVELS");
       addInputs(command);
    }
@@ -238,6 +239,13 @@ class CommandLine {
       command.add_flag(
          "--verify", verify_,
          "compare the outputs with the plain rule whenever the machine is idle");
+   }
+
+   void addRecord(CLI::App& command) {
+      command
+         .add_option("--record", options_.record,
+                     "record what happens to this file, for replay to play again")
+         ->type_name("FILE");
    }
 
    // What the options say together.
@@ -260,14 +268,29 @@ class CommandLine {
          throw CLI::ValidationError(
             "--state", refusal("-", "a file, as EVENTS is standard input"));
       }
-      if (watch_) {
-         notInThisBuild("--watch");
+      if (options_.watch && options_.state == "-") {
+         throw CLI::ValidationError("--watch",
+                                    refusal("-", "a file, which can be followed"));
+      }
+      if (!options_.record.empty()) {
+         checkRecord();
       }
       options_.verify = verify_;
       if (!trace_.empty()) {
          options_.trace = Pelk::TraceLevels::fromText(trace_);
       }
       options_.checks = unchecked_ ? Checks::unchecked : Checks::plausible;
+   }
+
+   void checkRecord() const {
+      if (options_.both) {
+         throw CLI::ValidationError(
+            "--record", refusal("both", "one machine: --sm dataflow or reactor"));
+      }
+      if (options_.command == Options::Command::run && !options_.watch) {
+         throw CLI::ValidationError("--record", "a run without --watch; allowed are "
+                                                "run --watch and replay");
+      }
    }
 
    void printHelp() {
@@ -300,7 +323,6 @@ class CommandLine {
    std::string trace_;
    std::string sliceItems_;
    std::vector<std::string> vlans_;
-   bool watch_ = false;
    bool verify_ = false;
    bool unchecked_ = false;
 };
@@ -319,6 +341,11 @@ std::vector<Options> optionsOfEach(Options const& options) {
 
 ParsedOptions parseOptions(int argc, char const* const* argv) {
    return CommandLine().parse(argc, argv);
+}
+
+void showCommands(std::function<void(CLI::App&)> const& show) {
+   CommandLine line;
+   show(line.app());
 }
 
 } // namespace Agent

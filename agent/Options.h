@@ -7,9 +7,14 @@
 #include "vorn/SmControl.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace Agent {
 
@@ -33,6 +38,8 @@ struct Options {
    std::vector<std::string> toggles; // NAME=on or NAME=off, checked
    std::string toggleFile;
    bool json = false;
+   std::string record; // run --watch, replay: the file to record to; empty for none
+   bool watch = false; // run: stay and follow the file
    bool verify = false;
    Checks checks = Checks::plausible;
 
@@ -52,5 +59,9 @@ struct ParsedOptions {
    std::optional<int> status;
 };
 ParsedOptions parseOptions(int argc, char const* const* argv);
+
+// Shows the program's commands with all their options to what is made of them: manual
+// pages, shell completions.
+void showCommands(std::function<void(CLI::App&)> const& show);
 
 } // namespace Agent

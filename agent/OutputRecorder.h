@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/EntityTree.h"
 #include "agent/State.h"
 #include "pelk/Entity.h"
 #include "pelk/Ptr.h"
@@ -14,25 +15,21 @@
 
 namespace Agent {
 
+// One change notification as one JSON Patch operation.
+nlohmann::ordered_json operationOf(EntityTree::Change const& change);
+
 // Turns each change notification of an entity, and of everything below it, into one
 // JSON Patch operation. Applied in order to what the entity held at the start, the
-// operations give what it holds at the end. Driven by the type tables.
-//
-// To be made before anybody else subscribes to the entity: it is then told first, and
-// the order stands also where another subscriber changes the entity in its callback.
+// operations give what it holds at the end. To be made when an EntityTree is to be.
 class OutputRecorder {
  public:
    using Emit = std::function<void(nlohmann::ordered_json const& operation)>;
 
    OutputRecorder(std::string_view name, Pelk::Ptr<Pelk::Entity> const& entity,
-                  Emit emit);
-   ~OutputRecorder();
+                  Emit const& emit);
 
  private:
-   class Node;
-
-   Emit emit_;
-   std::unique_ptr<Node> root_;
+   EntityTree tree_;
 };
 
 // The same for all outputs of a state.

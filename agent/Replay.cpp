@@ -2,8 +2,8 @@
 
 #include "agent/BadInput.h"
 #include "agent/ComparisonText.h"
+#include "agent/EventLines.h"
 #include "agent/ExitStatus.h"
-#include "agent/InputFile.h"
 #include "agent/JsonText.h"
 #include "agent/Lane.h"
 #include "agent/MachineNames.h"
@@ -11,6 +11,7 @@
 #include "agent/Streams.h"
 #include "agent/Terminal.h"
 #include "agent/TwoMachines.h"
+#include "agent/record/Playback.h"
 
 #include <fmt/format.h>
 
@@ -19,7 +20,6 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,49 +28,6 @@ namespace Agent {
 namespace {
 
 using nlohmann::json;
-
-struct Line {
-   size_t number; // in the file, from 1
-   std::string text;
-};
-
-// The lines of the event file that hold something, one at a time, so that a program can
-// write a line and wait for what it does.
-class EventLines {
- public:
-   explicit EventLines(std::string const& file)
-      : isStandardInput_(file == "-"), text_(isStandardInput_ ? "" : readFile(file)),
-        content_(text_) {}
-
-   // How much there is to read, in bytes; 0 if that is not known.
-   size_t size() const noexcept { return text_.size(); }
-
-   // The next line, which stays the next one; null at the end.
-   Line const* peek() {
-      while (!next_ && nextLine()) {
-         ++current_.number;
-         auto const first = current_.text.find_first_not_of(" \t\r");
-         if (first != std::string::npos && current_.text[first] != '#') {
-            next_ = &current_;
-         }
-      }
-      return next_;
-   }
-   void drop() { next_ = nullptr; }
-
- private:
-   bool nextLine() {
-      return isStandardInput_
-                ? readLine(current_.text)
-                : static_cast<bool>(std::getline(content_, current_.text));
-   }
-
-   bool isStandardInput_;
-   std::string text_;
-   std::istringstream content_;
-   Line current_{0, {}};
-   Line const* next_ = nullptr;
-};
 
 // Plays the lines with one machine, or with both in turn.
 class Player {
@@ -123,21 +80,22 @@ class Player {
       return first != nullptr && parsed(*first) == json{{"host", "stop"}};
    }
 
-   json parsed(Line const& line) const {
+   json parsed(EventLines::Line const& line) const {
       return parseJson(line.text, options_.events, line.number);
    }
 
-   void play(Line const& line, bool isFirst) {
+   void play(EventLines::Line const& line, bool isFirst) {
       auto const event = parsed(line);
       auto const steps = checked(line, event, isFirst);
       for (size_t i = 0; i < lanes_.size(); ++i) {
-         lanes_[i]->play(line.number, steps[i]);
+         lanes_[i]->play(line.number, steps[i], line.text);
       }
       compare(line.number);
    }
 
    // The line is checked for every lane before it is played in one.
-   std::vector<Lane::Step> checked(Line const& line, json const& event, bool isFirst) {
+   std::vector<Lane::Step> checked(EventLines::Line const& line, json const& event,
+                                   bool isFirst) {
       std::vector<Lane::Step> steps;
       try {
          for (auto const& lane : lanes_) {
@@ -186,9 +144,95 @@ class Player {
    std::optional<TwoMachines> machines_;
 };
 
+// Plays a recording, and tells where it comes out otherwise.
+class RecordingPlayer {
+ public:
+   explicit RecordingPlayer(Options const& given)
+      : playback_(given.events), options_(playback_.options(given)),
+        lane_(options_, {}), progress_("replaying", playback_.size()) {}
+
+   int play() {
+      lane_.host().state().assign(documentOf(playback_.state()));
+      lane_.keepWrites();
+      lane_.begin(true);
+      while (auto const step = playback_.next()) {
+         play(*step);
+         progress_.step(step->text.size());
+         requireResults();
+      }
+      if (!playback_.isClosed()) {
+         flushResults();
+         fmt::print(stderr,
+                    "mcastvpn-agent: {}the recording has no end: its process ended "
+                    "in the middle\n",
+                    location(options_.events, 0));
+      }
+      int const status = lane_.end();
+      return isDifferent_ ? kTestFailed : status;
+   }
+
+ private:
+   // The state was checked when it was recorded, but files can be changed.
+   json documentOf(json const& state) {
+      try {
+         return lane_.host().state().canonical(state, options_.checks);
+      } catch (BadInput const& error) {
+         throw InputError(location(options_.events, 1) + "/state" + error.what());
+      }
+   }
+
+   void play(RecordedStep const& step) {
+      std::optional<Lane::Step> checked;
+      try {
+         checked = lane_.checked(step.play, false);
+      } catch (BadInput const& error) {
+         throw InputError(location(options_.events, step.line) + error.what());
+      }
+      lane_.host().sliceEndsAre(step.ends);
+      lane_.play(step.line, *checked, step.text);
+      compare(step, lane_.takeWrites());
+   }
+
+   // The first difference is the one that matters: what follows may come of it.
+   void compare(RecordedStep const& step, std::vector<Lane::Write> const& writes) {
+      for (size_t i = 0;
+           !isDifferent_ && i < std::max(step.writes.size(), writes.size()); ++i) {
+         auto const have = i < writes.size() ? writes[i].operation : json();
+         auto const want = i < step.writes.size() ? step.writes[i].operation : json();
+         bool const isSameCause =
+            have.is_null() || want.is_null() || writes[i].cause == step.writes[i].cause;
+         if (have != want || !isSameCause) {
+            isDifferent_ = true;
+            flushResults();
+            fmt::print(
+               stderr,
+               "mcastvpn-agent: {}write {} of this step is {}; recorded is {}\n",
+               location(options_.events, step.line), i + 1, textOf(have, writes, i),
+               want.is_null() ? "none" : want.dump());
+         }
+      }
+   }
+
+   static std::string textOf(json const& operation,
+                             std::vector<Lane::Write> const& writes, size_t i) {
+      return operation.is_null() ? "none"
+                                 : fmt::format("{}, put down to change {}",
+                                               operation.dump(), writes[i].cause);
+   }
+
+   Playback playback_;
+   Options const options_;
+   Lane lane_;
+   Progress progress_;
+   bool isDifferent_ = false;
+};
+
 } // namespace
 
 int replay(Options const& options) {
+   if (Playback::isOne(options.events)) {
+      return RecordingPlayer(options).play();
+   }
    return Player(options).play();
 }
 

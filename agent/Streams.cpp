@@ -103,10 +103,13 @@ void flushResults() {
 
 void requireResults() {
    if (failure != 0 || std::ferror(stdout) != 0 || !std::cout.good()) {
-      auto const reason =
-         failure != 0 ? ": " + std::generic_category().message(failure) : "";
-      throw InputError("standard output: the results cannot be written" + reason);
+      resultsFailed(failure);
    }
+}
+
+void resultsFailed(int error) {
+   auto const reason = error != 0 ? ": " + std::generic_category().message(error) : "";
+   throw InputError("standard output: the results cannot be written" + reason);
 }
 
 } // namespace Agent

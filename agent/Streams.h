@@ -22,5 +22,7 @@ void flushResults();
 // InputError if something could not be written since the process began: nobody will see
 // what else there is to print.
 void requireResults();
+// That error, for the number of what went wrong; 0 for nothing known.
+[[noreturn]] void resultsFailed(int error);
 
 } // namespace Agent

@@ -21,6 +21,7 @@ mcast_consumer_test(Install.PublicHeadersNeedNothingElse headers)
 mcast_consumer_test(Install.LibrariesOfferNothingOfOthers exports)
 mcast_consumer_test(Install.ConsumerIsBuiltByFindPackage find-package)
 mcast_consumer_test(Install.ConsumerIsBuiltByPkgConfig pkg-config)
+mcast_consumer_test(Install.EmbeddingIsBuiltAsItsPageShowsIt embedding)
 mcast_consumer_test(Install.PrefixCanBeMoved move)
 set_tests_properties(Install.FillsAnEmptyPrefix
   PROPERTIES FIXTURES_SETUP installation)
@@ -29,5 +30,6 @@ set_tests_properties(
   Install.LibrariesOfferNothingOfOthers
   Install.ConsumerIsBuiltByFindPackage
   Install.ConsumerIsBuiltByPkgConfig
+  Install.EmbeddingIsBuiltAsItsPageShowsIt
   Install.PrefixCanBeMoved
   PROPERTIES FIXTURES_REQUIRED installation)

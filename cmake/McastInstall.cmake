@@ -16,9 +16,9 @@ write_basic_package_version_file(
 install(FILES
   "${PROJECT_BINARY_DIR}/packaging/McastVpnLibConfig.cmake"
   "${PROJECT_BINARY_DIR}/packaging/McastVpnLibConfigVersion.cmake"
-  DESTINATION "${mcast_package_folder}")
+  DESTINATION "${mcast_package_folder}" COMPONENT dev)
 install(EXPORT McastVpnLibTargets NAMESPACE McastVpnLib::
-  DESTINATION "${mcast_package_folder}")
+  DESTINATION "${mcast_package_folder}" COMPONENT dev)
 
 set(mcast_pc_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH MCAST_PC_TO_PREFIX
@@ -27,4 +27,4 @@ string(REGEX REPLACE "/$" "" MCAST_PC_TO_PREFIX "${MCAST_PC_TO_PREFIX}")
 configure_file(packaging/McastVpnLib.pc.in
   "${PROJECT_BINARY_DIR}/packaging/McastVpnLib.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/packaging/McastVpnLib.pc"
-  DESTINATION "${mcast_pc_folder}")
+  DESTINATION "${mcast_pc_folder}" COMPONENT dev)

@@ -6,6 +6,9 @@
 #   scripts/setup.sh --bench    also what the benchmarks compare with
 #   scripts/setup.sh --checks   also Clang with its sanitizers, linter and formatter,
 #                               and the other tools that look for faults
+#   scripts/setup.sh --packages also what makes and tries Debian packages, manual pages
+#                               and completions
+#   scripts/setup.sh --docs     also what makes the documentation's site
 #   scripts/setup.sh --mutation also libclang for Python, which reads what is mutated
 #
 # Debian 12 or newer, as root or through sudo.
@@ -18,6 +21,8 @@ packages=(g++ cmake make ninja-build ccache pkgconf
 bench_packages=(libbenchmark-dev libabsl-dev libboost-dev libspdlog-dev
    libsqlite3-dev valgrind)
 checks_packages=(cppcheck gcovr python3 valgrind)
+packages_packages=(scdoc man-db zsh dpkg-dev lintian abigail-tools xz-utils debootstrap)
+docs_packages=(doxygen graphviz python3)
 mutation_packages=(python3 python3-clang-19)
 oldest_clang=19
 oldest_fmt=10
@@ -217,6 +222,8 @@ for option in "$@"; do
          packages+=("${checks_packages[@]}")
          wants_clang=yes
          ;;
+      --packages) packages+=("${packages_packages[@]}") ;;
+      --docs) packages+=("${docs_packages[@]}") ;;
       --mutation) packages+=("${mutation_packages[@]}") ;;
       *) fail "unknown option $option" ;;
    esac

@@ -1,4 +1,5 @@
 #include "support/RunningAgent.h"
+#include "support/TransitState.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -43,19 +44,7 @@ class OpenFile {
 
 class Failure : public testing::Test {
  protected:
-   // A state of so many VLANs, each of them a transit VLAN.
-   static std::string stateOf(int vlans) {
-      json state;
-      auto& status = state["vtiStatusDir"]["vtiStatus"]["Vxlan1"];
-      status["localVtepAddr"] = "10.0.0.1";
-      for (int vlan = 1; vlan <= vlans; ++vlan) {
-         auto const vrf = "vrf-" + std::to_string(vlan);
-         state["mcastEvpnConfig"]["transitVrf"].push_back(vrf);
-         state["pegVlanStatus"]["pegVlan"].push_back(vlan);
-         status["vrfToSBDVlan"][vrf] = vlan;
-      }
-      return state.dump(1);
-   }
+   static std::string stateOf(int vlans) { return manyTransitVlans(vlans).dump(1); }
    // So many lines, each of which makes the machine write.
    static std::string eventsOf(int lines) {
       std::string text;

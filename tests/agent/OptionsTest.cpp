@@ -175,7 +175,9 @@ INSTANTIATE_TEST_SUITE_P(
                "help: \"walk\" stands here; allowed is run, replay, explain, plan, "
                "compare or "
                "graph"},
-      BadUsage{"Watch", {"run", "--watch", "x"}, "--watch: not in this build"},
+      BadUsage{"WatchOfNoFile",
+               {"run", "--watch", "-"},
+               "--watch: \"-\" stands here; allowed is a file, which can be followed"},
       BadUsage{"ExplainOfNoVlan",
                {"explain", "--vlan", "4095", "x"},
                "--vlan: \"4095\" stands here; allowed is a number from 1 to 4094"},

@@ -83,6 +83,19 @@ case $1 in
       expect_transit_intf "$work/by-pkg-config"
       ;;
 
+   # The program of docs/Embedding.md: its blocks of code, one after the other, print
+   # what its block of text shows.
+   embedding)
+      page=$here/../../docs/Embedding.md
+      block() { awk -v fence="\`\`\`$1" '/^```/ { inside = $0 == fence; next } inside' "$page"; }
+      block cpp >"$work/embedding.cpp"
+      [ -s "$work/embedding.cpp" ]
+      export PKG_CONFIG_PATH=$prefix/$LIB/pkgconfig
+      build_by_pkg_config "$work/embedding.cpp" "$work/embedding"
+      export LD_LIBRARY_PATH=$prefix/$LIB
+      "$work/embedding" | diff <(block text) - || fail "docs/Embedding.md shows another"
+      ;;
+
    # Neither file of the installation, nor a program in it, names the first prefix.
    move)
       moved=$work/moved

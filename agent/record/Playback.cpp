@@ -1,0 +1,130 @@
+#include "agent/record/Playback.h"
+
+#include "agent/BadInput.h"
+#include "agent/JsonText.h"
+#include "agent/record/Recording.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace Agent {
+
+using nlohmann::json;
+
+namespace {
+
+// Of the first record of a file.
+bool isHeader(json const& record) {
+   return record.is_object() && record.contains("recording");
+}
+
+// An option of the header. What the value is not, its caller says.
+template <typename T>
+T optionOf(json const& options, char const* name) {
+   return options.at(name).get<T>();
+}
+
+} // namespace
+
+bool Playback::isOne(std::string const& file) {
+   if (file == "-") {
+      return false; // nothing is read of it before it is played
+   }
+   EventLines lines(file);
+   auto const* const first = lines.peek();
+   return first != nullptr && isHeader(json::parse(first->text, nullptr, false));
+}
+
+Playback::Playback(std::string const& file) : file_(file), lines_(file) {
+   header_ = record();
+   if (!isHeader(header_)) {
+      refuse(excerpt(header_), "a recording's first line");
+   }
+   if (header_.at("recording") != kRecordingVersion) {
+      refuse("a recording of version " + excerpt(header_.at("recording")),
+             "version " + std::to_string(kRecordingVersion));
+   }
+   if (!header_.contains("state") || !header_.contains("options")) {
+      refuse(excerpt(header_), "options and state");
+   }
+}
+
+Options Playback::options(Options const& given) const {
+   auto options = given;
+   try {
+      auto const& recorded = header_.at("options");
+      options.both = false;
+      options.machine = optionOf<std::string>(recorded, "sm") == "reactor"
+                           ? Verify::Machine::reactor
+                           : Verify::Machine::dataflow;
+      options.af = Lidra::addressFamilyFromText(optionOf<std::string>(recorded, "af"));
+      options.mode = optionOf<std::string>(recorded, "mode") == "sync"
+                        ? Vorn::RunMode::synchronous
+                        : Vorn::RunMode::asynchronous;
+      options.seed = optionOf<uint32_t>(recorded, "seed");
+      options.toggles = optionOf<std::vector<std::string>>(recorded, "toggles");
+      options.toggleFile.clear();
+      options.sliceItems.reset();
+      options.checks =
+         optionOf<bool>(recorded, "unchecked") ? Checks::unchecked : Checks::plausible;
+   } catch (std::exception const& error) {
+      refuse(std::string("options that cannot be used (") + error.what() + ")",
+             "those that the recorder writes");
+   }
+   options.manual = true;
+   return options;
+}
+
+json Playback::record() {
+   if (!pending_.is_null()) {
+      return std::exchange(pending_, {});
+   }
+   auto const* const line = lines_.peek();
+   if (line == nullptr) {
+      return {};
+   }
+   line_ = line->number;
+   auto record = parseJson(line->text, file_, line_);
+   lines_.drop();
+   return record;
+}
+
+std::optional<RecordedStep> Playback::next() {
+   auto record = this->record();
+   if (record.is_null() || record.contains("end")) {
+      isClosed_ = !record.is_null();
+      return std::nullopt;
+   }
+   RecordedStep step;
+   try {
+      step.line = line_;
+      step.time = step.end = record.at("t").get<int64_t>();
+      step.play = record.at("play");
+      step.text = step.play.dump();
+      for (record = this->record(); !record.is_null(); record = this->record()) {
+         if (record.contains("play") || record.contains("end")) {
+            pending_ = std::move(record);
+            break;
+         }
+         step.end = record.at("t").get<int64_t>();
+         if (record.contains("wrote")) {
+            step.writes.push_back(
+               {step.end, record.at("wrote"), record.at("cause").get<uint64_t>()});
+         } else {
+            step.ends = record.at("ends").get<SliceEnds>();
+            step.slice = record.value("slice", json());
+         }
+      }
+   } catch (json::exception const&) {
+      refuse(excerpt(record), R"(a record with "play", "wrote" or "ends")");
+   }
+   return step;
+}
+
+void Playback::refuse(std::string const& found, std::string const& allowed) const {
+   throw InputError(
+      fmt::format("{}{}; allowed is {}", location(file_, line_), found, allowed));
+}
+
+} // namespace Agent

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "agent/EventLines.h"
+#include "agent/Options.h"
+#include "agent/record/StepShare.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Agent {
+
+// A step of a recording, with all that was recorded of it.
+struct RecordedStep {
+   struct Write {
+      int64_t time; // microseconds since the recording began
+      nlohmann::json operation;
+      uint64_t cause;
+   };
+
+   size_t line = 0;  // of the file
+   int64_t time = 0; // as above
+   std::string text; // a line of events
+   nlohmann::json play;
+   std::vector<Write> writes;
+   SliceEnds ends;
+   int64_t end = 0; // when it was over; that of its last record, if it was not told
+   nlohmann::json slice; // as recorded; null if the step was none
+};
+
+// Reads a recording (agent/record/Recording.h), step by step. InputError, with file and
+// line, for what is none, here and below.
+class Playback {
+ public:
+   // Whether the file begins as a recording does.
+   static bool isOne(std::string const& file);
+
+   explicit Playback(std::string const& file);
+
+   // Options that play it as it was recorded; those that change nothing of what the
+   // machine does are taken from the ones given.
+   Options options(Options const& given) const;
+   // The state that it starts from, as a document.
+   nlohmann::json const& state() const { return header_.at("state"); }
+   nlohmann::json const& header() const noexcept { return header_; }
+
+   // How much there is to read, in bytes.
+   size_t size() const noexcept { return lines_.size(); }
+
+   // The next step; none behind the last one.
+   std::optional<RecordedStep> next();
+   // Whether the recording was closed, known behind the last step: the process that
+   // made it did not end in the middle.
+   bool isClosed() const noexcept { return isClosed_; }
+
+ private:
+   nlohmann::json record();
+   [[noreturn]] void refuse(std::string const& found, std::string const& allowed) const;
+
+   std::string file_;
+   EventLines lines_;
+   size_t line_ = 0; // of the last record
+   nlohmann::json header_;
+   nlohmann::json pending_; // read already; null for nothing
+   bool isClosed_ = false;
+};
+
+} // namespace Agent

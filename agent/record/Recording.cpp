@@ -1,0 +1,148 @@
+#include "agent/record/Recording.h"
+
+#include "agent/BadInput.h"
+#include "agent/Formatters.h"
+#include "agent/MachineNames.h"
+#include "agent/Version.h"
+#include "zin/Hash.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+namespace Agent {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+namespace {
+
+constexpr size_t kGathered = size_t{1} << 16; // written at once
+
+ordered_json optionsToJson(Options const& options) {
+   ordered_json json{
+      {"sm", smName(options.machine)},
+      {"af", fmt::format("{}", options.af)},
+      {"mode", options.mode == Vorn::RunMode::synchronous ? "sync" : "async"},
+      {"seed", Zin::HashHelper::hashSeed32()},
+      {"unchecked", options.checks == Checks::unchecked}};
+   json["toggles"] = options.toggles;
+   return json;
+}
+
+std::string timeText() {
+   return fmt::format("{:%FT%T}Z", std::chrono::floor<std::chrono::microseconds>(
+                                      std::chrono::system_clock::now()));
+}
+
+} // namespace
+
+Recorder::Recorder(std::string file, Options const& options, State const& state)
+   : file_(std::move(file)),
+     descriptor_(open(file_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)),
+     begin_(std::chrono::steady_clock::now()) {
+   if (!descriptor_) {
+      throw InputError(location(file_, 0) +
+                       "cannot be written: " + std::generic_category().message(errno));
+   }
+   line(ordered_json{{"recording", kRecordingVersion},
+                     {"agent", kVersion},
+                     {"time", timeText()},
+                     {"options", optionsToJson(options)},
+                     {"state", state.toJson()}}
+           .dump());
+   flush();
+}
+
+Recorder::~Recorder() {
+   static_cast<void>(writeOut()); // end() has told what went wrong
+}
+
+void Recorder::stepBegins(std::string_view play) {
+   ++steps_;
+   fmt::format_to(std::back_inserter(gathered_), "{{\"t\":{},\"play\":{}}}\n", now(),
+                  play);
+   flushIfFull();
+}
+
+void Recorder::wrote(std::string_view operation, uint64_t cause) {
+   ++writes_;
+   fmt::format_to(std::back_inserter(gathered_),
+                  "{{\"t\":{},\"wrote\":{},\"cause\":{}}}\n", now(), operation, cause);
+}
+
+void Recorder::stepEnds(SliceEnds const& ends, Slice const* slice) {
+   if (ends.empty() && slice == nullptr) {
+      return;
+   }
+   ordered_json record{{"t", now()}, {"ends", ends}};
+   if (slice != nullptr) {
+      record["slice"] = {
+         {"task", slice->task},
+         {"items", slice->items},
+         {"time",
+          std::chrono::duration_cast<std::chrono::microseconds>(slice->time).count()}};
+   }
+   line(record.dump());
+}
+
+void Recorder::end(uint64_t inputs) {
+   line(ordered_json{
+      {"t", now()},
+      {"end", {{"steps", steps_}, {"inputs", inputs}, {"writes", writes_}}}}
+           .dump());
+   flush();
+}
+
+void Recorder::flush() {
+   if (int const error = writeOut(); error != 0) {
+      hasFailed_ = true; // and is told once: what ends for it is not stopped again
+      gathered_.clear();
+      throw InputError(location(file_, 0) +
+                       "cannot be written: " + std::generic_category().message(error));
+   }
+}
+
+int64_t Recorder::now() const {
+   return std::chrono::duration_cast<std::chrono::microseconds>(
+             std::chrono::steady_clock::now() - begin_)
+      .count();
+}
+
+void Recorder::line(std::string_view text) {
+   gathered_ += text;
+   gathered_ += '\n';
+   flushIfFull();
+}
+
+void Recorder::flushIfFull() {
+   if (gathered_.size() >= kGathered) {
+      flush();
+   }
+}
+
+// Returns the number of what went wrong, or 0.
+int Recorder::writeOut() noexcept {
+   if (hasFailed_) {
+      gathered_.clear();
+   }
+   std::string_view left = gathered_;
+   while (!left.empty()) {
+      auto const count = write(descriptor_.number(), left.data(), left.size());
+      if (count < 0 && errno != EINTR) {
+         return errno;
+      }
+      left.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
+   }
+   gathered_.clear();
+   return 0;
+}
+
+} // namespace Agent

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "agent/Descriptor.h"
+#include "agent/Options.h"
+#include "agent/Provenance.h"
+#include "agent/State.h"
+#include "agent/record/StepShare.h"
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// A recording: what happened to a machine and what it did, so that it can be played
+// again exactly. JSON Lines:
+//
+//   {"recording":1,"agent":"1.0.0","time":"…Z","options":{…},"state":{…}}
+//   {"t":15,"play":{"host":"start"}}
+//   {"t":17,"wrote":{"op":"add","path":"/transitIntfColl/intf/Vlan10",…},"cause":0}
+//   {"t":21,"ends":[[5],[]],"slice":{"task":"…","items":5,"time":3}}
+//   {"t":400,"play":{"op":"add","path":"/pegVlanStatus/pegVlan/20","value":{}}}
+//   {"t":900,"end":{"steps":3,"inputs":1,"writes":1}}
+//
+// The first line has the version of this form, the options that change what a machine
+// does (with the hash seed, whoever chose it) and the whole state that it starts from.
+// "play" is a step, as a line of an event file has it; "wrote" what the machine wrote
+// in it, as replay prints it, with the number of the input change that it is put down
+// to; "ends" closes a step in which slices began, with the polls of each that were
+// answered with yes, and tells of the slice, if the step was one. "t" are microseconds
+// since the first line was written. Without "end" the process ended in the middle of a
+// step.
+namespace Agent {
+
+// The version of the form. A reader refuses what it does not know.
+inline constexpr int kRecordingVersion = 1;
+
+// Writes one while a machine runs. Event thread only.
+class Recorder {
+ public:
+   // Begins with what the state holds. InputError if the file cannot be written, here
+   // and below.
+   Recorder(std::string file, Options const& options, State const& state);
+   Recorder(Recorder const&) = delete;
+   Recorder& operator=(Recorder const&) = delete;
+   ~Recorder();
+
+   // Something is done to the machine from outside: an operation, a host line. The text
+   // is one JSON value.
+   void stepBegins(std::string_view play);
+   // Called from inside notifications, so nothing is written to the file here.
+   void wrote(std::string_view operation, uint64_t cause);
+   // What the step was, once it is done.
+   struct Slice {
+      std::string_view task;
+      uint64_t items = 0;
+      std::chrono::nanoseconds time{};
+   };
+   void stepEnds(SliceEnds const& ends, Slice const* slice = nullptr);
+
+   void end(uint64_t inputs);
+   // What was recorded is in the file then.
+   void flush();
+
+ private:
+   int64_t now() const;
+   void line(std::string_view text);
+   void flushIfFull();
+   int writeOut() noexcept;
+
+   std::string file_;
+   Descriptor descriptor_;
+   std::string gathered_;
+   std::chrono::steady_clock::time_point begin_;
+   bool hasFailed_ = false;
+   uint64_t steps_ = 0;
+   uint64_t writes_ = 0;
+};
+
+} // namespace Agent

@@ -1,0 +1,241 @@
+#include "agent/serve/Watch.h"
+
+#include "agent/BadInput.h"
+#include "agent/ComparisonText.h"
+#include "agent/ExitStatus.h"
+#include "agent/Host.h"
+#include "agent/MachineNames.h"
+#include "agent/OutOfMemory.h"
+#include "agent/OutputTable.h"
+#include "agent/Terminal.h"
+#include "agent/TwoMachines.h"
+#include "agent/record/Recording.h"
+#include "agent/serve/ChangeText.h"
+#include "agent/serve/EventLoop.h"
+#include "agent/serve/Feed.h"
+#include "agent/serve/FileWatch.h"
+#include "agent/serve/LiveResults.h"
+#include "agent/serve/SignalWatch.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Agent {
+
+namespace {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+// Changes of inputs that are published before somebody else has his turn.
+constexpr size_t kChangesATurn = 64;
+
+void say(std::string const& text) {
+   std::fputs(fmt::format("mcastvpn-agent: {}\n", text).c_str(), stderr);
+}
+
+class Watch {
+ public:
+   explicit Watch(Options const& options)
+      : options_(options), where_(location(options.state, 0)) {
+      for (auto const& own : optionsOfEach(options)) {
+         machines_.push_back(
+            std::make_unique<Machine>(own, options.both ? smName(own.machine) : ""));
+      }
+   }
+
+   int run() {
+      file_ = std::make_unique<FileWatch>(loop_, options_.state, [this] { read(); });
+      file_->seen();
+      publishAll(loadDocument(state(0), options_.state, options_.checks));
+      if (options_.both) {
+         twoMachines_.emplace(machines_[0]->host, machines_[1]->host, options_);
+      }
+      if (!options_.record.empty()) {
+         recorder_ = std::make_unique<Recorder>(options_.record, options_, state(0));
+         machines_[0]->host.recorderIs(recorder_.get());
+      }
+      for (auto const& machine : machines_) {
+         machine->host.provenanceIs(
+            nullptr, [this, sm = machine->sm](ordered_json const& operation,
+                                              InputChange const& cause) {
+               wrote({operation, cause, sm, std::chrono::system_clock::now()});
+            });
+         machine->host.start();
+      }
+      SignalWatch const signals(loop_, {SIGINT, SIGTERM},
+                                [this](int) { loop_.stop(); });
+      loop_.workIs([this] { return work(); });
+      loop_.turnEndIs([this] {
+         if (recorder_) {
+            recorder_->flush();
+         }
+         results_.flush();
+      });
+      loop_.run();
+      return end();
+   }
+
+ private:
+   struct Machine {
+      Machine(Options const& own, std::string_view name) : host(own), sm(name) {}
+
+      Host host;
+      std::string_view sm;
+   };
+
+   State& state(size_t machine) { return machines_[machine]->host.state(); }
+
+   void publishAll(json document) {
+      Doing const doing("publishing", options_.state.c_str());
+      std::vector<Host*> hosts;
+      for (auto const& machine : machines_) {
+         machine->host.state().assign(document);
+         hosts.push_back(&machine->host);
+      }
+      feed_ =
+         std::make_unique<Feed>(std::move(hosts), std::move(document), options_.checks);
+   }
+
+   // A piece of what is to be done, and whether there is more. While nobody takes the
+   // results no more of them are made.
+   bool work() {
+      if (results_.isFull()) {
+         return false;
+      }
+      bool isMore = feed_->publish(kChangesATurn);
+      for (auto const& machine : machines_) {
+         isMore = machine->host.slice(1) != 0 || isMore;
+      }
+      if (!isMore && !isSettled_) {
+         settle();
+      }
+      return isMore;
+   }
+
+   // Nothing is left to do.
+   void settle() {
+      isSettled_ = true;
+      for (auto const& machine : machines_) {
+         machine->host.verify(where_);
+      }
+      if (twoMachines_) {
+         twoMachines_->compare(where_);
+      }
+      if (!isShown_) {
+         isShown_ = true;
+         results_.print(options_.json ? document() : table());
+      }
+   }
+
+   std::string table() {
+      bool const colour = mayDecorate(stdout);
+      return twoMachines_ ? ComparisonText(state(0), state(1), *twoMachines_, options_)
+                               .table(Rows::all, colour)
+                          : outputTable(state(0), options_, colour);
+   }
+
+   // One line, as all that follow.
+   std::string document() {
+      return (twoMachines_ ? json::parse(ComparisonText(state(0), state(1),
+                                                        *twoMachines_, options_)
+                                            .json(Rows::all))
+                           : state(0).outputsToJson())
+                .dump() +
+             '\n';
+   }
+
+   // What came to stand there until the outputs are shown is shown with them.
+   void wrote(OutputChange const& change) {
+      if (recorder_) {
+         recorder_->wrote(change.operation.dump(), change.cause.number);
+      }
+      if (isShown_) {
+         ++outputChanges_;
+         results_.print(options_.json ? recordOf(change).dump() + '\n'
+                                      : lineOf(change));
+      }
+   }
+
+   // Something new stands in the file.
+   void read() {
+      file_->seen();
+      auto const before = feed_->document();
+      try {
+         auto document = loadDocument(state(0), options_.state, options_.checks);
+         tellOfOutputs(before, document);
+         size_t const changes = feed_->documentIs(std::move(document));
+         isSettled_ = isSettled_ && changes == 0;
+         inputChanges_ += changes;
+         ++documents_;
+         say(fmt::format("{}{} of the inputs", where_, counted(changes, "change")));
+      } catch (InputError const& error) {
+         ++refused_;
+         say(fmt::format("{}; nothing of it is published", error.what()));
+      }
+   }
+
+   void tellOfOutputs(json const& before, json const& document) {
+      for (auto const& member : state(0).members()) {
+         std::string const name(member.name);
+         if (member.isOutput && before.at(name) != document.at(name)) {
+            say(
+               fmt::format("{}/{}: outputs are taken at the start only; this change of "
+                           "them is not published",
+                           where_, name));
+         }
+      }
+   }
+
+   static std::string counted(size_t count, std::string_view what) {
+      return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+   }
+
+   int end() {
+      int status = twoMachines_ ? twoMachines_->status() : kFine;
+      for (auto const& machine : machines_) {
+         machine->host.stop();
+         if (recorder_) {
+            recorder_->end(machine->host.provenance()->last().number);
+         }
+         status = machine->host.verified() == 0 ? status : kDisagrees;
+      }
+      say(fmt::format("{}, {} of inputs, {} of outputs; {} refused",
+                      counted(documents_, "new document"),
+                      counted(inputChanges_, "change"), outputChanges_, refused_));
+      results_.finish();
+      return status;
+   }
+
+   Options const& options_;
+   std::string const where_;
+   EventLoop loop_;
+   LiveResults results_{loop_};
+   std::unique_ptr<Recorder> recorder_; // of the one machine
+   std::vector<std::unique_ptr<Machine>> machines_;
+   std::optional<TwoMachines> twoMachines_;
+   std::unique_ptr<Feed> feed_;
+   std::unique_ptr<FileWatch> file_;
+   bool isSettled_ = false; // nothing was left to do, and that was looked at
+   bool isShown_ = false;   // the outputs, once
+   size_t documents_ = 0;
+   size_t refused_ = 0;
+   size_t inputChanges_ = 0;
+   size_t outputChanges_ = 0;
+};
+
+} // namespace
+
+int watch(Options const& options) {
+   return Watch(options).run();
+}
+
+} // namespace Agent

@@ -1,0 +1,283 @@
+#include "support/AgentProcess.h"
+#include "support/LineReader.h"
+#include "support/RunningAgent.h"
+#include "support/TransitState.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using namespace TestSupport;
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+// --record, and replay of what was recorded.
+namespace {
+
+std::vector<json> recordsOf(std::string const& text) {
+   std::vector<json> records;
+   std::istringstream lines(text);
+   for (std::string line; std::getline(lines, line);) {
+      records.push_back(json::parse(line));
+   }
+   return records;
+}
+
+// The operations among them, in their order.
+std::vector<json> operationsOf(std::string const& text) {
+   auto records = recordsOf(text);
+   std::erase_if(records, [](json const& record) { return !record.contains("op"); });
+   return records;
+}
+
+class Record : public testing::Test {
+ protected:
+   // Plays events once to record them, and then the recording: it must write the same.
+   std::vector<json> recordAndPlay(std::vector<std::string> options) {
+      options.insert(options.begin(), {"replay", "--record", recording()});
+      auto const recorded = runAgent(folder_, options);
+      EXPECT_EQ(recorded.status, 0) << recorded.err;
+      auto const played = runAgent(folder_, {"replay", recording()});
+      EXPECT_EQ(played.status, 0) << played.err;
+      EXPECT_EQ(operationsOf(played.out), operationsOf(recorded.out));
+      return operationsOf(recorded.out);
+   }
+   std::string recording() const { return folder_.file("recording.jsonl"); }
+   std::vector<json> recorded(char const* member) const {
+      auto records = recordsOf(readText(recording()));
+      std::erase_if(records,
+                    [&](json const& record) { return !record.contains(member); });
+      return records;
+   }
+   std::string bigState(int vlans) const {
+      return folder_.write("state.json", manyTransitVlans(vlans).dump());
+   }
+
+   TemporaryFolder folder_;
+};
+
+} // namespace
+
+TEST_F(Record, WhatWasRecordedIsPlayedAgainExactly) {
+   struct Example {
+      char const* machine;
+      char const* state;
+      char const* events;
+      std::vector<std::string> options{"--slice-items", "2"};
+   };
+   for (auto const& [machine, state, events, options] :
+        {Example{"dataflow", "examples/minimal.jsonc", "examples/story.jsonl"},
+         Example{"reactor", "examples/minimal.jsonc", "examples/story.jsonl"},
+         Example{"dataflow",
+                 "examples/restart.jsonc",
+                 "examples/restart.jsonl",
+                 {"--manual", "--slice-items", "1"}},
+         Example{"dataflow", "examples/two-machines.jsonc",
+                 "examples/two-machines.jsonl"},
+         Example{"reactor", "examples/two-machines.jsonc",
+                 "examples/two-machines.jsonl"}}) {
+      std::vector<std::string> arguments{"--state", state, "--sm", machine, events};
+      arguments.insert(arguments.end(), options.begin(), options.end());
+      auto const operations = recordAndPlay(arguments);
+      EXPECT_FALSE(recorded("wrote").empty()) << events;
+      EXPECT_GE(operations.size(), recorded("wrote").size());
+   }
+}
+
+TEST_F(Record, SlicesThatATimeEndedEndWhereTheyDid) {
+   auto const events = folder_.write("events.jsonl", R"({"host":"restart"})"
+                                                     "\n");
+   auto const operations = recordAndPlay({"--state", bigState(3000), events});
+   EXPECT_GE(operations.size(), 15000u);
+   EXPECT_GT(recorded("ends").size(), 20u) << "slices of a millisecond";
+}
+
+TEST_F(Record, WhatOthersWriteIsAStepAndNoWrite) {
+   auto const events = folder_.write(
+      "events.jsonl",
+      R"({"op":"add","path":"/transitIntfColl/intf/Vlan99","value":{"ipAddr":"10.9.9.9"}})"
+      "\n"
+      R"({"host":"stop"})"
+      "\n"
+      R"({"op":"remove","path":"/transitIntfColl/intf/Vlan10"})"
+      "\n"
+      R"({"host":"start"})"
+      "\n");
+   recordAndPlay({"--state", "examples/minimal.jsonc", events});
+   for (auto const& write : recorded("wrote")) {
+      EXPECT_NE(write.at("wrote").value("value", json()),
+                json({{"ipAddr", "10.9.9.9"}}));
+   }
+}
+
+TEST_F(Record, EachWriteIsPutDownToTheChangeThatCausedIt) {
+   auto const events = folder_.write(
+      "events.jsonl",
+      R"([{"op":"add","path":"/mcastEvpnConfig/transitVrf/x","value":{}},)"
+      R"({"op":"add","path":"/vtiStatusDir/vtiStatus/Vxlan1/vrfToSBDVlan/x","value":77},)"
+      R"({"op":"add","path":"/pegVlanStatus/pegVlan/77","value":{}}])"
+      "\n"
+      R"({"op":"remove","path":"/pegVlanStatus/pegVlan/77"})"
+      "\n");
+   recordAndPlay({"--state", "examples/minimal.jsonc", events});
+   for (auto const& write : recorded("wrote")) {
+      if (write.at("wrote").at("path") == "/transitIntfColl/intf/Vlan77") {
+         EXPECT_EQ(write.at("cause"), write.at("wrote").at("op") == "add" ? 3 : 4);
+      }
+   }
+   EXPECT_EQ(recorded("end").at(0).at("end").at("inputs"), 4);
+}
+
+TEST_F(Record, BeginsWithEverythingThatDecidesWhatTheMachineDoes) {
+   recordAndPlay({"--state", "examples/minimal.jsonc", "--seed", "7", "--mode", "sync",
+                  "--toggle", "McastVpnTransitMlag=off", "examples/story.jsonl"});
+   auto const header = recorded("recording").at(0);
+   EXPECT_EQ(header.at("recording"), 1);
+   EXPECT_EQ(header.at("options"), json({{"sm", "dataflow"},
+                                         {"af", "ipv4"},
+                                         {"mode", "sync"},
+                                         {"seed", 7},
+                                         {"unchecked", false},
+                                         {"toggles", {"McastVpnTransitMlag=off"}}}));
+   EXPECT_EQ(header.at("state"), recordsOf(readText(recording())).front().at("state"));
+   EXPECT_TRUE(header.at("state").contains("membershipJoinStatus"));
+}
+
+TEST_F(Record, ASeedThatNobodyChoseIsRecordedToo) {
+   recordAndPlay({"--state", "examples/minimal.jsonc", "examples/story.jsonl"});
+   EXPECT_TRUE(recorded("recording").at(0).at("options").at("seed").is_number());
+}
+
+TEST_F(Record, ARunThatWatchesIsPlayedAgainExactly) {
+   auto const state =
+      folder_.write("state.json", R"({"mcastEvpnConfig":{"transitVrf":[)"
+                                  R"("x"]},"pegVlanStatus":{"pegVlan":[5]}})");
+   std::vector<json> printed;
+   {
+      Pipe out;
+      RunningAgent agent({"run", "--watch", "--json", "--record", recording(), state},
+                         {-1, out.writing(), -1});
+      out.closeWriting();
+      LineReader lines(out.reading());
+      ASSERT_TRUE(lines.next());
+      auto const next = [&](char const* mapped, size_t operations) {
+         folder_.write("new.json",
+                       std::string(R"({"mcastEvpnConfig":{"transitVrf":["x"]},)"
+                                   R"("pegVlanStatus":{"pegVlan":[5]},"vtiStatusDir":)"
+                                   R"({"vtiStatus":{"Vxlan1":{"vrfToSBDVlan":{)") +
+                          mapped + "}}}}}");
+         std::filesystem::rename(folder_.file("new.json"), state);
+         for (size_t i = 0; i < operations; ++i) {
+            auto const line = lines.next();
+            ASSERT_TRUE(line);
+            printed.push_back(json::parse(*line));
+         }
+      };
+      next(R"("x":5)", 5);
+      next(R"("x":6)", 5);
+      agent.signal(SIGTERM);
+      EXPECT_EQ(agent.status(), 0);
+   }
+   auto const played = runAgent(folder_, {"replay", recording()});
+   EXPECT_EQ(played.status, 0) << played.err;
+   for (auto& operation : printed) {
+      operation.erase("time");
+      operation.erase("cause");
+   }
+   EXPECT_EQ(operationsOf(played.out), printed);
+}
+
+TEST_F(Record, WhatComesOutOtherwiseIsToldOnce) {
+   recordAndPlay({"--state", "examples/minimal.jsonc", "examples/story.jsonl"});
+   auto text = readText(recording());
+   auto const at = text.find("10.0.0.1\"},\"cause\"");
+   auto const place = at != std::string::npos ? at : text.find("ipAddr\":\"") + 9;
+   text[text.find('1', place)] = '7';
+   folder_.write("recording.jsonl", text);
+   auto const played = runAgent(folder_, {"replay", recording()});
+   EXPECT_EQ(played.status, 1);
+   EXPECT_THAT(played.err,
+               AllOf(StartsWith("mcastvpn-agent: " + recording() + ":"),
+                     HasSubstr("of this step is"), HasSubstr("; recorded is")));
+   EXPECT_EQ(std::ranges::count(played.err, '\n'), 1);
+}
+
+TEST_F(Record, AProcessThatWasKilledLeavesARecordingWithoutAnEnd) {
+   recordAndPlay({"--state", "examples/minimal.jsonc", "examples/story.jsonl"});
+   auto text = readText(recording());
+   text.erase(text.rfind("{\"t\""));
+   folder_.write("recording.jsonl", text);
+   auto const played = runAgent(folder_, {"replay", recording()});
+   EXPECT_EQ(played.status, 0);
+   EXPECT_THAT(played.err, HasSubstr("the recording has no end"));
+}
+
+TEST_F(Record, WhatIsNoRecordingIsRefusedWithItsLine) {
+   auto const refusal = [&](std::string const& text) {
+      auto const outcome =
+         runAgent(folder_, {"replay", folder_.write("recording.jsonl", text)});
+      EXPECT_EQ(outcome.status, 2) << text;
+      return outcome.err;
+   };
+   EXPECT_THAT(refusal(R"({"recording":2,"options":{},"state":{}})"),
+               HasSubstr("a recording of version 2; allowed is version 1"));
+   EXPECT_THAT(refusal(R"({"recording":1})"),
+               HasSubstr("allowed is options and state"));
+   EXPECT_THAT(refusal(R"({"recording":1,"options":{},"state":{}})"),
+               HasSubstr("options that cannot be used"));
+   recordAndPlay({"--state", "examples/minimal.jsonc", "examples/story.jsonl"});
+   auto const good = readText(recording());
+   auto const header = good.substr(0, good.find('\n') + 1);
+   EXPECT_THAT(
+      refusal(header + R"({"t":1,"plays":{}})"
+                       "\n"),
+      AllOf(HasSubstr("recording.jsonl:2: "), HasSubstr("a record with \"play\"")));
+   EXPECT_THAT(refusal(header + R"({"t":1,"play":{"host":"jump"}})"
+                                "\n"),
+               HasSubstr("recording.jsonl:2: "));
+}
+
+TEST_F(Record, AFileThatCannotBeWrittenIsTold) {
+   auto const outcome = runAgent(
+      folder_, {"replay", "--record", folder_.file("no/file"), "examples/story.jsonl"});
+   EXPECT_EQ(outcome.status, 2);
+   EXPECT_THAT(outcome.err, HasSubstr("no/file: cannot be written: No such file"));
+   auto const full =
+      runAgent(folder_, {"replay", "--record", "/dev/full", "examples/story.jsonl"});
+   EXPECT_EQ(full.status, 2);
+   EXPECT_THAT(full.err, HasSubstr("cannot be written: No space left on device"));
+}
+
+TEST_F(Record, ADeviceThatGetsFullInTheMiddleIsTold) {
+   auto const outcome =
+      runShell(folder_, "trap '' XFSZ; ulimit -f 1000; exec '" AGENT_PROGRAM
+                        "' replay --record " +
+                           recording() + " --state " + bigState(3000) + " " +
+                           folder_.write("events.jsonl", R"({"host":"restart"})"
+                                                         "\n") +
+                           " >/dev/null");
+   EXPECT_EQ(outcome.status, 2) << outcome.err;
+   EXPECT_THAT(outcome.err,
+               HasSubstr("recording.jsonl: cannot be written: File too large"));
+}
+
+TEST_F(Record, IsForOneMachineAndForWhatGoesOn) {
+   for (std::vector<std::string> const& arguments :
+        {std::vector<std::string>{"replay", "--sm", "both", "--record", "x", "e"},
+         {"run", "--record", "x", "s"}}) {
+      auto with = arguments;
+      with.back() = "examples/minimal.jsonc";
+      auto const outcome = runAgent(folder_, with);
+      EXPECT_EQ(outcome.status, 2);
+      EXPECT_THAT(outcome.err, HasSubstr("--record: "));
+   }
+}

@@ -1,0 +1,316 @@
+#include "support/AgentProcess.h"
+#include "support/LineReader.h"
+#include "support/RunningAgent.h"
+#include "support/TransitState.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace TestSupport;
+using namespace std::chrono_literals;
+using nlohmann::json;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+// run --watch: a real agent follows a real file.
+namespace {
+
+class Watch : public testing::Test {
+ protected:
+   void start(std::vector<std::string> const& options = {}, bool isJson = true) {
+      std::vector<std::string> arguments{"run", "--watch", "--seed", "1"};
+      if (isJson) {
+         arguments.emplace_back("--json");
+      }
+      arguments.insert(arguments.end(), options.begin(), options.end());
+      arguments.push_back(file());
+      agent_.emplace(arguments,
+                     RunningAgent::Streams{-1, out_.writing(), err_.writing()});
+      out_.closeWriting();
+      err_.closeWriting();
+   }
+   std::string file() const { return folder_.file("state.json"); }
+   void write(json const& state) const { folder_.write("state.json", state.dump(1)); }
+   // As an editor does: another file takes its place.
+   void replace(std::string const& text) const {
+      fs::rename(folder_.write("state.json.new", text), file());
+   }
+   void replace(json const& state) const { replace(state.dump(1)); }
+
+   json nextDocument() {
+      auto const line = results_.next();
+      return line ? json::parse(*line) : json();
+   }
+   // What the agent says of the next document that it has read.
+   std::string nextSaid() { return messages_.next().value_or("nothing"); }
+   std::string const changesSaid(int changes) const {
+      return "mcastvpn-agent: " + file() + ": " + std::to_string(changes) +
+             (changes == 1 ? " change" : " changes") + " of the inputs";
+   }
+   // Takes operations until the outputs are what `run` makes of the file, and not one
+   // more: the last one must be the one that gets there.
+   void follow(json& outputs, std::vector<json>& operations) {
+      auto const wanted = json::parse(runAgent(folder_, {"run", "--json", file()}).out);
+      while (outputs != wanted) {
+         auto const operation = nextDocument();
+         ASSERT_TRUE(operation.is_object()) << outputs.dump(1) << wanted.dump(1);
+         outputs.patch_inplace(json::array({operation}));
+         operations.push_back(operation);
+      }
+   }
+   void expectQuiet() { EXPECT_EQ(results_.next(200ms), std::nullopt); }
+   int stop(int signal = SIGTERM) {
+      agent_->signal(signal);
+      return agent_->status();
+   }
+
+   TemporaryFolder folder_;
+   Pipe out_;
+   Pipe err_;
+   std::optional<RunningAgent> agent_;
+   LineReader results_{out_.reading()};
+   LineReader messages_{err_.reading()};
+};
+
+} // namespace
+
+TEST_F(Watch, PrintsTheOutputsAndThenEachChangeOfThemOnce) {
+   write(transitState({10, 20}));
+   start();
+   auto outputs = nextDocument();
+   EXPECT_EQ(outputs, json::parse(runAgent(folder_, {"run", "--json", file()}).out));
+   std::vector<json> operations;
+   replace(transitState({10, 30}));
+   follow(outputs, operations);
+   replace(transitState({10, 30}, "10.0.0.9"));
+   follow(outputs, operations);
+   EXPECT_EQ(operations.back().at("path"), "/transitIntfColl/intf/Vlan30/ipAddr");
+   expectQuiet();
+   EXPECT_EQ(stop(), 0);
+   EXPECT_EQ(results_.next(), std::nullopt);
+}
+
+TEST_F(Watch, PublishesOnlyWhatIsDifferent) {
+   write(transitState({10, 20}));
+   start();
+   nextDocument();
+   replace(transitState({10, 20, 30}));
+   EXPECT_EQ(nextSaid(), changesSaid(3));
+   replace(transitState({10, 20, 30}, "10.0.0.9"));
+   EXPECT_EQ(nextSaid(), changesSaid(1));
+   std::vector<json> operations;
+   auto outputs = json::parse(
+      runAgent(folder_, {"run", "--json",
+                         folder_.write("b.json", transitState({10, 20}).dump())})
+         .out);
+   follow(outputs, operations);
+   replace(transitState({10, 20, 30}, "10.0.0.9"));
+   EXPECT_EQ(nextSaid(), changesSaid(0));
+   expectQuiet();
+   EXPECT_EQ(operations.front().at("cause").at("number"), 3)
+      << "the third change is what completes VLAN 30";
+   EXPECT_EQ(operations.back().at("cause"),
+             json({{"number", 4},
+                   {"op", "replace"},
+                   {"path", "/vtiStatusDir/vtiStatus/Vxlan1/localVtepAddr"}}));
+}
+
+TEST_F(Watch, ADocumentThatIsBrokenIsRefusedWholeAndTheLastGoodOneStays) {
+   write(transitState({10}));
+   start();
+   auto outputs = nextDocument();
+   auto broken = transitState({10, 20});
+   broken["vtiStatusDir"]["vtiStatus"]["Vxlan1"]["vrfToSBDVlan"]["vrf-30"] = 5000;
+   replace(broken);
+   EXPECT_THAT(nextSaid(),
+               AllOf(HasSubstr(file() + ":"), HasSubstr("5000"), HasSubstr("1 to 4094"),
+                     HasSubstr("; nothing of it is published")));
+   replace(std::string("{ \"mcastEvpnConfig\": "));
+   EXPECT_THAT(nextSaid(), HasSubstr("; nothing of it is published"));
+   expectQuiet();
+   replace(transitState({10, 20}));
+   EXPECT_EQ(nextSaid(), changesSaid(3)) << "from the last good one on";
+   std::vector<json> operations;
+   follow(outputs, operations);
+   EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(Watch, AFileThatIsWrittenInPiecesIsReadWhenItIsWhole) {
+   write(transitState({10}));
+   start();
+   auto outputs = nextDocument();
+   auto const text = transitState({10, 20}).dump(1);
+   {
+      std::ofstream out(file(), std::ios::trunc);
+      for (size_t at = 0; at < text.size(); at += text.size() / 4) {
+         out << text.substr(at, text.size() / 4) << std::flush;
+         std::this_thread::sleep_for(50ms);
+      }
+   }
+   EXPECT_EQ(nextSaid(), changesSaid(3));
+   std::vector<json> operations;
+   follow(outputs, operations);
+}
+
+TEST_F(Watch, AFileThatGoesIsToldAndFollowedWhenItComesBack) {
+   write(transitState({10}));
+   start();
+   auto outputs = nextDocument();
+   fs::rename(file(), file() + "~"); // as editors keep what was there before
+   EXPECT_THAT(nextSaid(), HasSubstr("cannot be read: No such file or directory"));
+   write(transitState({20}));
+   EXPECT_EQ(nextSaid(), changesSaid(6));
+   std::vector<json> operations;
+   follow(outputs, operations);
+}
+
+TEST_F(Watch, AFolderThatGoesIsFollowedWhenItComesBack) {
+   fs::create_directory(folder_.file("config"));
+   auto const text = [](std::set<int> const& vlans) {
+      return transitState(vlans).dump();
+   };
+   auto const inFolder = folder_.write("config/state.json", text({10}));
+   fs::create_symlink(inFolder, file());
+   start();
+   nextDocument();
+   fs::rename(folder_.file("config"), folder_.file("away"));
+   EXPECT_THAT(nextSaid(), HasSubstr("cannot be read"));
+   fs::create_directory(folder_.file("config"));
+   folder_.write("config/state.json", text({10, 20}));
+   EXPECT_EQ(nextSaid(), changesSaid(3));
+}
+
+TEST_F(Watch, ALinkThatLeadsElsewhereIsAChange) {
+   folder_.write("a.json", transitState({10}).dump());
+   folder_.write("b.json", transitState({10, 20}).dump());
+   fs::create_symlink("a.json", file());
+   start();
+   auto outputs = nextDocument();
+   fs::create_symlink("b.json", folder_.file("next"));
+   fs::rename(folder_.file("next"), file());
+   EXPECT_EQ(nextSaid(), changesSaid(3));
+   std::vector<json> operations;
+   follow(outputs, operations);
+   folder_.write("b.json", transitState({10}).dump());
+   EXPECT_EQ(nextSaid(), changesSaid(3));
+   follow(outputs, operations);
+}
+
+TEST_F(Watch, OutputsInTheFileAreThoseOfTheStart) {
+   auto state = transitState({10});
+   state["transitIntfColl"]["intf"]["Vlan99"]["ipAddr"] = "10.9.9.9";
+   write(state);
+   start();
+   auto const outputs = nextDocument();
+   EXPECT_FALSE(outputs.at("transitIntfColl").at("intf").contains("Vlan99"));
+   replace(transitState({10}));
+   EXPECT_THAT(nextSaid(),
+               HasSubstr("/transitIntfColl: outputs are taken at the start"));
+   EXPECT_EQ(nextSaid(), changesSaid(0));
+   expectQuiet();
+}
+
+TEST_F(Watch, TellsPeopleWhatChangedAndWhy) {
+   write(transitState({10}));
+   start({"--verify"}, false);
+   EXPECT_TRUE(results_.nextWith("1 of 1 SBD VLANs have a transit interface"));
+   replace(transitState({10}, "10.0.0.9"));
+   EXPECT_THAT(results_.next().value_or(""),
+               testing::MatchesRegex(
+                  "[0-9:]+\\.[0-9]+  replace /transitIntfColl/intf/Vlan10/ipAddr "
+                  "\"10\\.0\\.0\\.9\"  <- 1: replace "
+                  "/vtiStatusDir/vtiStatus/Vxlan1/localVtepAddr"));
+   EXPECT_EQ(nextSaid(), changesSaid(1));
+   EXPECT_EQ(stop(SIGINT), 0);
+   EXPECT_THAT(nextSaid(), HasSubstr("2 comparisons"));
+   EXPECT_EQ(nextSaid(), "mcastvpn-agent: 1 new document, 1 change of inputs, 1 of "
+                         "outputs; 0 refused");
+}
+
+TEST_F(Watch, BothMachinesFollowTheFileSideBySide) {
+   write(transitState({10}));
+   start({"--sm", "both"});
+   nextDocument();
+   replace(transitState({10, 20}));
+   std::set<std::string> machines;
+   for (int i = 0; i < 10; ++i) { // five levels each
+      machines.insert(nextDocument().value("sm", "none"));
+   }
+   EXPECT_THAT(machines, testing::UnorderedElementsAre("reactor", "dataflow"));
+   expectQuiet();
+   EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(Watch, ASignalInTheMiddleOfALongStartEndsIt) {
+   write(manyTransitVlans(4000));
+   for (auto const* slice : {"1", "1000000"}) {
+      RunningAgent agent({"run", "--watch", "--slice-items", slice, file()},
+                         {-1, -1, -1});
+      std::this_thread::sleep_for(50ms);
+      agent.signal(SIGTERM);
+      EXPECT_THAT(agent.status(), testing::AnyOf(0, 128 + SIGTERM)) << slice;
+   }
+}
+
+TEST_F(Watch, AReaderWhoDoesNotReadHoldsUpNeitherTheFileNorASignal) {
+   write(manyTransitVlans(4000)); // whose table is more than a pipe takes
+   start({}, false);
+   EXPECT_TRUE(results_.next()) << "the first line, and no more";
+   replace(std::string("[]"));
+   EXPECT_TRUE(messages_.nextWith("; nothing of it is published"));
+   EXPECT_EQ(stop(), 2);
+   EXPECT_TRUE(messages_.nextWith("the results cannot be written: "));
+}
+
+TEST_F(Watch, AReaderWhoReadsLateGetsEveryLine) {
+   write(manyTransitVlans(4000));
+   start();
+   std::this_thread::sleep_for(300ms);
+   auto const outputs = nextDocument();
+   EXPECT_EQ(outputs.at("transitIntfColl").at("intf").size(), 4000u);
+   auto state = transitState({});
+   replace(state); // 5 levels of each VLAN, and much more than a pipe takes
+   EXPECT_EQ(nextSaid(), changesSaid(3 * 4000));
+   std::this_thread::sleep_for(300ms);
+   for (int i = 0; i < 5 * 4000; ++i) {
+      ASSERT_EQ(nextDocument().value("op", ""), "remove") << i;
+   }
+   expectQuiet();
+   EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(Watch, AReaderThatIsGoneEndsIt) {
+   write(transitState({10}));
+   start();
+   nextDocument();
+   out_.closeReading();
+   replace(transitState({20}));
+   EXPECT_EQ(agent_->status(), 2);
+   EXPECT_TRUE(messages_.nextWith("the results cannot be written: Broken pipe"));
+}
+
+TEST_F(Watch, ABadDocumentAtTheStartPublishesNothing) {
+   folder_.write("state.json", "[]");
+   start();
+   EXPECT_EQ(agent_->status(), 2);
+   EXPECT_EQ(results_.next(), std::nullopt);
+}
+
+TEST_F(Watch, StandardInputCannotBeFollowed) {
+   auto const outcome = runAgent(folder_, {"run", "--watch", "-"}, "{}");
+   EXPECT_EQ(outcome.status, 2);
+   EXPECT_THAT(outcome.err, HasSubstr("--watch: \"-\""));
+   EXPECT_THAT(outcome.out, IsEmpty());
+}

@@ -1,0 +1,137 @@
+#!/usr/bin/env bash
+# Installs the packages of a build into a Debian that has nothing else, and uses them
+# there. One step a call; ctest orders them, and sets:
+#   BUILD CXX CMAKE     the build's folder and programs
+#   SOURCE              the project's folder
+# Without debootstrap, or without the right to use it, the steps say so and end with
+# status 77: skipped.
+set -euo pipefail
+
+base=$BUILD/root-base # what debootstrap made; kept, since it takes its time
+root=$BUILD/root
+arch=$(dpkg --print-architecture)
+
+fail() { echo "$*" >&2; exit 1; }
+skip() { echo "cannot run here: $*"; exit 77; }
+# Runs a command in the other root, which has a /proc of its own as long as it runs.
+inside() {
+   unshare -m sh -c '
+      mount -t proc proc "$1/proc"
+      root=$1
+      shift
+      exec chroot "$root" /usr/bin/env -i PATH=/usr/bin:/bin:/usr/sbin:/sbin \
+         LC_ALL=C.UTF-8 HOME=/ "$@"' sh "$root" "$@"
+}
+
+# This system's release, and where it is fetched from.
+release() { . /etc/os-release && echo "$VERSION_CODENAME"; }
+mirror() {
+   apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' \
+      'Origin: Debian' "Codename: $(release)" | sed '/^cdrom:/d' | sort -u | head -n 1
+}
+
+prints() { # expected command...
+   local expected=$1 printed
+   shift
+   printed=$("$@") || fail "$* ended with status $?"
+   [ "$printed" = "$expected" ] || fail "$* printed: $printed"
+}
+
+case $1 in
+   lintian)
+      lintian --allow-root --tag-display-limit 0 --fail-on error,warning \
+         "$BUILD"/*.deb
+      ;;
+
+   # The library needs the C++ runtime and nothing else; the rest has its release.
+   dependencies)
+      prints 'libc6 libgcc-s1 libstdc++6 ' sh -c '
+         dpkg-deb -f "$1"/libmcastvpnlib[0-9]_*.deb Depends |
+            sed "s/([^)]*)//g; s/,//g" | tr -s " \n" "\n" | sort | tr "\n" " "' \
+         sh "$BUILD"
+      version=$(dpkg-deb -f "$BUILD"/mcastvpn-agent_*.deb Version)
+      for package in libmcastvpnlib-dev mcastvpn-agent; do
+         dpkg-deb -f "$BUILD/${package}_${version}_$arch.deb" Depends |
+            grep -qF "libmcastvpnlib1 (= $version)" ||
+            fail "$package does not need the library of its release"
+      done
+      ;;
+
+   install)
+      command -v debootstrap >/dev/null || skip "there is no debootstrap"
+      [ "$(id -u)" -eq 0 ] || skip "only root may enter another root"
+      if [ ! -e "$base/complete" ]; then
+         rm -rf "$base"
+         debootstrap --variant=minbase --include=man-db,bash-completion,zsh \
+            "$(release)" "$base" "$(mirror)"
+         touch "$base/complete"
+      fi
+      rm -rf "$root"
+      cp -a "$base" "$root"
+      mkdir "$root/packages"
+      cp "$BUILD"/*.deb "$root/packages"
+      # What they need besides is fetched; dpkg itself does the work.
+      cp /etc/resolv.conf "$root/etc/resolv.conf"
+      inside sh -c '
+         needed=$(apt-get install -s /packages/*.deb | sed -n "s/^Inst \([^ ]*\).*/\1/p" |
+            grep -v mcastvpn || true)
+         [ -z "$needed" ] || apt-get install -q -y --no-install-recommends $needed
+         dpkg -i /packages/*.deb'
+      prints '' inside dpkg --audit
+      prints '' inside sh -c 'dpkg --verify $(dpkg-query -W -f "\${Package} " "*mcastvpn*")'
+      ;;
+
+   # The two commands of the demonstration, with the examples and nothing else.
+   demo)
+      [ -e "$root/packages" ] || skip "nothing is installed"
+      cp -r "$SOURCE/examples" "$root/examples"
+      inside mcastvpn-agent run --verify /examples/leaf-pair.jsonc |
+         grep -F '8 of 13 SBD VLANs have a transit interface, 8 a join.'
+      inside mcastvpn-agent replay --verify --state /examples/minimal.jsonc \
+         /examples/story.jsonl | tail -n 1 | grep -F '"tests":2,"failed":0}}'
+      ;;
+
+   pages)
+      [ -e "$root/packages" ] || skip "nothing is installed"
+      inside mandb -q
+      for page in mcastvpn-agent mcastvpn-agent-run; do
+         inside man "$page" | grep -q 'EXIT STATUS' || fail "man $page shows nothing"
+         inside whatis "$page" | grep -q "^$page (1)" || fail "whatis knows no $page"
+      done
+      prints 'explain' inside bash -c '
+         source /usr/share/bash-completion/bash_completion
+         _completion_loader mcastvpn-agent
+         COMP_WORDS=(mcastvpn-agent exp) COMP_CWORD=1
+         _mcastvpn_agent
+         echo "${COMPREPLY[@]}"'
+      prints '_mcastvpn-agent' inside zsh -fc '
+         autoload -Uz compinit
+         compinit -D
+         print $_comps[mcastvpn-agent]'
+      ;;
+
+   # A program that is compiled against what is installed, and runs there.
+   consumer)
+      [ -e "$root/packages" ] || skip "nothing is installed"
+      rm -rf "$BUILD/root-consumer"
+      "$CMAKE" -S "$SOURCE/tests/consumer" -B "$BUILD/root-consumer" \
+         -D CMAKE_CXX_COMPILER="$CXX" -D CMAKE_FIND_ROOT_PATH="$root" \
+         -D CMAKE_PREFIX_PATH=/usr -D CMAKE_FIND_ROOT_PATH_MODE_PACKAGE=ONLY
+      "$CMAKE" --build "$BUILD/root-consumer" --verbose
+      cp "$BUILD/root-consumer/consumer" "$root/usr/local/bin/consumer"
+      prints 'Vlan10 10.0.0.1' inside /usr/local/bin/consumer
+      inside sh -c 'ldd /usr/local/bin/consumer' |
+         grep -F "libMcastVpnLib.so.1 => /lib/$(gcc -print-multiarch)/libMcastVpnLib.so.1"
+      ;;
+
+   # All goes that came.
+   remove)
+      [ -e "$root/packages" ] || skip "nothing is installed"
+      inside sh -c 'dpkg --purge $(dpkg-query -W -f "\${Package} " "*mcastvpn*")'
+      prints '' sh -c 'find "$1/usr" "$1/etc" "$1/lib" | grep -i mcastvpn |
+         grep -v /usr/local/ || true' sh "$root"
+      rm -rf "$root"
+      ;;
+
+   *) fail "no such step: $1" ;;
+esac
