@@ -14,6 +14,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace Agent {
 
@@ -22,7 +23,8 @@ using namespace Irb::Multicast::Evpn;
 class Host::RunningMachine {
  public:
    RunningMachine(Options const& options, State const& state,
-                  Pelk::Ptr<Kolm::TaskScheduler> const& scheduler) {
+                  Pelk::Ptr<Kolm::TaskScheduler> const& scheduler,
+                  Pelk::Ptr<Fennlog::TraceHandle> const& ring) {
       if (options.machine == Verify::Machine::reactor) {
          reactor_ = transitSmFactory(options.af, state.mcastEvpnConfig,
                                      state.vtiStatusDir, state.mlagStatus,
@@ -32,6 +34,7 @@ class Host::RunningMachine {
       Vorn::SmControl control;
       control.taskSchedulerIs(scheduler);
       control.runModeIs(options.mode);
+      control.qtHandleIs(ring);
       dataflow_ =
          transitIntfSmFactory(options.af, state.mcastEvpnConfig, state.vtiStatusDir,
                               state.mlagStatus, state.transitIntfColl,
@@ -44,6 +47,7 @@ class Host::RunningMachine {
       }
       return Flags{dataflow_->initialScanDone(), dataflow_->idle(), dataflow_->ready()};
    }
+   Phase phase() const { return dataflow_ ? phaseOf(*dataflow_) : Phase::ready(); }
 
  private:
    Pelk::Ptr<TransitSm> reactor_;
@@ -81,11 +85,26 @@ Host::~Host() = default;
 void Host::recorderIs(Recorder* recorder) {
    recorder_ = recorder;
    shareIs(options_.sliceItems.value_or(0));
-   scheduler_->sliceObserverIs([this](Kolm::SliceReport const& report) {
-      Recorder::Slice const slice{report.task.taskName().view(), report.items,
-                                  report.time};
-      stepEnds(&slice);
-   });
+   followSlices();
+}
+
+void Host::sliceObserverIs(Kolm::TaskScheduler::SliceObserver observer) {
+   observer_ = std::move(observer);
+   followSlices();
+}
+
+void Host::followSlices() {
+   scheduler_->sliceObserverIs(
+      [this](Kolm::SliceReport const& report) { sliceEnded(report); });
+}
+
+void Host::sliceEnded(Kolm::SliceReport const& report) {
+   Recorder::Slice const slice{report.task.taskName().view(), report.items,
+                               report.time};
+   stepEnds(&slice);
+   if (observer_) {
+      observer_(report);
+   }
 }
 
 void Host::provenanceIs(Provenance::Input changed, Provenance::Output wrote) {
@@ -122,7 +141,7 @@ void Host::start() {
       verification_->starting();
    }
    try {
-      machine_ = std::make_unique<RunningMachine>(options_, state_, scheduler_);
+      machine_ = std::make_unique<RunningMachine>(options_, state_, scheduler_, ring_);
    } catch (std::out_of_range const& error) {
       auto const name =
          options_.both ? std::string(machineName(options_.machine)) : "the machine";
@@ -158,6 +177,10 @@ bool Host::isIdle() const {
 
 std::optional<Flags> Host::flags() const {
    return isRunning() ? machine_->flags() : std::nullopt;
+}
+
+Phase Host::phase() const {
+   return isRunning() ? machine_->phase() : Phase::stopped();
 }
 
 void Host::byAnotherWriterIs(bool is) {

@@ -4,8 +4,10 @@
 #include "agent/Provenance.h"
 #include "agent/State.h"
 #include "agent/Verification.h"
+#include "agent/observe/Phase.h"
 #include "agent/record/Recording.h"
 #include "agent/record/StepShare.h"
+#include "fennlog/TraceHandle.h"
 #include "kolm/TaskScheduler.h"
 #include "pelk/Ptr.h"
 
@@ -19,13 +21,6 @@
 #include <vector>
 
 namespace Agent {
-
-// The flags of a dataflow machine.
-struct Flags {
-   bool initialScanDone = false;
-   bool idle = false;
-   bool ready = false;
-};
 
 // The process in which a machine runs: sets what is one for the process (seed, toggles,
 // trace), and makes and destroys the machine over a state. One in a process.
@@ -44,6 +39,11 @@ class Host {
    size_t starts() const noexcept { return starts_; }
    // The flags of the machine, if it is a dataflow machine.
    std::optional<Flags> flags() const;
+   // How far its start has come, and the same of a reactor, which has no way to go.
+   Phase phase() const;
+   // How many tasks wait for a slice, and how many slices there were.
+   uint64_t pending() const noexcept { return scheduler_->pending(); }
+   uint64_t slices() const noexcept { return scheduler_->slices(); }
    // Whether a machine runs and has nothing left to do.
    bool isIdle() const;
    // Destroys the machine; inputs and outputs stay.
@@ -69,6 +69,13 @@ class Host {
    // Keeps that from here on, before anything is started. changed, wrote: who else is
    // to hear of either; may be empty.
    void provenanceIs(Provenance::Input changed, Provenance::Output wrote);
+   // Told of each slice from here on.
+   void sliceObserverIs(Kolm::TaskScheduler::SliceObserver observer);
+   // The machines that are started from here on write their decisions to this ring.
+   // TransitSm has none to write.
+   void traceRingIs(Pelk::Ptr<Fennlog::TraceHandle> ring) { ring_ = std::move(ring); }
+   // Null for none.
+   Pelk::Ptr<Fennlog::TraceHandle> const& traceRing() const { return ring_; }
    // The slices that begin in what is done next end as they did when it was recorded.
    void sliceEndsAre(SliceEnds ends);
 
@@ -90,6 +97,8 @@ class Host {
    void shareIs(uint32_t items);
    bool runSlice();
    void stepEnds(Recorder::Slice const* slice);
+   void followSlices();
+   void sliceEnded(Kolm::SliceReport const& report);
    bool hasTasks() const noexcept {
       return options_.machine == Verify::Machine::dataflow;
    }
@@ -102,6 +111,8 @@ class Host {
    size_t starts_ = 0;
    bool isByAnotherWriter_ = false;
    std::unique_ptr<Provenance> provenance_;
+   Kolm::TaskScheduler::SliceObserver observer_;
+   Pelk::Ptr<Fennlog::TraceHandle> ring_;
    Recorder* recorder_ = nullptr;
    RecordedShare* recordedShare_ = nullptr; // the scheduler's, while it is recorded
    PlayedShare* playedShare_ = nullptr;     // the same, while a recording is played
