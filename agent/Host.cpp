@@ -75,7 +75,7 @@ Host::Host(Options const& options)
    if (options.sliceItems) {
       shareIs(*options.sliceItems);
    }
-   if (options.verify || options.both) {
+   if (options.verify || options.both || !options.control.empty()) {
       verification_.emplace(options, state_);
    }
 }

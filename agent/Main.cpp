@@ -9,6 +9,7 @@
 #include "agent/Replay.h"
 #include "agent/Run.h"
 #include "agent/Streams.h"
+#include "agent/ctl/Ctl.h"
 #include "agent/serve/Watch.h"
 
 #include <cstdio>
@@ -40,6 +41,8 @@ int command(Agent::Options const& options) {
          return Agent::compare(options);
       case Agent::Options::Command::graph:
          return Agent::graph(options);
+      case Agent::Options::Command::ctl:
+         return Agent::ctl(options);
       case Agent::Options::Command::none:
          break;
    }

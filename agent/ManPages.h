@@ -32,6 +32,8 @@ progress bar are for terminals, and not shown when NO_COLOR is set.
       why a VLAN is enabled or not, and what would turn that
   mcastvpn-agent replay --state examples/minimal.jsonc examples/story.jsonl
       each change, and what it does
+  mcastvpn-agent run --watch --control /tmp/control examples/leaf-pair.jsonc
+      the same, and whatever changes; "ctl" asks it
   mcastvpn-agent help replay
       everything about a command
 )"};
@@ -56,7 +58,10 @@ run left behind: the dataflow machine keeps what is right, and removes the rest.
 With --watch it stays: whenever something new stands in the file it publishes what is
 different in the inputs, and prints each change of an output with the change of an
 input that it comes of. A document that is refused is told, and the last good one
-goes on. SIGINT or SIGTERM ends it.
+goes on. SIGINT or SIGTERM ends it, and leaves the outputs as they are. Then it can be
+asked (--control), measured (--metrics) and supervised: it tells systemd when it is
+ready, and what it is doing. With --state-dir its outputs stand in a file, which the
+next start keeps what is right of; outputs in STATE are not allowed then.
 )",
    R"(  0   fine
   2   bad usage or bad input; nothing was published
@@ -67,6 +72,8 @@ goes on. SIGINT or SIGTERM ends it.
   mcastvpn-agent run --json --verify examples/leaf-pair.jsonc
   mcastvpn-agent run --sm both examples/two-machines.jsonc
   mcastvpn-agent run --watch --record recording.jsonl examples/leaf-pair.jsonc
+  mcastvpn-agent run --watch --control /tmp/control --metrics 9464 \
+      examples/leaf-pair.jsonc
 )"};
 
 inline constexpr ManPage kReplay{
@@ -154,6 +161,34 @@ and every edge between them.
       a picture, with Graphviz
   mcastvpn-agent graph --format mermaid
       for a Markdown document
+)"};
+
+inline constexpr ManPage kCtl{
+   R"(Asks an agent that was started with "run --watch --control PATH", and prints
+what it answers. QUESTION is one of
+
+  show        what the machine made of its inputs, as "run" prints it
+  explain     why a VLAN is enabled or not, as "explain" does
+  plan        what a start over the outputs would do to them, as "plan" does
+  stats       counts of changes, events, slices and trace records
+  trace       the decisions that the trace ring holds
+  verify      whether the outputs are what the plain rule says
+  log-level   which levels are traced to the agent's standard error
+
+Any program can ask: it writes one JSON object as one line to the socket, and reads
+one line. With --json the answer is printed as the agent gives it: "show" as a state
+document, which "explain", "plan" and "compare" read.
+)",
+   R"(  0   fine
+  2   bad usage, no agent, or a question that it refuses
+  3   the outputs are not what the plain rule says (verify)
+  10  something would change (plan)
+)",
+   R"(  mcastvpn-agent ctl show
+  mcastvpn-agent ctl explain --vlan 3302 --control /tmp/control
+  mcastvpn-agent ctl trace --follow
+  mcastvpn-agent ctl log-level 6-9
+  echo '{"ask":"stats"}' | socat - UNIX-CONNECT:/run/mcastvpn-agent/control
 )"};
 
 inline constexpr ManPage kHelp{

@@ -15,6 +15,9 @@ namespace Agent {
 
 namespace {
 
+// Where an agent listens that a supervisor starts.
+constexpr char const* kDefaultControl = "/run/mcastvpn-agent/control";
+
 class CommandLine {
  public:
    CommandLine()
@@ -28,6 +31,7 @@ class CommandLine {
                                         {"plan", Pages::kPlan},
                                         {"compare", Pages::kCompare},
                                         {"graph", Pages::kGraph},
+                                        {"ctl", Pages::kCtl},
                                         {"help", Pages::kHelp}}));
       app_.set_help_flag("-h,--help", "print this page");
       app_.set_version_flag("--version", std::string("mcastvpn-agent ") + kVersion,
@@ -39,6 +43,7 @@ class CommandLine {
       addPlan();
       addCompare();
       addGraph();
+      addCtl();
       auto* const help = app_.add_subcommand("help", "help on a command");
       help->add_option("COMMAND", helpTopic_, "the command");
       help->callback([this] { printHelp(); });
@@ -84,7 +89,7 @@ class CommandLine {
                 refusal(first, "what \"mcastvpn-agent " + helpOnCommand() + "\" lists");
       }
       return refusal(first,
-                     "a command: run, replay, explain, plan, compare, graph or help");
+                     "a command: run, replay, explain, plan, compare, graph, ctl or help");
    }
 
    void addRun() {
@@ -100,6 +105,7 @@ class CommandLine {
       addCommon(*run);
       addVerify(*run);
       addRecord(*run);
+      addService(*run);
       run->add_flag("--json", options_.json, "print the outputs as a JSON document");
    }
 
@@ -130,14 +136,7 @@ class CommandLine {
          "explain", "why an SBD VLAN is enabled or not, and what would turn that");
       explain->callback([this] { options_.command = Options::Command::explain; });
       addState(*explain);
-      explain
-         ->add_option("--vlan", vlans_, "this VLAN (all that have a VRF or an output)")
-         ->check(numberFrom(1, 4094))
-         ->type_name("N")
-         ->allow_extra_args(false);
-      explain->add_option("--vrf", options_.vrfs, "the VLAN that this VRF maps to")
-         ->type_name("NAME")
-         ->allow_extra_args(false);
+      addChoice(*explain);
       addInputs(*explain);
       explain->add_flag("--json", options_.json, "print JSON, for programs");
    }
@@ -170,6 +169,39 @@ class CommandLine {
       graph->add_option("--format", graphFormat_, "dot (the default) or mermaid")
          ->check(oneOf({"dot", "mermaid"}))
          ->type_name("FORMAT");
+   }
+
+   void addCtl() {
+      auto* const ctl = app_.add_subcommand("ctl", "ask an agent that is running");
+      ctl->callback([this] { options_.command = Options::Command::ctl; });
+      ctl->add_option("QUESTION", options_.question, "what is asked")
+         ->required()
+         ->check(oneOf({"show", "explain", "plan", "stats", "trace", "verify",
+                        "log-level"}))
+         ->type_name("NAME");
+      ctl->add_option("LEVELS", options_.levels,
+                      "(log-level) trace these from now on: 7, 6-9, all or none")
+         ->type_name("LEVELS");
+      options_.control = kDefaultControl;
+      ctl->add_option("--control", options_.control,
+                      "the socket of the agent (/run/mcastvpn-agent/control)")
+         ->type_name("PATH");
+      addChoice(*ctl);
+      ctl->add_flag("--follow", options_.follow,
+                    "(trace) go on with what is traced from now on");
+      ctl->add_flag("--json", options_.json, "print JSON, for programs");
+   }
+
+   // Of what is explained.
+   void addChoice(CLI::App& command) {
+      command
+         .add_option("--vlan", vlans_, "this VLAN (all that have a VRF or an output)")
+         ->check(numberFrom(1, 4094))
+         ->type_name("N")
+         ->allow_extra_args(false);
+      command.add_option("--vrf", options_.vrfs, "the VLAN that this VRF maps to")
+         ->type_name("NAME")
+         ->allow_extra_args(false);
    }
 
    void addState(CLI::App& command) {
@@ -248,6 +280,23 @@ class CommandLine {
          ->type_name("FILE");
    }
 
+   // What an agent that stays has beside the file.
+   void addService(CLI::App& command) {
+      command
+         .add_option("--control", control_,
+                     "(--watch) answer \"ctl\" at this socket, which is made")
+         ->type_name("PATH");
+      command
+         .add_option("--metrics", options_.metrics,
+                     "(--watch) serve Prometheus at this address; a port alone: "
+                     "loopback")
+         ->type_name("ADDR:PORT");
+      command
+         .add_option("--state-dir", options_.stateFolder,
+                     "(--watch) keep the outputs in this folder, for the next start")
+         ->type_name("FOLDER");
+   }
+
    // What the options say together.
    void finish() {
       options_.both =
@@ -272,8 +321,11 @@ class CommandLine {
          throw CLI::ValidationError("--watch",
                                     refusal("-", "a file, which can be followed"));
       }
-      if (!options_.record.empty()) {
-         checkRecord();
+      if (options_.command != Options::Command::ctl) {
+         options_.control = control_;
+         checkOfOneMachine();
+      } else {
+         checkQuestion();
       }
       options_.verify = verify_;
       if (!trace_.empty()) {
@@ -282,15 +334,44 @@ class CommandLine {
       options_.checks = unchecked_ ? Checks::unchecked : Checks::plausible;
    }
 
-   void checkRecord() const {
-      if (options_.both) {
-         throw CLI::ValidationError(
-            "--record", refusal("both", "one machine: --sm dataflow or reactor"));
+   // What only one machine has, and most of it only one that stays.
+   void checkOfOneMachine() const {
+      struct {
+         char const* name;
+         std::string const& value;
+         bool isOfReplay;
+      } const wanted[] = {{"--record", options_.record, true},
+                          {"--control", options_.control, false},
+                          {"--metrics", options_.metrics, false},
+                          {"--state-dir", options_.stateFolder, false}};
+      for (auto const& [name, value, isOfReplay] : wanted) {
+         if (value.empty()) {
+            continue;
+         }
+         if (options_.both) {
+            throw CLI::ValidationError(
+               name, refusal("both", "one machine: --sm dataflow or reactor"));
+         }
+         if (options_.command == Options::Command::run && !options_.watch) {
+            throw CLI::ValidationError(name,
+                                       std::string("a run without --watch; allowed ") +
+                                          (isOfReplay ? "are run --watch and replay"
+                                                      : "is run --watch"));
+         }
       }
-      if (options_.command == Options::Command::run && !options_.watch) {
-         throw CLI::ValidationError("--record", "a run without --watch; allowed are "
-                                                "run --watch and replay");
-      }
+   }
+
+   void checkQuestion() const {
+      auto const isOf = [this](char const* option, bool isGiven, std::string_view of) {
+         if (isGiven && options_.question != of) {
+            throw CLI::ValidationError(
+               option, refusal(options_.question, "ctl " + std::string(of)));
+         }
+      };
+      isOf("--vlan", !vlans_.empty(), "explain");
+      isOf("--vrf", !options_.vrfs.empty(), "explain");
+      isOf("--follow", options_.follow, "trace");
+      isOf("LEVELS", !options_.levels.empty(), "log-level");
    }
 
    void printHelp() {
@@ -306,7 +387,7 @@ class CommandLine {
       if (commands.empty()) {
          throw CLI::ValidationError(
             "help",
-            refusal(helpTopic_, "run, replay, explain, plan, compare or graph"));
+            refusal(helpTopic_, "run, replay, explain, plan, compare, graph or ctl"));
       }
       std::cout << commands.front()->help("mcastvpn-agent");
    }
@@ -315,6 +396,7 @@ class CommandLine {
    Options options_;
    std::optional<int> status_;
    std::string helpTopic_;
+   std::string control_; // to listen on
    std::string machine_ = "dataflow";
    std::string family_ = "ipv4";
    std::string mode_;

@@ -20,7 +20,7 @@ namespace Agent {
 
 // What the command line says.
 struct Options {
-   enum class Command { none, run, replay, explain, plan, compare, graph };
+   enum class Command { none, run, replay, explain, plan, compare, graph, ctl };
    enum class GraphFormat { dot, mermaid };
 
    Command command = Command::none;
@@ -38,6 +38,11 @@ struct Options {
    std::vector<std::string> toggles; // NAME=on or NAME=off, checked
    std::string toggleFile;
    bool json = false;
+   // run --watch: the socket to listen on, the folder to keep the outputs in, and the
+   // address to serve metrics at; empty for none. ctl: the socket to connect to.
+   std::string control;
+   std::string stateFolder;
+   std::string metrics;
    std::string record; // run --watch, replay: the file to record to; empty for none
    bool watch = false; // run: stay and follow the file
    bool verify = false;
@@ -47,6 +52,10 @@ struct Options {
    std::vector<std::string> vrfs;
 
    GraphFormat graphFormat = GraphFormat::dot;
+
+   std::string question; // of ctl
+   std::string levels;   // that it sets; empty for none
+   bool follow = false;
 };
 
 // Those for each machine: with both of them two, the reactor's first.

@@ -28,3 +28,10 @@ configure_file(packaging/McastVpnLib.pc.in
   "${PROJECT_BINARY_DIR}/packaging/McastVpnLib.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/packaging/McastVpnLib.pc"
   DESTINATION "${mcast_pc_folder}" COMPONENT dev)
+
+# A unit for systemd, where it looks for those of packages. The program's folder is the
+# one it is installed to.
+configure_file(packaging/systemd/mcastvpn-agent.service.in
+  "${PROJECT_BINARY_DIR}/packaging/mcastvpn-agent.service" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/packaging/mcastvpn-agent.service"
+  DESTINATION lib/systemd/system)

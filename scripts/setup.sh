@@ -17,11 +17,13 @@ trap 'echo "set-up: failed at line $LINENO of $0" >&2' ERR
 cd "$(dirname "$0")/.."
 
 packages=(g++ cmake make ninja-build ccache pkgconf
-   nlohmann-json3-dev libcli11-dev libgtest-dev libgmock-dev)
+   nlohmann-json3-dev libcli11-dev prometheus-cpp-dev libsystemd-dev
+   libgtest-dev libgmock-dev)
 bench_packages=(libbenchmark-dev libabsl-dev libboost-dev libspdlog-dev
    libsqlite3-dev valgrind)
 checks_packages=(cppcheck gcovr python3 valgrind)
-packages_packages=(scdoc man-db zsh dpkg-dev lintian abigail-tools xz-utils debootstrap)
+packages_packages=(scdoc man-db zsh dpkg-dev lintian abigail-tools xz-utils debootstrap
+   systemd)
 docs_packages=(doxygen graphviz python3)
 mutation_packages=(python3 python3-clang-19)
 oldest_clang=19

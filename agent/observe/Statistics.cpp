@@ -146,6 +146,7 @@ ordered_json Statistics::toJson() const {
            {"inputs", countsToJson(inputs, kInputNames)},
            {"outputs", countsToJson(outputs, kOutputNames)},
            {"streams", streams},
+           {"documents", {{"published", documents}, {"refused", documentsRefused}}},
            {"pendingTasks", pendingTasks},
            {"sliceSeconds", histogramToJson(sliceSeconds)},
            {"sliceItems", histogramToJson(sliceItems)},

@@ -55,6 +55,8 @@ struct Statistics {
    uint64_t traceWritten = 0; // records of the ring
    uint64_t traceLost = 0;    // that were overwritten
    size_t transitVlans = 0;   // transit interfaces
+   uint64_t documents = 0;    // that came after the first one
+   uint64_t documentsRefused = 0;
 
    void changed(nlohmann::ordered_json const& operation);
    void wrote(nlohmann::ordered_json const& operation);

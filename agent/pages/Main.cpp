@@ -1,4 +1,5 @@
 #include "agent/Version.h"
+#include "agent/observe/MetricTable.h"
 #include "agent/pages/BashCompletion.h"
 #include "agent/pages/ManSource.h"
 #include "agent/pages/ZshCompletion.h"
@@ -26,7 +27,8 @@ void write(std::filesystem::path const& file, std::string const& text) {
 } // namespace
 
 // Writes, below the folder that is named, the sources of the manual pages and the
-// completions of the shells, each made of what --help says.
+// completions of the shells, each made of what --help says, and docs/Metrics.md, made of
+// the metrics that are served.
 int main(int argc, char** argv) {
    if (argc != 2) {
       std::cerr << "usage: mcastvpn-pages FOLDER\n";
@@ -40,6 +42,7 @@ int main(int argc, char** argv) {
                manSource(program, placed,
                          program.name + ' ' + std::string(Agent::kVersion)));
       }
+      write(folder / "Metrics.md", Agent::metricsDocument());
       write(folder / "bash" / program.name, bashCompletion(program));
       write(folder / "zsh" / ('_' + program.name), zshCompletion(program));
    } catch (std::exception const& error) {

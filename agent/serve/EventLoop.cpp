@@ -104,7 +104,8 @@ EventLoop::Timer::Timer(EventLoop& loop, Call due)
         uint64_t times = 0;
         if (read(descriptor_.number(), &times, sizeof times) == sizeof times) {
            isSet_ = isSet_ && !isOnce_;
-           due_();
+           auto const due = due_; // the timer may go in it
+           due();
         }
      }) {}
 

@@ -42,7 +42,8 @@ class EventLoop {
       Interest interest_;
    };
 
-   // Calls back once when the time has come, or again and again.
+   // Calls back once when the time has come, or again and again. It may go inside a
+   // call.
    class Timer {
     public:
       Timer(EventLoop& loop, Call due);

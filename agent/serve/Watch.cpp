@@ -9,13 +9,19 @@
 #include "agent/OutputTable.h"
 #include "agent/Terminal.h"
 #include "agent/TwoMachines.h"
+#include "agent/observe/Statistics.h"
+#include "agent/observe/StreamEvents.h"
 #include "agent/record/Recording.h"
+#include "agent/serve/Answers.h"
 #include "agent/serve/ChangeText.h"
 #include "agent/serve/EventLoop.h"
 #include "agent/serve/Feed.h"
 #include "agent/serve/FileWatch.h"
 #include "agent/serve/LiveResults.h"
+#include "agent/serve/MetricsServer.h"
+#include "agent/serve/ServiceManager.h"
 #include "agent/serve/SignalWatch.h"
+#include "agent/serve/StateFolder.h"
 
 #include <fmt/format.h>
 
@@ -53,9 +59,18 @@ class Watch {
    }
 
    int run() {
+      // Before there are other threads, which are to leave the signals alone.
+      SignalWatch const signals(loop_, {SIGINT, SIGTERM},
+                                [this](int) { loop_.stop(); });
       file_ = std::make_unique<FileWatch>(loop_, options_.state, [this] { read(); });
       file_->seen();
-      publishAll(loadDocument(state(0), options_.state, options_.checks));
+      auto document = loadDocument(state(0), options_.state, options_.checks);
+      if (!options_.stateFolder.empty()) {
+         stateFolder_ =
+            std::make_unique<StateFolder>(loop_, options_.stateFolder, state(0));
+         stateFolder_->addOutputs(document, options_);
+      }
+      publishAll(std::move(document));
       if (options_.both) {
          twoMachines_.emplace(machines_[0]->host, machines_[1]->host, options_);
       }
@@ -63,23 +78,24 @@ class Watch {
          recorder_ = std::make_unique<Recorder>(options_.record, options_, state(0));
          machines_[0]->host.recorderIs(recorder_.get());
       }
+      observe();
       for (auto const& machine : machines_) {
          machine->host.provenanceIs(
-            nullptr, [this, sm = machine->sm](ordered_json const& operation,
-                                              InputChange const& cause) {
+            events_ ? Provenance::Input([this](InputChange const&,
+                                               ordered_json const& operation) {
+               statistics_.changed(operation);
+               counted();
+            })
+                    : nullptr,
+            [this, sm = machine->sm](ordered_json const& operation,
+                                     InputChange const& cause) {
                wrote({operation, cause, sm, std::chrono::system_clock::now()});
             });
          machine->host.start();
       }
-      SignalWatch const signals(loop_, {SIGINT, SIGTERM},
-                                [this](int) { loop_.stop(); });
+      supervisor_ = std::make_unique<ServiceManager>(loop_, machines_[0]->host);
       loop_.workIs([this] { return work(); });
-      loop_.turnEndIs([this] {
-         if (recorder_) {
-            recorder_->flush();
-         }
-         results_.flush();
-      });
+      loop_.turnEndIs([this] { turnEnd(); });
       loop_.run();
       return end();
    }
@@ -91,6 +107,53 @@ class Watch {
       Host host;
       std::string_view sm;
    };
+
+   // What people ask for, of the one machine: counts, and who tells them.
+   void observe() {
+      if (options_.control.empty() && options_.metrics.empty()) {
+         return;
+      }
+      auto& host = machines_[0]->host;
+      events_ = std::make_unique<StreamEvents>(options_.trace, [this](auto const& event) {
+         statistics_.passedBy(event);
+         counted();
+      });
+      host.traceRingIs(Pelk::makePtr<Fennlog::TraceHandle>());
+      host.sliceObserverIs([this](Kolm::SliceReport const& report) {
+         statistics_.sliceEnded(report);
+         counted();
+      });
+      if (!options_.metrics.empty()) {
+         metrics_ = std::make_unique<MetricsServer>(
+            loop_, options_.metrics, [this]() -> Statistics const& {
+               statistics_.look(machines_[0]->host);
+               return statistics_;
+            });
+         say("metrics are served at " + metrics_->url());
+      }
+      if (!options_.control.empty()) {
+         answers_ = std::make_unique<Answers>(
+            loop_, Answers::Subject{host, options_, statistics_, *events_});
+      }
+   }
+
+   // Something is to be seen in the metrics. Inside notifications.
+   void counted() {
+      if (metrics_) {
+         metrics_->changed();
+      }
+   }
+
+   void turnEnd() {
+      if (recorder_) {
+         recorder_->flush();
+      }
+      results_.flush();
+      if (answers_) {
+         isMoreToAnswer_ = answers_->turnEnd();
+      }
+      supervisor_->turnEnd();
+   }
 
    State& state(size_t machine) { return machines_[machine]->host.state(); }
 
@@ -109,7 +172,7 @@ class Watch {
    // results no more of them are made.
    bool work() {
       if (results_.isFull()) {
-         return false;
+         return isMoreToAnswer_;
       }
       bool isMore = feed_->publish(kChangesATurn);
       for (auto const& machine : machines_) {
@@ -118,7 +181,7 @@ class Watch {
       if (!isMore && !isSettled_) {
          settle();
       }
-      return isMore;
+      return isMore || isMoreToAnswer_;
    }
 
    // Nothing is left to do.
@@ -158,6 +221,13 @@ class Watch {
       if (recorder_) {
          recorder_->wrote(change.operation.dump(), change.cause.number);
       }
+      if (stateFolder_) {
+         stateFolder_->changed();
+      }
+      if (events_) {
+         statistics_.wrote(change.operation);
+         counted();
+      }
       if (isShown_) {
          ++outputChanges_;
          results_.print(options_.json ? recordOf(change).dump() + '\n'
@@ -171,14 +241,21 @@ class Watch {
       auto const before = feed_->document();
       try {
          auto document = loadDocument(state(0), options_.state, options_.checks);
+         if (stateFolder_) {
+            stateFolder_->keepOutputs(document, before);
+         }
          tellOfOutputs(before, document);
          size_t const changes = feed_->documentIs(std::move(document));
          isSettled_ = isSettled_ && changes == 0;
          inputChanges_ += changes;
          ++documents_;
-         say(fmt::format("{}{} of the inputs", where_, counted(changes, "change")));
+         statistics_.documents = documents_;
+         counted();
+         say(fmt::format("{}{} of the inputs", where_, numbered(changes, "change")));
       } catch (InputError const& error) {
          ++refused_;
+         statistics_.documentsRefused = refused_;
+         counted();
          say(fmt::format("{}; nothing of it is published", error.what()));
       }
    }
@@ -195,11 +272,16 @@ class Watch {
       }
    }
 
-   static std::string counted(size_t count, std::string_view what) {
+   static std::string numbered(size_t count, std::string_view what) {
       return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
    }
 
    int end() {
+      supervisor_->stopping();
+      if (stateFolder_) {
+         stateFolder_->finish();
+      }
+      answers_.reset();
       int status = twoMachines_ ? twoMachines_->status() : kFine;
       for (auto const& machine : machines_) {
          machine->host.stop();
@@ -209,8 +291,8 @@ class Watch {
          status = machine->host.verified() == 0 ? status : kDisagrees;
       }
       say(fmt::format("{}, {} of inputs, {} of outputs; {} refused",
-                      counted(documents_, "new document"),
-                      counted(inputChanges_, "change"), outputChanges_, refused_));
+                      numbered(documents_, "new document"),
+                      numbered(inputChanges_, "change"), outputChanges_, refused_));
       results_.finish();
       return status;
    }
@@ -224,6 +306,13 @@ class Watch {
    std::optional<TwoMachines> twoMachines_;
    std::unique_ptr<Feed> feed_;
    std::unique_ptr<FileWatch> file_;
+   std::unique_ptr<StateFolder> stateFolder_;
+   Statistics statistics_; // counted if somebody is to be told
+   std::unique_ptr<StreamEvents> events_;
+   std::unique_ptr<MetricsServer> metrics_;
+   std::unique_ptr<Answers> answers_;
+   std::unique_ptr<ServiceManager> supervisor_;
+   bool isMoreToAnswer_ = false;
    bool isSettled_ = false; // nothing was left to do, and that was looked at
    bool isShown_ = false;   // the outputs, once
    size_t documents_ = 0;

@@ -1,7 +1,5 @@
-#include "support/AgentProcess.h"
-#include "support/LineReader.h"
-#include "support/RunningAgent.h"
 #include "support/TransitState.h"
+#include "support/WatchingAgent.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -27,34 +25,8 @@ namespace fs = std::filesystem;
 // run --watch: a real agent follows a real file.
 namespace {
 
-class Watch : public testing::Test {
+class Watch : public WatchingAgent {
  protected:
-   void start(std::vector<std::string> const& options = {}, bool isJson = true) {
-      std::vector<std::string> arguments{"run", "--watch", "--seed", "1"};
-      if (isJson) {
-         arguments.emplace_back("--json");
-      }
-      arguments.insert(arguments.end(), options.begin(), options.end());
-      arguments.push_back(file());
-      agent_.emplace(arguments,
-                     RunningAgent::Streams{-1, out_.writing(), err_.writing()});
-      out_.closeWriting();
-      err_.closeWriting();
-   }
-   std::string file() const { return folder_.file("state.json"); }
-   void write(json const& state) const { folder_.write("state.json", state.dump(1)); }
-   // As an editor does: another file takes its place.
-   void replace(std::string const& text) const {
-      fs::rename(folder_.write("state.json.new", text), file());
-   }
-   void replace(json const& state) const { replace(state.dump(1)); }
-
-   json nextDocument() {
-      auto const line = results_.next();
-      return line ? json::parse(*line) : json();
-   }
-   // What the agent says of the next document that it has read.
-   std::string nextSaid() { return messages_.next().value_or("nothing"); }
    std::string const changesSaid(int changes) const {
       return "mcastvpn-agent: " + file() + ": " + std::to_string(changes) +
              (changes == 1 ? " change" : " changes") + " of the inputs";
@@ -70,18 +42,7 @@ class Watch : public testing::Test {
          operations.push_back(operation);
       }
    }
-   void expectQuiet() { EXPECT_EQ(results_.next(200ms), std::nullopt); }
-   int stop(int signal = SIGTERM) {
-      agent_->signal(signal);
-      return agent_->status();
-   }
-
-   TemporaryFolder folder_;
-   Pipe out_;
-   Pipe err_;
-   std::optional<RunningAgent> agent_;
-   LineReader results_{out_.reading()};
-   LineReader messages_{err_.reading()};
+   void expectQuiet() { EXPECT_EQ(results_->next(200ms), std::nullopt); }
 };
 
 } // namespace
@@ -99,7 +60,7 @@ TEST_F(Watch, PrintsTheOutputsAndThenEachChangeOfThemOnce) {
    EXPECT_EQ(operations.back().at("path"), "/transitIntfColl/intf/Vlan30/ipAddr");
    expectQuiet();
    EXPECT_EQ(stop(), 0);
-   EXPECT_EQ(results_.next(), std::nullopt);
+   EXPECT_EQ(results_->next(), std::nullopt);
 }
 
 TEST_F(Watch, PublishesOnlyWhatIsDifferent) {
@@ -224,10 +185,10 @@ TEST_F(Watch, OutputsInTheFileAreThoseOfTheStart) {
 
 TEST_F(Watch, TellsPeopleWhatChangedAndWhy) {
    write(transitState({10}));
-   start({"--verify"}, false);
-   EXPECT_TRUE(results_.nextWith("1 of 1 SBD VLANs have a transit interface"));
+   start({"--verify"}, {}, Form::table);
+   EXPECT_TRUE(results_->nextWith("1 of 1 SBD VLANs have a transit interface"));
    replace(transitState({10}, "10.0.0.9"));
-   EXPECT_THAT(results_.next().value_or(""),
+   EXPECT_THAT(results_->next().value_or(""),
                testing::MatchesRegex(
                   "[0-9:]+\\.[0-9]+  replace /transitIntfColl/intf/Vlan10/ipAddr "
                   "\"10\\.0\\.0\\.9\"  <- 1: replace "
@@ -266,12 +227,12 @@ TEST_F(Watch, ASignalInTheMiddleOfALongStartEndsIt) {
 
 TEST_F(Watch, AReaderWhoDoesNotReadHoldsUpNeitherTheFileNorASignal) {
    write(manyTransitVlans(4000)); // whose table is more than a pipe takes
-   start({}, false);
-   EXPECT_TRUE(results_.next()) << "the first line, and no more";
+   start({}, {}, Form::table);
+   EXPECT_TRUE(results_->next()) << "the first line, and no more";
    replace(std::string("[]"));
-   EXPECT_TRUE(messages_.nextWith("; nothing of it is published"));
+   EXPECT_TRUE(messages_->nextWith("; nothing of it is published"));
    EXPECT_EQ(stop(), 2);
-   EXPECT_TRUE(messages_.nextWith("the results cannot be written: "));
+   EXPECT_TRUE(messages_->nextWith("the results cannot be written: "));
 }
 
 TEST_F(Watch, AReaderWhoReadsLateGetsEveryLine) {
@@ -295,17 +256,17 @@ TEST_F(Watch, AReaderThatIsGoneEndsIt) {
    write(transitState({10}));
    start();
    nextDocument();
-   out_.closeReading();
+   out_->closeReading();
    replace(transitState({20}));
    EXPECT_EQ(agent_->status(), 2);
-   EXPECT_TRUE(messages_.nextWith("the results cannot be written: Broken pipe"));
+   EXPECT_TRUE(messages_->nextWith("the results cannot be written: Broken pipe"));
 }
 
 TEST_F(Watch, ABadDocumentAtTheStartPublishesNothing) {
    folder_.write("state.json", "[]");
    start();
    EXPECT_EQ(agent_->status(), 2);
-   EXPECT_EQ(results_.next(), std::nullopt);
+   EXPECT_EQ(results_->next(), std::nullopt);
 }
 
 TEST_F(Watch, StandardInputCannotBeFollowed) {

@@ -1,0 +1,404 @@
+#include "agent/serve/Answers.h"
+
+#include "agent/BadInput.h"
+#include "agent/ExitStatus.h"
+#include "agent/ExplanationText.h"
+#include "agent/Formatters.h"
+#include "agent/JsonText.h"
+#include "agent/MachineNames.h"
+#include "agent/OutputKey.h"
+#include "agent/OutputTable.h"
+#include "agent/Table.h"
+#include "pelk/Printable.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace Agent {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+
+namespace {
+
+constexpr char const* kFile = "question";
+
+std::string lineOf(ordered_json const& json) {
+   return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+[[noreturn]] void refuse(std::string const& member, json const& found,
+                         std::string const& allowed) {
+   throw BadInput(json::json_pointer('/' + member), excerpt(found), allowed);
+}
+
+ordered_json recordToJson(Fennlog::Record const& record) {
+   auto const microseconds =
+      std::chrono::floor<std::chrono::microseconds>(record.time.time_since_epoch());
+   return {{"number", record.sequence},
+           {"time", static_cast<double>(microseconds.count()) / 1e6},
+           {"level", record.level},
+           {"text", record.text}};
+}
+
+std::string recordText(Fennlog::Record const& record) {
+   return fmt::format("{:%F %T}Z  {}  {}",
+                      std::chrono::floor<std::chrono::microseconds>(record.time),
+                      record.level, Pelk::printable(record.text));
+}
+
+// Reads a ring from now on, and says where records were overwritten before they were
+// read.
+class RingFollower {
+ public:
+   explicit RingFollower(Pelk::Ptr<Fennlog::TraceHandle const> const& ring)
+      : reader_(ring) {
+      while (reader_.next()) { // what is there already is not asked for
+      }
+      missed_ = reader_.missed();
+   }
+
+   std::optional<std::string> next(bool isText) {
+      auto const record = held_ ? std::exchange(held_, std::nullopt) : reader_.next();
+      if (!record) {
+         return std::nullopt;
+      }
+      if (auto const missed = reader_.missed(); missed != missed_) {
+         held_ = record;
+         return lineOf({{"missed", missed - std::exchange(missed_, missed)}});
+      }
+      return lineOf({{"trace", isText ? ordered_json(recordText(*record))
+                                      : recordToJson(*record)}});
+   }
+
+ private:
+   Fennlog::TraceReader reader_;
+   uint64_t missed_ = 0;
+   std::optional<Fennlog::Record> held_; // until the gap before it was told
+};
+
+// The options that the state is shown to a command with.
+std::vector<std::string> planArguments(Options const& options, bool isText) {
+   std::vector<std::string> arguments{"plan", "--sm", std::string(smName(options.machine)),
+                                      "--af", fmt::format("{}", options.af),
+                                      "--unchecked"};
+   if (options.mode == Vorn::RunMode::synchronous) {
+      arguments.insert(arguments.end(), {"--mode", "sync"});
+   }
+   for (auto const& toggle : options.toggles) {
+      arguments.insert(arguments.end(), {"--toggle", toggle});
+   }
+   if (!options.toggleFile.empty()) {
+      arguments.insert(arguments.end(), {"--toggle-file", options.toggleFile});
+   }
+   if (!isText) {
+      arguments.emplace_back("--json");
+   }
+   arguments.emplace_back("-");
+   return arguments;
+}
+
+} // namespace
+
+// One question, and the one who asks it.
+class Answers::Question {
+ public:
+   Question(ControlSocket::Asker asker, json asked)
+      : asker_(std::move(asker)), asked_(std::move(asked)) {}
+
+   ControlSocket::Asker const& asker() const noexcept { return asker_; }
+
+   // A member that may be left out. BadInput if it is something else, here and below.
+   bool flag(char const* name) const {
+      auto const found = asked_.find(name);
+      if (found == asked_.end()) {
+         return false;
+      }
+      if (!found->is_boolean()) {
+         refuse(name, *found, "true or false");
+      }
+      return found->get<bool>();
+   }
+   std::string text(char const* name) const {
+      auto const found = asked_.find(name);
+      if (found == asked_.end()) {
+         return {};
+      }
+      if (!found->is_string()) {
+         refuse(name, *found, "a text");
+      }
+      return found->get<std::string>();
+   }
+   // One or a list of them.
+   std::vector<json> list(char const* name) const {
+      auto const found = asked_.find(name);
+      if (found == asked_.end()) {
+         return {};
+      }
+      return found->is_array() ? found->get<std::vector<json>>() : std::vector{*found};
+   }
+   bool isText() const {
+      auto const as = text("as");
+      if (!as.empty() && as != "json" && as != "text") {
+         refuse("as", as, "\"json\" or \"text\"");
+      }
+      return as == "text";
+   }
+
+   // The answer, for whoever asked it.
+   std::string answered(int status, ordered_json answer) const {
+      auto json = begun(status);
+      json["answer"] = std::move(answer);
+      return lineOf(json);
+   }
+   std::string refused(std::string const& why) const {
+      auto json = begun(kBadInput);
+      json["error"] = why;
+      return lineOf(json);
+   }
+
+ private:
+   ordered_json begun(int status) const {
+      ordered_json json;
+      if (auto const id = asked_.find("id"); id != asked_.end()) {
+         json["id"] = *id;
+      }
+      json["status"] = status;
+      return json;
+   }
+
+   ControlSocket::Asker asker_;
+   json asked_;
+};
+
+struct Answers::Kind {
+   std::string_view name;
+   std::vector<std::string_view> members; // beside those that any question may have
+   void (Answers::*answer)(Question const& question);
+};
+
+Answers::Kind const Answers::kKinds[] = {
+   {"show", {}, &Answers::show},
+   {"explain", {"vlan", "vrf"}, &Answers::explain},
+   {"plan", {}, &Answers::plan},
+   {"stats", {}, &Answers::stats},
+   {"trace", {"follow"}, &Answers::trace},
+   {"verify", {}, &Answers::verify},
+   {"log-level", {"levels"}, &Answers::logLevel},
+};
+
+Answers::Answers(EventLoop& loop, Subject const& subject)
+   : subject_(subject), snapshots_(loop),
+     socket_(loop, subject.options.control,
+             [this](ControlSocket::Asker const& asker, std::string_view line) {
+                asked(asker, line);
+             }) {}
+
+Answers::~Answers() = default;
+
+std::string Answers::questions() {
+   std::string names;
+   for (auto const& kind : kKinds) {
+      names += names.empty() ? "" : &kind == std::end(kKinds) - 1 ? " or " : ", ";
+      names += kind.name;
+   }
+   return names;
+}
+
+void Answers::asked(ControlSocket::Asker const& asker, std::string_view line) {
+   Question question(asker, json::object());
+   try {
+      auto const asked = parseJson(line, kFile);
+      if (!asked.is_object()) {
+         throw BadInput(json::json_pointer(), excerpt(asked), "an object");
+      }
+      question = Question(asker, asked);
+      auto const name = question.text("ask");
+      auto const* const kind = std::ranges::find(kKinds, name, &Kind::name);
+      if (kind == std::end(kKinds)) {
+         refuse("ask", asked.value("ask", json()), questions());
+      }
+      auto allowed = kind->members;
+      allowed.insert(allowed.end(), {"ask", "id", "as", "colour"});
+      for (auto const& [member, value] : asked.items()) {
+         if (std::ranges::find(allowed, member) == allowed.end()) {
+            refuse(member, value, fmt::format("{}", fmt::join(allowed, ", ")));
+         }
+      }
+      (this->*kind->answer)(question);
+   } catch (BadInput const& error) {
+      socket_.answer(asker, question.refused(location(kFile, 0) + error.what()));
+   } catch (std::exception const& error) {
+      socket_.answer(asker, question.refused(error.what()));
+   }
+}
+
+// The work ends in the JSON or the text of the answer, in another process.
+void Answers::inSnapshot(Question const& question, Snapshots::Question work) {
+   bool const isText = question.isText();
+   snapshots_.ask(std::move(work), [this, question, isText](Snapshots::Answer answer) {
+      bool const isRefused = answer.status == kBadInput;
+      auto value = isText || isRefused ? ordered_json(std::move(answer.text))
+                                       : ordered_json::parse(answer.text, nullptr, false);
+      if (isRefused || value.is_discarded()) {
+         socket_.answer(question.asker(),
+                        question.refused(isRefused && value != ""
+                                            ? value.get<std::string>()
+                                            : "there is no answer; why is said on the "
+                                              "agent's standard error"));
+      } else {
+         socket_.answer(question.asker(),
+                        question.answered(answer.status, std::move(value)));
+      }
+   });
+}
+
+void Answers::show(Question const& question) {
+   bool const isText = question.isText();
+   bool const colour = question.flag("colour");
+   inSnapshot(question, [this, isText, colour]() -> Snapshots::Answer {
+      auto const& state = subject_.host.state();
+      return {kFine, isText ? outputTable(state, subject_.options, colour)
+                            : state.toJson().dump()};
+   });
+}
+
+void Answers::explain(Question const& question) {
+   auto options = subject_.options;
+   for (auto const& vlan : question.list("vlan")) {
+      if (!vlan.is_number_unsigned() || vlan < 1 || vlan > 4094) {
+         refuse("vlan", vlan, "a number from 1 to 4094, or a list of such");
+      }
+      options.vlans.push_back(vlan.get<uint16_t>());
+   }
+   for (auto const& vrf : question.list("vrf")) {
+      if (!vrf.is_string()) {
+         refuse("vrf", vrf, "the name of a VRF, or a list of such");
+      }
+      options.vrfs.push_back(vrf.get<std::string>());
+   }
+   bool const isText = question.isText();
+   bool const colour = question.flag("colour");
+   inSnapshot(question, [this, options, isText, colour]() -> Snapshots::Answer {
+      Explainer const explainer(subject_.host.state(), options);
+      return {kFine, isText ? explanationText(explainer, colour)
+                            : explanationJson(explainer)};
+   });
+}
+
+void Answers::plan(Question const& question) {
+   bool const isText = question.isText();
+   inSnapshot(question, [this, isText]() -> Snapshots::Answer {
+      Snapshots::becomeCommand(planArguments(subject_.options, isText),
+                               subject_.host.state().toJson().dump());
+   });
+}
+
+void Answers::stats(Question const& question) {
+   subject_.statistics.look(subject_.host);
+   socket_.answer(
+      question.asker(),
+      question.answered(kFine, question.isText()
+                                  ? ordered_json(subject_.statistics.text(
+                                       question.flag("colour")))
+                                  : subject_.statistics.toJson()));
+}
+
+void Answers::trace(Question const& question) {
+   auto const& ring = subject_.host.traceRing();
+   bool const isText = question.isText();
+   if (!question.flag("follow")) {
+      inSnapshot(question, [&ring, isText]() -> Snapshots::Answer {
+         ordered_json records = ordered_json::array();
+         std::string text;
+         for (auto const& record : ring->records()) {
+            if (isText) {
+               text += recordText(record) + '\n';
+            } else {
+               records.push_back(recordToJson(record));
+            }
+         }
+         return {kFine, isText ? text
+                               : lineOf({{"written", ring->written()},
+                                         {"lost", ring->lost()},
+                                         {"records", records}})};
+      });
+      return;
+   }
+   socket_.follow(question.asker(),
+                  question.answered(kFine, "what is traced from now on follows"),
+                  [follower = std::make_shared<RingFollower>(ring), isText]() {
+                     return follower->next(isText);
+                  });
+}
+
+void Answers::verify(Question const& question) {
+   bool const isText = question.isText();
+   if (!subject_.host.isIdle()) {
+      throw std::runtime_error("the machine is not done: " +
+                               subject_.host.phase().text());
+   }
+   inSnapshot(question, [this, isText]() -> Snapshots::Answer {
+      auto const found = subject_.host.verifier().findings();
+      size_t errors = 0;
+      ordered_json differences = ordered_json::array();
+      std::string text;
+      for (auto const& difference : found.differences) {
+         auto const path = outputPathOf(difference.key);
+         errors += difference.excuse == nullptr ? 1 : 0;
+         auto const reason = difference.excuse == nullptr
+                                ? std::string("an error of the machine")
+                                : fmt::format("path-dependent, {}: {}",
+                                              difference.excuse->name,
+                                              difference.excuse->what);
+         differences.push_back({{"path", path},
+                                {"is", difference.is},
+                                {"should", difference.should},
+                                {"isError", difference.excuse == nullptr},
+                                {"reason", reason}});
+         text += fmt::format("{}: {} stands here; the plain rule says {}; {}\n",
+                             Pelk::printable(path), Pelk::printable(difference.is),
+                             difference.should, reason);
+      }
+      text += fmt::format("{} outputs, {} error{}, {} path-dependent difference{}\n",
+                          found.should.size(), errors, errors == 1 ? "" : "s",
+                          differences.size() - errors,
+                          differences.size() - errors == 1 ? "" : "s");
+      return {errors == 0 ? kFine : kDisagrees,
+              isText ? text
+                     : lineOf({{"outputs", found.should.size()},
+                               {"errors", errors},
+                               {"differences", differences}})};
+   });
+}
+
+void Answers::logLevel(Question const& question) {
+   auto const before = subject_.events.shown();
+   auto const levels = question.text("levels");
+   if (!levels.empty()) {
+      try {
+         subject_.events.shownIs(levels == "none" ? Pelk::TraceLevels()
+                                                  : Pelk::TraceLevels::fromText(levels));
+      } catch (std::invalid_argument const& error) {
+         refuse("levels", levels, std::string("none, or levels: ") + error.what());
+      }
+   }
+   auto const textOf = [](Pelk::TraceLevels each) {
+      return each.word() == 0 ? std::string("none") : each.text();
+   };
+   auto const now = textOf(subject_.events.shown());
+   socket_.answer(question.asker(),
+                  question.answered(kFine, question.isText()
+                                              ? ordered_json(now + '\n')
+                                              : ordered_json{{"levels", now},
+                                                             {"before", textOf(before)}}));
+}
+
+} // namespace Agent

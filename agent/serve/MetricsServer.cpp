@@ -1,0 +1,98 @@
+#include "agent/serve/MetricsServer.h"
+
+#include "agent/BadInput.h"
+#include "agent/OptionChecks.h"
+#include "agent/observe/MetricTable.h"
+
+#include <prometheus/collectable.h>
+#include <prometheus/exposer.h>
+
+#include <fmt/format.h>
+
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Agent {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kInterval = 50ms;
+constexpr size_t kThreads = 2;
+
+struct Address {
+   std::string host;
+   std::string port;
+};
+
+Address addressOf(std::string const& text) {
+   auto const colon = text.rfind(':');
+   Address address = colon == std::string::npos
+                        ? Address{"127.0.0.1", text}
+                        : Address{text.substr(0, colon), text.substr(colon + 1)};
+   auto const port = numberOf(address.port);
+   if (address.host.empty() || !port || *port > 65535) {
+      throw InputError("--metrics: " +
+                       refusal(text, "ADDR:PORT, or a port from 0 to 65535"));
+   }
+   return address;
+}
+
+} // namespace
+
+class MetricsServer::Collected final : public prometheus::Collectable {
+ public:
+   void statisticsAre(Statistics const& statistics) {
+      std::scoped_lock const lock(mutex_);
+      statistics_ = statistics;
+   }
+
+   std::vector<prometheus::MetricFamily> Collect() const override {
+      std::unique_lock lock(mutex_);
+      auto const statistics = statistics_;
+      lock.unlock();
+      return familiesOf(statistics);
+   }
+
+ private:
+   mutable std::mutex mutex_;
+   Statistics statistics_;
+};
+
+struct MetricsServer::Server {
+   explicit Server(std::string const& address) : exposer(address, kThreads) {}
+
+   prometheus::Exposer exposer;
+};
+
+MetricsServer::MetricsServer(EventLoop& loop, std::string const& text,
+                             std::function<Statistics const&()> now)
+   : now_(std::move(now)), collected_(std::make_shared<Collected>()),
+     timer_(loop, [this] { collected_->statisticsAre(now_()); }) {
+   auto const address = addressOf(text);
+   collected_->statisticsAre(now_());
+   try {
+      server_ = std::make_unique<Server>(address.host + ':' + address.port);
+   } catch (std::exception const& error) {
+      throw InputError(fmt::format("--metrics: nobody can listen at {}:{}: {}",
+                                   address.host, address.port, error.what()));
+   }
+   auto const ports = server_->exposer.GetListeningPorts();
+   url_ = fmt::format("http://{}:{}/metrics", address.host,
+                      ports.empty() ? 0 : ports.front());
+   server_->exposer.RegisterCollectable(collected_);
+}
+
+MetricsServer::~MetricsServer() = default;
+
+void MetricsServer::changed() {
+   if (!timer_.isSet()) {
+      timer_.onceAfter(kInterval);
+   }
+}
+
+} // namespace Agent

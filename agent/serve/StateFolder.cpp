@@ -1,0 +1,146 @@
+#include "agent/serve/StateFolder.h"
+
+#include "agent/BadInput.h"
+#include "agent/ExitStatus.h"
+#include "agent/Host.h"
+
+#include <fmt/format.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace Agent {
+
+using nlohmann::json;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Changes come together.
+constexpr auto kSettle = 100ms;
+constexpr auto kRetry = 5s;
+
+[[noreturn]] void failed(std::string const& file, std::string const& what) {
+   throw InputError(location(file, 0) + what + ": " +
+                    std::generic_category().message(errno));
+}
+
+Descriptor taken(std::string const& folder) {
+   if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+      failed(folder, "no folder can be made here");
+   }
+   Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+   if (!descriptor) {
+      failed(folder, "a folder is needed here");
+   }
+   if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
+      failed(folder, "another agent keeps its outputs here");
+   }
+   return descriptor;
+}
+
+void writeAll(Descriptor const& descriptor, std::string const& file,
+              std::string_view text) {
+   while (!text.empty()) {
+      auto const count = ::write(descriptor.number(), text.data(), text.size());
+      if (count < 0 && errno != EINTR) {
+         failed(file, "it cannot be written");
+      }
+      text.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
+   }
+}
+
+} // namespace
+
+StateFolder::StateFolder(EventLoop& loop, std::string folder, State const& state)
+   : folder_(std::move(folder)), state_(state), taken_(taken(folder_)),
+     snapshots_(loop), timer_(loop, [this] { keep(); }) {}
+
+void StateFolder::addOutputs(json& document, Options const& options) const {
+   auto const none = State().outputsToJson();
+   for (auto const& [name, value] : none.items()) {
+      if (document.at(name) != value) {
+         throw InputError(fmt::format("{}/{}: outputs stand here; with --state-dir "
+                                      "allowed are inputs alone",
+                                      location(options.state, 0), name));
+      }
+   }
+   if (std::filesystem::exists(file())) {
+      try {
+         keepOutputs(document, loadDocument(state_, file(), options.checks));
+      } catch (InputError const& error) {
+         throw InputError(std::string(error.what()) +
+                          "; without this file, a start finds no outputs");
+      }
+   }
+}
+
+void StateFolder::keepOutputs(json& document, json const& before) const {
+   for (auto const& member : state_.members()) {
+      if (member.isOutput) {
+         std::string const name(member.name);
+         document[name] = before.at(name);
+      }
+   }
+}
+
+void StateFolder::changed() {
+   isChanged_ = true;
+   if (!isKeeping_ && !timer_.isSet()) {
+      timer_.onceAfter(kSettle);
+   }
+}
+
+void StateFolder::keep() {
+   isKeeping_ = true;
+   isChanged_ = false;
+   snapshots_.ask(
+      [this]() -> Snapshots::Answer {
+         write();
+         return {kFine, {}};
+      },
+      [this](Snapshots::Answer const& answer) {
+         isKeeping_ = false;
+         if (answer.status != kFine) {
+            std::fputs(fmt::format("mcastvpn-agent: {}\n", answer.text).c_str(), stderr);
+            isChanged_ = true;
+         }
+         if (isChanged_) {
+            timer_.onceAfter(answer.status == kFine ? std::chrono::nanoseconds(kSettle)
+                                                    : kRetry);
+         }
+      });
+}
+
+// What is there is whole at any time: a process may be killed, a system may fail.
+void StateFolder::write() const {
+   auto const next = file() + ".next";
+   Descriptor const descriptor(
+      open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+   if (!descriptor) {
+      failed(next, "it cannot be written");
+   }
+   writeAll(descriptor, next, state_.outputsToJson().dump(1) + '\n');
+   if (fsync(descriptor.number()) != 0 || rename(next.c_str(), file().c_str()) != 0 ||
+       fsync(taken_.number()) != 0) {
+      failed(file(), "it cannot be written");
+   }
+}
+
+void StateFolder::finish() {
+   timer_.unset();
+   snapshots_.giveUp();
+   write();
+}
+
+} // namespace Agent

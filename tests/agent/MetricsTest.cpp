@@ -1,0 +1,162 @@
+#include "agent/observe/MetricTable.h"
+
+#include "support/TransitState.h"
+#include "support/WatchingAgent.h"
+
+#include <gmock/gmock.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <chrono>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <thread>
+
+using namespace TestSupport;
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+// run --watch --metrics: a real agent is scraped over HTTP.
+namespace {
+
+class Metrics : public WatchingAgent {
+ protected:
+   // Over these VLANs, at a free port.
+   void startOver(nlohmann::json const& state) {
+      write(state);
+      start({"--metrics", "0"});
+      std::smatch found;
+      auto const said = nextSaid();
+      ASSERT_TRUE(std::regex_match(
+         said, found,
+         std::regex("mcastvpn-agent: metrics are served at "
+                    "http://127\\.0\\.0\\.1:([0-9]+)/metrics")))
+         << said;
+      port_ = static_cast<uint16_t>(std::stoi(found[1]));
+      ASSERT_TRUE(nextDocument().is_object());
+   }
+
+   std::string scrape() const {
+      int const descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+      sockaddr_in address{};
+      address.sin_family = AF_INET;
+      address.sin_port = htons(port_);
+      address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+      std::string text;
+      if (connect(descriptor, reinterpret_cast<sockaddr const*>(&address),
+                  sizeof address) == 0) {
+         std::string const request = "GET /metrics HTTP/1.1\r\nHost: localhost\r\n"
+                                     "Connection: close\r\n\r\n";
+         send(descriptor, request.data(), request.size(), MSG_NOSIGNAL);
+         std::array<char, 4096> part;
+         for (ssize_t count = 0;
+              (count = recv(descriptor, part.data(), part.size(), 0)) > 0;) {
+            text.append(part.data(), static_cast<size_t>(count));
+         }
+      }
+      close(descriptor);
+      return text;
+   }
+   // Each sample by its name with its labels.
+   std::map<std::string, double> samples() const {
+      std::istringstream text(scrape());
+      std::map<std::string, double> samples;
+      for (std::string line; std::getline(text, line);) {
+         auto const blank = line.rfind(' ');
+         if (!line.starts_with('#') && line.find("mcastvpn_") == 0 &&
+             blank != std::string::npos) {
+            samples[line.substr(0, blank)] = std::stod(line.substr(blank + 1));
+         }
+      }
+      return samples;
+   }
+   // Samples in which this one has this value.
+   std::map<std::string, double> samplesWith(std::string const& name, double value) const {
+      auto const end = std::chrono::steady_clock::now() + 60s;
+      auto found = samples();
+      while (found[name] != value && std::chrono::steady_clock::now() < end) {
+         std::this_thread::sleep_for(10ms);
+         found = samples();
+      }
+      return found;
+   }
+
+   uint16_t port_ = 0;
+};
+
+} // namespace
+
+TEST_F(Metrics, AreWhatHappened) {
+   startOver(transitState({10, 20}));
+   auto before = samplesWith("mcastvpn_transit_vlans", 2);
+   EXPECT_EQ(before["mcastvpn_ready"], 1);
+   EXPECT_EQ(before["mcastvpn_phase{phase=\"ready\"}"], 1);
+   EXPECT_EQ(before["mcastvpn_phase{phase=\"scanning\"}"], 0);
+   EXPECT_EQ(before["mcastvpn_scans_done"], 5);
+   EXPECT_EQ(before["mcastvpn_outputs_reconciled"], 4);
+   EXPECT_EQ(
+      before["mcastvpn_output_writes_total{output=\"transit_intf\",kind=\"add\"}"], 2);
+   EXPECT_GT(before["mcastvpn_slice_duration_seconds_count"], 0);
+   EXPECT_GT(before["mcastvpn_slice_items_sum"], 0);
+   replace(transitState({10, 20, 30}));
+   auto after = samplesWith("mcastvpn_transit_vlans", 3);
+   EXPECT_EQ(after["mcastvpn_input_changes_total{input=\"peg_vlan\",kind=\"add\"}"], 1);
+   EXPECT_EQ(after["mcastvpn_documents_total{outcome=\"published\"}"], 1);
+   EXPECT_EQ(after["mcastvpn_stream_events_total{stream=\"pegVlanStream\"}"],
+             before["mcastvpn_stream_events_total{stream=\"pegVlanStream\"}"] + 1);
+   folder_.write("state.json", "{");
+   EXPECT_EQ(samplesWith("mcastvpn_documents_total{outcome=\"refused\"}",
+                         1)["mcastvpn_documents_total{outcome=\"refused\"}"],
+             1);
+   EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(Metrics, HaveEachAHelpAndATypeAndNoMoreLabelsThanTheyShow) {
+   startOver(manyTransitVlans(300));
+   auto const text = scrape();
+   for (auto const& metric : Agent::metrics()) {
+      EXPECT_THAT(text, HasSubstr("# HELP " + std::string(metric.name) + ' ' +
+                                  std::string(metric.help)));
+      EXPECT_THAT(text, HasSubstr("# TYPE " + std::string(metric.name) + ' '));
+   }
+   // However many VLANs there are.
+   EXPECT_LT(samples().size(), 120u);
+}
+
+TEST_F(Metrics, AreServedToOthersWhileOneDoesNotRead) {
+   startOver(transitState({10}));
+   int const idle = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+   sockaddr_in address{};
+   address.sin_family = AF_INET;
+   address.sin_port = htons(port_);
+   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+   ASSERT_EQ(connect(idle, reinterpret_cast<sockaddr const*>(&address), sizeof address),
+             0);
+   replace(transitState({10, 20}));
+   EXPECT_EQ(samplesWith("mcastvpn_transit_vlans", 2)["mcastvpn_transit_vlans"], 2);
+   close(idle);
+}
+
+TEST_F(Metrics, AreRefusedAnAddressThatIsNone) {
+   write(transitState({10}));
+   for (auto const* address : {"70000", "localhost", ":1", "127.0.0.1:x"}) {
+      auto const outcome =
+         runAgent(folder_, {"run", "--watch", "--metrics", address, file()});
+      EXPECT_EQ(outcome.status, 2) << address;
+      EXPECT_THAT(outcome.err, HasSubstr("ADDR:PORT, or a port from 0 to 65535"));
+   }
+   auto const taken =
+      runAgent(folder_, {"run", "--watch", "--metrics", "203.0.113.1:1", file()});
+   EXPECT_EQ(taken.status, 2);
+   EXPECT_THAT(taken.err, HasSubstr("nobody can listen at 203.0.113.1:1"));
+}
+
+TEST(MetricsDocument, IsWhatTheProgramMakes) {
+   EXPECT_EQ(readText(SOURCE_FOLDER "/docs/Metrics.md"), Agent::metricsDocument())
+      << "the target pages makes it: pages/Metrics.md in the build folder";
+}

@@ -1,0 +1,182 @@
+#include "support/TransitState.h"
+#include "support/UnixSocket.h"
+#include "support/WatchingAgent.h"
+
+#include <gmock/gmock.h>
+
+#include <poll.h>
+
+#include <array>
+#include <chrono>
+#include <thread>
+
+using namespace TestSupport;
+using namespace std::chrono_literals;
+using nlohmann::json;
+using testing::HasSubstr;
+
+// An agent as a supervisor runs it.
+namespace {
+
+// The supervisor's end of its protocol.
+class NotifySocket {
+ public:
+   explicit NotifySocket(std::string const& path)
+      : descriptor_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+      auto const address = unixAddress(path);
+      isBound_ = bind(descriptor_, reinterpret_cast<sockaddr const*>(&address),
+                      sizeof address) == 0;
+   }
+   NotifySocket(NotifySocket const&) = delete;
+   NotifySocket& operator=(NotifySocket const&) = delete;
+   ~NotifySocket() { close(descriptor_); }
+
+   bool isBound() const noexcept { return isBound_; }
+
+   // What was told next; "nothing" if nothing was in that time.
+   std::string next(std::chrono::milliseconds patience = 60s) const {
+      pollfd wanted{descriptor_, POLLIN, 0};
+      std::array<char, 4096> text;
+      if (poll(&wanted, 1, static_cast<int>(patience.count())) <= 0) {
+         return "nothing";
+      }
+      auto const count = recv(descriptor_, text.data(), text.size(), 0);
+      return {text.data(), count > 0 ? static_cast<size_t>(count) : 0};
+   }
+   // All that was told until this comes, which is part of it.
+   std::vector<std::string> until(std::string const& part) const {
+      std::vector<std::string> all;
+      do {
+         all.push_back(next());
+      } while (all.back().find(part) == std::string::npos && all.back() != "nothing");
+      return all;
+   }
+
+ private:
+   int descriptor_;
+   bool isBound_ = false;
+};
+
+class Service : public WatchingAgent {
+ protected:
+   std::string socketPath() const { return folder_.file("notify"); }
+   std::string kept() const { return folder_.file("kept/outputs.json"); }
+};
+
+} // namespace
+
+TEST_F(Service, TellsWhenItIsReadyAndWhatItDoes) {
+   NotifySocket const supervisor(socketPath());
+   ASSERT_TRUE(supervisor.isBound());
+   write(manyTransitVlans(200));
+   // So that the start takes many turns.
+   start({"--slice-items", "1"}, {"NOTIFY_SOCKET=" + socketPath()});
+   auto const told = supervisor.until("READY=1");
+   EXPECT_EQ(told.back(), "READY=1\nSTATUS=ready: 200 transit VLANs");
+   EXPECT_THAT(told, testing::Contains(testing::MatchesRegex(
+                        "STATUS=scanning: [0-4] of 5 inputs")));
+   EXPECT_THAT(told, testing::Contains(testing::MatchesRegex(
+                        "STATUS=reconciling: [0-3] of 4 outputs")));
+   replace(manyTransitVlans(201));
+   EXPECT_EQ(supervisor.next(), "STATUS=ready: 201 transit VLANs");
+   EXPECT_EQ(stop(), 0);
+   EXPECT_THAT(supervisor.next(), HasSubstr("STOPPING=1"));
+   EXPECT_EQ(supervisor.next(100ms), "nothing");
+}
+
+TEST_F(Service, TellsTheWatchdogAsLongAsItGoesOn) {
+   NotifySocket const supervisor(socketPath());
+   write(transitState({10}));
+   start({}, {"NOTIFY_SOCKET=" + socketPath(), "WATCHDOG_USEC=100000"});
+   supervisor.until("READY=1");
+   for (int i = 0; i < 5; ++i) {
+      EXPECT_EQ(supervisor.next(), "WATCHDOG=1");
+   }
+   // It does not run, so nothing is told.
+   agent_->signal(SIGSTOP);
+   while (supervisor.next(500ms) != "nothing") {
+   }
+   agent_->signal(SIGCONT);
+   EXPECT_EQ(supervisor.next(), "WATCHDOG=1");
+}
+
+// While nobody reads the results no slice is run, and the rest of the loop goes on.
+TEST_F(Service, DoesNotTellTheWatchdogThatSlicesGoOnWhenTheyDoNot) {
+   NotifySocket const supervisor(socketPath());
+   write(transitState({1}));
+   start({"--slice-items", "1"},
+         {"NOTIFY_SOCKET=" + socketPath(), "WATCHDOG_USEC=100000"});
+   supervisor.until("READY=1");
+   std::string last;
+   for (int round = 0; round < 100 && last != "nothing"; ++round) {
+      replace(manyTransitVlans(round % 2 == 0 ? 4000 : 1));
+      last = supervisor.next(1s);
+      while (last != "nothing" && last != "WATCHDOG=1") {
+         last = supervisor.next(1s);
+      }
+   }
+   EXPECT_EQ(last, "nothing");
+}
+
+TEST_F(Service, KeepsItsOutputsForTheNextStart) {
+   write(transitState({10, 20}));
+   start({"--state-dir", folder_.file("kept")});
+   auto const outputs = nextDocument();
+   EXPECT_EQ(stop(), 0);
+   EXPECT_EQ(json::parse(readText(kept())), outputs);
+   write(transitState({20, 30}));
+   start({"--state-dir", folder_.file("kept"), "--record", folder_.file("recording")});
+   nextDocument();
+   EXPECT_EQ(stop(), 0);
+   auto const recording = readText(folder_.file("recording"));
+   EXPECT_THAT(recording, HasSubstr(R"({"op":"remove","path":"/transitIntfColl/intf/Vlan10")"));
+   EXPECT_THAT(recording, HasSubstr(R"({"op":"add","path":"/transitIntfColl/intf/Vlan30")"));
+   EXPECT_THAT(recording, testing::Not(HasSubstr(R"("path":"/transitIntfColl/intf/Vlan20")")));
+}
+
+TEST_F(Service, KeepsItsOutputsWhileItRuns) {
+   write(transitState({10}));
+   start({"--state-dir", folder_.file("kept")});
+   nextDocument();
+   replace(transitState({10, 20}));
+   auto const end = std::chrono::steady_clock::now() + 60s;
+   while (readText(kept()).find("Vlan20") == std::string::npos) {
+      ASSERT_LT(std::chrono::steady_clock::now(), end);
+      std::this_thread::sleep_for(10ms);
+   }
+   EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
+   auto const kept = json::parse(readText(this->kept()));
+   EXPECT_TRUE(kept.at("transitIntfColl").at("intf").contains("Vlan10"));
+   start({"--state-dir", folder_.file("kept")});
+   EXPECT_EQ(nextDocument(), json::parse(runAgent(folder_, {"run", "--json", file()}).out));
+}
+
+TEST_F(Service, RefusesOutputsInTheStateBesideItsOwn) {
+   auto state = transitState({10});
+   state["transitIntfColl"]["intf"]["Vlan10"]["ipAddr"] = "10.0.0.1";
+   write(state);
+   start({"--state-dir", folder_.file("kept")});
+   EXPECT_THAT(nextSaid(), HasSubstr("/transitIntfColl: outputs stand here; with "
+                                     "--state-dir allowed are inputs alone"));
+   EXPECT_EQ(agent_->status(), 2);
+}
+
+TEST_F(Service, RefusesKeptOutputsThatAreBroken) {
+   std::filesystem::create_directory(folder_.file("kept"));
+   folder_.write("kept/outputs.json", "{");
+   write(transitState({10}));
+   start({"--state-dir", folder_.file("kept")});
+   EXPECT_THAT(nextSaid(), HasSubstr(kept() + ":1: "));
+   EXPECT_EQ(agent_->status(), 2);
+   EXPECT_EQ(readText(kept()), "{");
+}
+
+TEST_F(Service, RefusesAFolderThatAnotherAgentHas) {
+   write(transitState({10}));
+   start({"--state-dir", folder_.file("kept")});
+   nextDocument();
+   auto const other =
+      runAgent(folder_, {"run", "--watch", "--state-dir", folder_.file("kept"), file()});
+   EXPECT_EQ(other.status, 2);
+   EXPECT_THAT(other.err, HasSubstr("another agent keeps its outputs here"));
+}
