@@ -28,6 +28,9 @@ class CommandLine {
                                         {"plan", Pages::kPlan},
                                         {"compare", Pages::kCompare},
                                         {"graph", Pages::kGraph},
+                                        {"timeline", Pages::kTimeline},
+                                        {"report", Pages::kReport},
+                                        {"bundle", Pages::kBundle},
                                         {"help", Pages::kHelp}}));
       app_.set_help_flag("-h,--help", "print this page");
       app_.set_version_flag("--version", std::string("mcastvpn-agent ") + kVersion,
@@ -39,6 +42,9 @@ class CommandLine {
       addPlan();
       addCompare();
       addGraph();
+      addTimeline();
+      addReport();
+      addBundle();
       auto* const help = app_.add_subcommand("help", "help on a command");
       help->add_option("COMMAND", helpTopic_, "the command");
       help->callback([this] { printHelp(); });
@@ -84,7 +90,8 @@ class CommandLine {
                 refusal(first, "what \"mcastvpn-agent " + helpOnCommand() + "\" lists");
       }
       return refusal(first,
-                     "a command: run, replay, explain, plan, compare, graph or help");
+                     "a command: run, replay, explain, plan, compare, graph, timeline, "
+                     "report, bundle or help");
    }
 
    void addRun() {
@@ -129,7 +136,7 @@ class CommandLine {
       auto* const explain = app_.add_subcommand(
          "explain", "why an SBD VLAN is enabled or not, and what would turn that");
       explain->callback([this] { options_.command = Options::Command::explain; });
-      addState(*explain);
+      addState(*explain, "the state document, or a recording; - for standard input");
       explain
          ->add_option("--vlan", vlans_, "this VLAN (all that have a VRF or an output)")
          ->check(numberFrom(1, 4094))
@@ -172,10 +179,48 @@ class CommandLine {
          ->type_name("FORMAT");
    }
 
-   void addState(CLI::App& command) {
-      command
-         .add_option("STATE", options_.state,
-                     "the state document; - for standard input")
+   void addTimeline() {
+      auto* const timeline =
+         addLooking("timeline", Options::Command::timeline,
+                    "make a timeline of a recording, for a viewer of Chrome traces");
+      addOutput(*timeline, "write to this file (standard output)");
+   }
+
+   void addReport() {
+      auto* const report =
+         addLooking("report", Options::Command::report,
+                    "make a page of a recording, to be looked at with a browser");
+      addOutput(*report, "the page")->required();
+   }
+
+   void addBundle() {
+      auto* const bundle = addLooking(
+         "bundle", Options::Command::bundle,
+         "put what a bug report needs of a recording into one compressed file");
+      addOutput(*bundle, "the bundle")->required();
+   }
+
+   // A command that looks at a recording.
+   CLI::App* addLooking(char const* name, Options::Command which,
+                        std::string const& description) {
+      auto* const command = app_.add_subcommand(name, description);
+      command->callback([this, which] { options_.command = which; });
+      command->add_option("RECORDING", options_.recording, "the recording, or a bundle")
+         ->required()
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkRealFile, ""));
+      return command;
+   }
+
+   CLI::Option* addOutput(CLI::App& command, std::string const& description) {
+      return command.add_option("-o,--output", options_.output, description)
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkRealFile, ""));
+   }
+
+   void addState(CLI::App& command, std::string const& description =
+                                       "the state document; - for standard input") {
+      command.add_option("STATE", options_.state, description)
          ->required()
          ->type_name("FILE")
          ->check(CLI::Validator(checkFile, ""));
@@ -306,7 +351,8 @@ class CommandLine {
       if (commands.empty()) {
          throw CLI::ValidationError(
             "help",
-            refusal(helpTopic_, "run, replay, explain, plan, compare or graph"));
+            refusal(helpTopic_, "run, replay, explain, plan, compare, graph, timeline, "
+                                "report or bundle"));
       }
       std::cout << commands.front()->help("mcastvpn-agent");
    }

@@ -20,7 +20,18 @@ namespace Agent {
 
 // What the command line says.
 struct Options {
-   enum class Command { none, run, replay, explain, plan, compare, graph };
+   enum class Command {
+      none,
+      run,
+      replay,
+      explain,
+      plan,
+      compare,
+      graph,
+      timeline,
+      report,
+      bundle
+   };
    enum class GraphFormat { dot, mermaid };
 
    Command command = Command::none;
@@ -38,8 +49,10 @@ struct Options {
    std::vector<std::string> toggles; // NAME=on or NAME=off, checked
    std::string toggleFile;
    bool json = false;
-   std::string record; // run --watch, replay: the file to record to; empty for none
-   bool watch = false; // run: stay and follow the file
+   std::string record;    // run --watch, replay: the file to record to; empty for none
+   std::string recording; // timeline, report, bundle: the recording to look at
+   std::string output;    // the file that they write; empty for standard output
+   bool watch = false;    // run: stay and follow the file
    bool verify = false;
    Checks checks = Checks::plausible;
 
