@@ -105,7 +105,7 @@ json Playback::record() {
    line_ = line->number;
    json record;
    try {
-      record = parseJson(line->text, file_, line_);
+      record = parsed(*line);
    } catch (InputError const&) {
       if (line->isWhole || header_.is_null()) {
          throw;
@@ -114,6 +114,15 @@ json Playback::record() {
    }
    lines_.drop();
    return record;
+}
+
+// A program wrote the line, most likely, and it is short, most likely: all that
+// parseJson() sees to costs as much again.
+json Playback::parsed(EventLines::Line const& line) const {
+   constexpr size_t kShort = size_t{1} << 14;
+   auto record = line.text.size() < kShort ? json::parse(line.text, nullptr, false)
+                                           : json(json::value_t::discarded);
+   return record.is_discarded() ? parseJson(line.text, file_, line.number) : record;
 }
 
 json Playback::stateFor(State const& state, Options const& options) const {

@@ -78,6 +78,7 @@ class Playback {
 
  private:
    nlohmann::json record();
+   nlohmann::json parsed(EventLines::Line const& line) const;
    [[noreturn]] void refuse(std::string const& found, std::string const& allowed) const;
 
    std::string file_;

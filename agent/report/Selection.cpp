@@ -1,7 +1,7 @@
 #include "agent/report/Selection.h"
 
+#include "agent/EventLines.h"
 #include "agent/SbdVlans.h"
-#include "agent/record/Playback.h"
 #include "bridging/VlanId.h"
 
 #include <nlohmann/json.hpp>
@@ -18,6 +18,9 @@ namespace Agent {
 using nlohmann::json;
 
 namespace {
+
+// Of the state in a header, and of nothing else that a person would write.
+constexpr size_t kLongLine = size_t{1} << 16;
 
 constexpr std::string_view kMapping = "/vrfToSBDVlan/";
 constexpr std::string_view kPegVlan = "/pegVlanStatus/pegVlan/";
@@ -49,6 +52,33 @@ std::string pathOf(json const& operation) {
    return hasPath ? operation["path"].get<std::string>() : std::string();
 }
 
+// What a line is of that a recorder wrote: the name behind the time. Most lines need
+// not be parsed then.
+std::string_view kindOf(std::string_view line) {
+   constexpr std::string_view kBegin = "{\"t\":";
+   if (!line.starts_with(kBegin)) {
+      return {};
+   }
+   auto const begin = line.find_first_not_of("0123456789", kBegin.size());
+   constexpr std::string_view kBetween = ",\"";
+   if (begin == std::string_view::npos || !line.substr(begin).starts_with(kBetween)) {
+      return {};
+   }
+   auto const name = line.substr(begin + kBetween.size());
+   return name.substr(0, name.find('"'));
+}
+
+// The path of the operation in such a line.
+std::string_view pathIn(std::string_view line) {
+   constexpr std::string_view kPath = "\"path\":\"";
+   auto const begin = line.find(kPath);
+   if (begin == std::string_view::npos) {
+      return {};
+   }
+   auto const path = line.substr(begin + kPath.size());
+   return path.substr(0, path.find('"'));
+}
+
 // How much happens to which VLAN. A VLAN that is only a PEG VLAN is of no account.
 class Scores {
  public:
@@ -69,14 +99,13 @@ class Scores {
          } else if (auto const peg = stepBehind(path, kPegVlan); !peg.empty()) {
             ++pegs_[vlanNamed(peg)];
          } else {
-            addWrite(play);
+            addWrite(path);
             addMappings(value);
          }
       }
    }
 
-   void addWrite(json const& operation) {
-      auto const path = pathOf(operation);
+   void addWrite(std::string_view path) {
       if (auto const intf = stepBehind(path, kIntf); !intf.empty()) {
          add(vlanOfIntf(intf));
       } else if (auto const join = stepBehind(path, kJoin); !join.empty()) {
@@ -137,16 +166,24 @@ class Scores {
 } // namespace
 
 Selection selectionOf(std::string const& recording, json const& state) {
-   Playback playback(recording);
+   EventLines lines(recording);
    Selection selection;
    Scores scores;
    scores.addState(state);
-   while (auto const step = playback.next()) {
-      ++selection.steps;
-      scores.addPlay(step->play);
-      for (auto const& write : step->writes) {
-         scores.addWrite(write.operation);
+   for (auto const* line = lines.peek(); line != nullptr; line = lines.peek()) {
+      auto const kind = kindOf(line->text);
+      if (kind == "wrote") {
+         scores.addWrite(pathIn(line->text));
+      } else if (kind != "ends" && line->text.size() < kLongLine) {
+         auto const record = json::parse(line->text, nullptr, false);
+         if (record.is_object() && record.contains("play")) {
+            ++selection.steps;
+            scores.addPlay(record["play"]);
+         }
+      } else if (kind == "play") {
+         ++selection.steps;
       }
+      lines.drop();
    }
    selection.firstStep = selection.steps - std::min(selection.steps, kMostStepsShown);
    selection.vlans = scores.vlans();

@@ -24,8 +24,8 @@ struct Selection {
    size_t stepsShown() const noexcept { return steps - firstStep; }
 };
 
-// Reads the recording, without playing it. InputError for what is none. state: the one
-// that it starts from, in its canonical form.
+// Looks through the recording, without playing it. state: the one that it starts from,
+// in its canonical form.
 Selection selectionOf(std::string const& recording, nlohmann::json const& state);
 
 } // namespace Agent
