@@ -55,6 +55,10 @@ cppcheck: setup-checks ## look for faults with cppcheck, which takes its time
 	   -D__x86_64__ '-D__VA_OPT__(...)=' -I. -Iruntime --suppressions-list=.cppcheck \
 	   --error-exitcode=1 --quiet -j $(JOBS) runtime McastVpnLib agent
 
+report-test: setup-browser ## look at the agent's reports with a browser
+	$(call build,release,--target agent_tests)
+	ctest --preset release -R '^Report[.]'
+
 fuzz: setup-checks ## look for inputs that break something, SECONDS with each target
 	$(call build,asan,--target fuzz_targets)
 	scripts/fuzz.sh build/asan $(SECONDS)
@@ -113,6 +117,8 @@ setup-packages:
 	@scripts/setup.sh --packages
 setup-docs:
 	@scripts/setup.sh --docs
+setup-browser:
+	@scripts/setup.sh --browser
 setup-mutation:
 	@scripts/setup.sh --mutation
 
@@ -135,4 +141,6 @@ space := $(subst ,, )
 .PHONY: help demo test asan tsan threads memcheck clang tidy coverage cppcheck fuzz
 .PHONY: soak mutation proof bench packages packages-test abi abi-keep docs
 .PHONY: format format-check clean
+.PHONY: report-test
 .PHONY: setup setup-checks setup-bench setup-packages setup-docs setup-mutation
+.PHONY: setup-browser

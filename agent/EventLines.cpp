@@ -5,8 +5,7 @@
 namespace Agent {
 
 EventLines::EventLines(std::string const& file)
-   : isStandardInput_(file == "-"), text_(isStandardInput_ ? "" : readFile(file)),
-     content_(text_) {}
+   : isStandardInput_(file == "-"), text_(isStandardInput_ ? "" : readFile(file)) {}
 
 EventLines::Line const* EventLines::peek() {
    while (next_ == nullptr && nextLine()) {
@@ -20,8 +19,17 @@ EventLines::Line const* EventLines::peek() {
 }
 
 bool EventLines::nextLine() {
-   return isStandardInput_ ? readLine(current_.text)
-                           : static_cast<bool>(std::getline(content_, current_.text));
+   if (isStandardInput_) {
+      return readLine(current_.text);
+   }
+   if (at_ == text_.size()) {
+      return false;
+   }
+   auto const end = text_.find('\n', at_);
+   current_.isWhole = end != std::string::npos;
+   current_.text = text_.substr(at_, end - at_);
+   at_ = current_.isWhole ? end + 1 : text_.size();
+   return true;
 }
 
 } // namespace Agent

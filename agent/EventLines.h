@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <sstream>
 #include <string>
 
 namespace Agent {
@@ -13,6 +12,8 @@ class EventLines {
    struct Line {
       size_t number; // in the file, from 1
       std::string text;
+      bool isWhole =
+         true; // it has an end; what is read of standard input counts as whole
    };
 
    // InputError if the file cannot be read.
@@ -31,7 +32,7 @@ class EventLines {
 
    bool isStandardInput_;
    std::string text_;
-   std::istringstream content_;
+   size_t at_ = 0; // where the next line begins
    Line current_{0, {}};
    Line const* next_ = nullptr;
 };

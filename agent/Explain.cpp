@@ -6,18 +6,40 @@
 #include "agent/Host.h"
 #include "agent/Streams.h"
 #include "agent/Terminal.h"
+#include "agent/record/Rerun.h"
 
 #include <cstdio>
 
 namespace Agent {
 
+namespace {
+
+void printExplanation(Host& host, Options const& options) {
+   Explainer const explainer(host.state(), options);
+   print(options.json
+            ? explanationJson(explainer, host.provenance())
+            : explanationText(explainer, mayDecorate(stdout), host.provenance()));
+}
+
+// Of the state that the recording ends in.
+int explainRecording(Options const& options) {
+   Rerun rerun(options.state, options);
+   int const status = rerun.play({});
+   if (status == kFine) {
+      printExplanation(rerun.host(), rerun.options());
+   }
+   return status;
+}
+
+} // namespace
+
 int explain(Options const& options) {
+   if (Playback::isOne(options.state)) {
+      return explainRecording(options);
+   }
    Host host(options);
    loadState({&host}, options);
-   Explainer const explainer(host.state(), options);
-   auto const text = options.json ? explanationJson(explainer)
-                                  : explanationText(explainer, mayDecorate(stdout));
-   print(text);
+   printExplanation(host, options);
    return kFine;
 }
 

@@ -111,10 +111,24 @@ std::string verdictText(Explanation const& explanation) {
                          : "no transit interface, no join";
 }
 
+// "written by change 3: add /pegVlanStatus/pegVlan/10".
+std::string causeText(InputChange const* cause) {
+   if (cause == nullptr) {
+      return "written before the start";
+   }
+   bool const isStart = !cause->isAnotherWriter && cause->number == 0;
+   return (isStart ? "written at " : "written by ") + cause->text();
+}
+
+ordered_json causeToJson(std::string const& key, Provenance const& provenance) {
+   auto const* const cause = provenance.causeOf(key);
+   return cause == nullptr ? ordered_json() : cause->toJson();
+}
+
 class Blocks {
  public:
-   Blocks(Explainer const& explainer, bool colour)
-      : explainer_(explainer), colour_(colour) {}
+   Blocks(Explainer const& explainer, bool colour, Provenance const* provenance)
+      : explainer_(explainer), colour_(colour), provenance_(provenance) {}
 
    std::string blockOf(uint16_t vlanId) const {
       auto const& vrfs = explainer_.vlans().vrfsOf(vlanId);
@@ -135,7 +149,7 @@ class Blocks {
          text += fmt::format("  {:<13}  {}\n{}", machineName(each.machine),
                              verdictText(each), turning(each));
       }
-      return text + outputsText(vlanId, explanations) + '\n';
+      return text + outputsText(vlanId, explanations) + causesText(vlanId) + '\n';
    }
 
  private:
@@ -193,13 +207,40 @@ class Blocks {
                             : "only " + agreeing.front() + " agrees");
    }
 
+   // What wrote the outputs, below what they hold.
+   std::string causesText(uint16_t vlanId) const {
+      if (provenance_ == nullptr) {
+         return {};
+      }
+      std::vector<std::string> whats;
+      std::vector<std::string> causes;
+      for (auto const& [what, key] :
+           {std::pair{"transit interface ", intfKeyOf(vlanId)},
+            {"join ", Verify::joinKey(vlanId)}}) {
+         if (!explainer_.present(key).empty()) {
+            whats.emplace_back(what);
+            causes.push_back(causeText(provenance_->causeOf(key)));
+         }
+      }
+      if (causes.size() == 2 && causes[0] == causes[1]) {
+         whats = {"both "};
+         causes.pop_back();
+      }
+      std::string text;
+      for (size_t i = 0; i < causes.size(); ++i) {
+         text += fmt::format("{:17}{}{}\n", "", whats[i], causes[i]);
+      }
+      return text;
+   }
+
    Explainer const& explainer_;
    bool colour_;
+   Provenance const* provenance_;
 };
 
 } // namespace
 
-std::string explanationJson(Explainer const& explainer) {
+std::string explanationJson(Explainer const& explainer, Provenance const* provenance) {
    auto list = ordered_json::array();
    for (auto const vlan : explainer.chosen()) {
       auto vrfs = ordered_json::array();
@@ -211,17 +252,25 @@ std::string explanationJson(Explainer const& explainer) {
          machines[std::string(machineName(machine))] =
             toJson(explainer.explanation(vlan, machine));
       }
-      list.push_back(
-         {{"vlan", vlan},
-          {"vrfs", std::move(vrfs)},
-          {"machines", std::move(machines)},
-          {"outputs",
-           {{"transitInterface", textOrNull(explainer.present(intfKeyOf(vlan)))},
-            {"join", textOrNull(explainer.present(Verify::joinKey(vlan)))}}}});
+      auto const intf = intfKeyOf(vlan);
+      auto const join = Verify::joinKey(vlan);
+      ordered_json outputs{{"transitInterface", textOrNull(explainer.present(intf))},
+                           {"join", textOrNull(explainer.present(join))}};
+      if (provenance != nullptr) {
+         outputs["cause"] = {{"transitInterface", causeToJson(intf, *provenance)},
+                             {"join", causeToJson(join, *provenance)}};
+      }
+      list.push_back({{"vlan", vlan},
+                      {"vrfs", std::move(vrfs)},
+                      {"machines", std::move(machines)},
+                      {"outputs", std::move(outputs)}});
    }
    auto strangers = ordered_json::array();
    for (auto const& [name, addr] : explainer.strangers()) {
       strangers.push_back({{"intf", name}, {"ipAddr", addr}});
+      if (provenance != nullptr) {
+         strangers.back()["cause"] = causeToJson(Verify::intfKey(name), *provenance);
+      }
    }
    auto outOfRange = ordered_json::array();
    for (auto const& [vrf, vlanId] : explainer.outOfRange()) {
@@ -235,8 +284,9 @@ std::string explanationJson(Explainer const& explainer) {
           '\n';
 }
 
-std::string explanationText(Explainer const& explainer, bool colour) {
-   Blocks const blocks(explainer, colour);
+std::string explanationText(Explainer const& explainer, bool colour,
+                            Provenance const* provenance) {
+   Blocks const blocks(explainer, colour, provenance);
    std::string result;
    auto const chosen = explainer.chosen();
    for (auto const vlan : chosen) {

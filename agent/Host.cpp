@@ -185,6 +185,9 @@ Phase Host::phase() const {
 
 void Host::byAnotherWriterIs(bool is) {
    isByAnotherWriter_ = is;
+   if (provenance_) {
+      provenance_->byAnotherWriterIs(is);
+   }
    if (verification_) {
       verification_->byAnotherWriterIs(is);
    }

@@ -122,4 +122,26 @@ HostLine hostLineOf(json const& event, Situation const& situation) {
    return line;
 }
 
+uint64_t play(HostLine const& line, Host& host) {
+   switch (line.kind) {
+      case Kind::drain:
+         return host.drain();
+      case Kind::slice:
+         return host.slice(line.count, line.items);
+      case Kind::stop:
+         host.stop();
+         break;
+      case Kind::restart:
+         host.stop();
+         host.start();
+         break;
+      case Kind::start:
+         host.start();
+         break;
+      case Kind::flag:
+         break;
+   }
+   return 0;
+}
+
 } // namespace Agent

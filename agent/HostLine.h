@@ -31,4 +31,8 @@ struct Situation {
 // BadInput if the line is not one, or cannot be done in its situation.
 HostLine hostLineOf(nlohmann::json const& event, Situation const& situation);
 
+// Does what the line says. A flag is for the caller to test. Returns the number of
+// slices that ran.
+uint64_t play(HostLine const& line, Host& host);
+
 } // namespace Agent

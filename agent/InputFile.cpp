@@ -2,6 +2,7 @@
 
 #include "agent/BadInput.h"
 #include "agent/Descriptor.h"
+#include "agent/Zstd.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -98,7 +99,7 @@ std::string readFile(std::string const& file) {
    if (Stamp(from) != before) {
       refuse(file, "was written to while it was read");
    }
-   return withoutMark(std::move(text));
+   return withoutMark(isCompressed(text) ? decompressed(text, file) : std::move(text));
 }
 
 bool readLine(std::string& line) {

@@ -9,8 +9,9 @@ namespace Agent {
 // the memory of the machine.
 inline constexpr size_t kMostInput = size_t{128} << 20;
 
-// The whole file, without a byte order mark; "-" is standard input. InputError if it
-// cannot be read, is longer than kMostInput, or was written to meanwhile.
+// The whole file, without a byte order mark, and decompressed if zstd compressed it;
+// "-" is standard input. InputError if it cannot be read, is longer than kMostInput,
+// before or after that, or was written to meanwhile.
 std::string readFile(std::string const& file);
 
 // The next line of standard input, without its end; false at the end. InputError if it

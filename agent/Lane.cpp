@@ -98,28 +98,10 @@ void Lane::afterwards(size_t line) {
 }
 
 void Lane::playHost(HostLine const& line) {
-   switch (line.kind) {
-      case HostLine::Kind::drain:
-         slices_ += host_.drain();
-         break;
-      case HostLine::Kind::slice:
-         slices_ += host_.slice(line.count, line.items);
-         break;
-      case HostLine::Kind::stop:
-         host_.stop();
-         break;
-      case HostLine::Kind::restart:
-         host_.stop();
-         host_.start();
-         break;
-      case HostLine::Kind::start:
-         host_.start();
-         break;
-      case HostLine::Kind::flag:
-         if (options_.machine == Verify::Machine::dataflow) {
-            testFlag(line);
-         }
-         break;
+   slices_ += Agent::play(line, host_);
+   if (line.kind == HostLine::Kind::flag &&
+       options_.machine == Verify::Machine::dataflow) {
+      testFlag(line);
    }
 }
 

@@ -6,6 +6,7 @@
 #include "agent/Options.h"
 #include "agent/Patch.h"
 #include "agent/Records.h"
+#include "agent/record/FirstDifference.h"
 
 #include <nlohmann/json.hpp>
 
@@ -42,15 +43,10 @@ class Lane final : private Patch::Observer {
    // text: the line as the file has it.
    void play(size_t line, Step const& step, std::string_view text);
 
-   // What the machine wrote, and the number of the change that it is put down to.
-   struct Write {
-      nlohmann::json operation;
-      uint64_t cause;
-   };
-   // Keeps that from here on; to be called before begin().
+   // Keeps what the machine writes from here on; to be called before begin().
    void keepWrites();
    // What was kept since the last call.
-   std::vector<Write> takeWrites() { return std::exchange(writes_, {}); }
+   std::vector<PlayedWrite> takeWrites() { return std::exchange(writes_, {}); }
 
    // Destroys the machine and prints the last record. Returns the exit status.
    int end();
@@ -74,7 +70,7 @@ class Lane final : private Patch::Observer {
    std::unique_ptr<Recorder> recorder_;
    std::vector<std::unique_ptr<EntityTree>> inputs_; // followed while that is recorded
    uint64_t inputChanges_ = 0;                       // and counted
-   std::vector<Write> writes_;
+   std::vector<PlayedWrite> writes_;
    size_t line_ = 0; // that is being played
    uint64_t slices_ = 0;
    uint64_t tests_ = 0;

@@ -10,6 +10,9 @@
 #include "agent/Run.h"
 #include "agent/Streams.h"
 #include "agent/ctl/Ctl.h"
+#include "agent/record/Bundle.h"
+#include "agent/record/Timeline.h"
+#include "agent/report/Report.h"
 #include "agent/serve/Watch.h"
 
 #include <cstdio>
@@ -43,6 +46,12 @@ int command(Agent::Options const& options) {
          return Agent::graph(options);
       case Agent::Options::Command::ctl:
          return Agent::ctl(options);
+      case Agent::Options::Command::timeline:
+         return Agent::timeline(options);
+      case Agent::Options::Command::report:
+         return Agent::report(options);
+      case Agent::Options::Command::bundle:
+         return Agent::bundle(options);
       case Agent::Options::Command::none:
          break;
    }

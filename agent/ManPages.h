@@ -20,7 +20,8 @@ out. Results go to standard output, everything else to standard error. Colours a
 progress bar are for terminals, and not shown when NO_COLOR is set.
 )",
    R"(  0   fine
-  1   a test in the events did not hold (replay)
+  1   a test in the events did not hold (replay), or a recording came out
+      otherwise when it was played
   2   bad usage or bad input; nothing was published
   3   a machine and the plain rule disagree (--verify), or two machines
       without a reason that is known (compare, --sm both)
@@ -94,7 +95,7 @@ Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain, s
 With --sm both each record says which machine it is of ("sm"), and the table of the
 end, side by side, goes to standard error.
 
-EVENTS may be a recording (--record). It is played again exactly, with the state, the
+EVENTS may be a recording (--record), or a bundle. It is played again exactly, with the state, the
 options and the slices of then, and told if the machine writes anything else.
 )",
    R"(  0   fine
@@ -115,10 +116,19 @@ inline constexpr ManPage kExplain{
    R"(Prints one block a VLAN: the conditions that do not hold first; what either
 machine makes of it, with the fewest changes that would turn that; and what the
 outputs in STATE hold for it. No machine runs.
+
+STATE may be a recording (--record), or a bundle. It is played to its end, and the
+state explained that it ended in, with its options; and of each output it is told
+which change of an input last wrote it.
 )",
-   kFineOrBad,
+   R"(  0   fine
+  1   a recording came out otherwise
+  2   bad usage or bad input; nothing was published
+)",
    R"(  mcastvpn-agent explain --vlan 3302 examples/leaf-pair.jsonc
   mcastvpn-agent explain --vrf acme-iot --json examples/leaf-pair.jsonc
+  mcastvpn-agent explain --vlan 10 recording.jsonl
+      which change wrote what stands in the outputs
 )"};
 
 inline constexpr ManPage kPlan{
@@ -189,6 +199,52 @@ document, which "explain", "plan" and "compare" read.
   mcastvpn-agent ctl trace --follow
   mcastvpn-agent ctl log-level 6-9
   echo '{"ask":"stats"}' | socat - UNIX-CONNECT:/run/mcastvpn-agent/control
+)"};
+
+inline constexpr char const* kLooked = "  0   fine\n"
+                                       "  1   the recording came out otherwise\n"
+                                       "  2   bad usage or bad input\n";
+
+inline constexpr ManPage kTimeline{
+   R"(Plays RECORDING again and writes what happened in it as a trace in Chrome's
+JSON format, which the Perfetto viewer (ui.perfetto.dev) opens: a track for each
+task with its slices, for each stream with its events, for each output with what was
+written to it, and one for how far each start came.
+
+Slices and writes stand where they were recorded. Events of streams are in exact
+order; their times are spread over the time of the step that they are part of.
+)",
+   kLooked,
+   R"(  mcastvpn-agent replay --record recording.jsonl --slice-items 4 \
+      --state examples/minimal.jsonc examples/story.jsonl
+  mcastvpn-agent timeline recording.jsonl -o timeline.json
+)"};
+
+inline constexpr ManPage kReport{
+   R"(Plays RECORDING again and makes one page of what happened in it: the pipeline
+with the number of events on each edge, a timeline, the outputs over time, and for
+each VLAN when each condition of the rule held.
+
+The page needs nothing else, and no network. Of a long recording it shows the last
+steps, of many VLANs those that changed most; it says what it leaves out.
+)",
+   kLooked,
+   R"(  mcastvpn-agent report recording.jsonl -o report.html
+)"};
+
+inline constexpr ManPage kBundle{
+   R"(Plays RECORDING again and writes one file for a bug report: JSON Lines that
+zstd compressed, with the versions and the system, the statistics and the trace of
+the machine, and the recording itself. What stands in the recording stands in the
+bundle: names of VRFs, addresses, VLANs.
+
+replay, explain, timeline and report read a bundle as they read a recording. A
+bundle of a recording that comes out otherwise is written all the same.
+)",
+   kLooked,
+   R"(  mcastvpn-agent bundle recording.jsonl -o bundle.zst
+  mcastvpn-agent replay bundle.zst
+  zstdcat bundle.zst | head -n 3
 )"};
 
 inline constexpr ManPage kHelp{

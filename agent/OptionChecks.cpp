@@ -82,6 +82,11 @@ std::string checkFile(std::string const& text) {
                        : std::string();
 }
 
+std::string checkRealFile(std::string const& text) {
+   return text.empty() || text == "-" ? refusal(text, "the name of a file")
+                                      : std::string();
+}
+
 CLI::Validator toggleState() {
    return CLI::Validator(checkToggle, "", barred({kToggleOn, kToggleOff}));
 }

@@ -32,6 +32,9 @@ class CommandLine {
                                         {"compare", Pages::kCompare},
                                         {"graph", Pages::kGraph},
                                         {"ctl", Pages::kCtl},
+                                        {"timeline", Pages::kTimeline},
+                                        {"report", Pages::kReport},
+                                        {"bundle", Pages::kBundle},
                                         {"help", Pages::kHelp}}));
       app_.set_help_flag("-h,--help", "print this page");
       app_.set_version_flag("--version", std::string("mcastvpn-agent ") + kVersion,
@@ -44,6 +47,9 @@ class CommandLine {
       addCompare();
       addGraph();
       addCtl();
+      addTimeline();
+      addReport();
+      addBundle();
       auto* const help = app_.add_subcommand("help", "help on a command");
       help->add_option("COMMAND", helpTopic_, "the command");
       help->callback([this] { printHelp(); });
@@ -89,7 +95,8 @@ class CommandLine {
                 refusal(first, "what \"mcastvpn-agent " + helpOnCommand() + "\" lists");
       }
       return refusal(first,
-                     "a command: run, replay, explain, plan, compare, graph, ctl or help");
+                     "a command: run, replay, explain, plan, compare, graph, timeline, "
+                     "report, bundle, ctl or help");
    }
 
    void addRun() {
@@ -135,7 +142,7 @@ class CommandLine {
       auto* const explain = app_.add_subcommand(
          "explain", "why an SBD VLAN is enabled or not, and what would turn that");
       explain->callback([this] { options_.command = Options::Command::explain; });
-      addState(*explain);
+      addState(*explain, "the state document, or a recording; - for standard input");
       addChoice(*explain);
       addInputs(*explain);
       explain->add_flag("--json", options_.json, "print JSON, for programs");
@@ -176,8 +183,8 @@ class CommandLine {
       ctl->callback([this] { options_.command = Options::Command::ctl; });
       ctl->add_option("QUESTION", options_.question, "what is asked")
          ->required()
-         ->check(oneOf({"show", "explain", "plan", "stats", "trace", "verify",
-                        "log-level"}))
+         ->check(
+            oneOf({"show", "explain", "plan", "stats", "trace", "verify", "log-level"}))
          ->type_name("NAME");
       ctl->add_option("LEVELS", options_.levels,
                       "(log-level) trace these from now on: 7, 6-9, all or none")
@@ -204,10 +211,48 @@ class CommandLine {
          ->allow_extra_args(false);
    }
 
-   void addState(CLI::App& command) {
-      command
-         .add_option("STATE", options_.state,
-                     "the state document; - for standard input")
+   void addTimeline() {
+      auto* const timeline =
+         addLooking("timeline", Options::Command::timeline,
+                    "make a timeline of a recording, for a viewer of Chrome traces");
+      addOutput(*timeline, "write to this file (standard output)");
+   }
+
+   void addReport() {
+      auto* const report =
+         addLooking("report", Options::Command::report,
+                    "make a page of a recording, to be looked at with a browser");
+      addOutput(*report, "the page")->required();
+   }
+
+   void addBundle() {
+      auto* const bundle = addLooking(
+         "bundle", Options::Command::bundle,
+         "put what a bug report needs of a recording into one compressed file");
+      addOutput(*bundle, "the bundle")->required();
+   }
+
+   // A command that looks at a recording.
+   CLI::App* addLooking(char const* name, Options::Command which,
+                        std::string const& description) {
+      auto* const command = app_.add_subcommand(name, description);
+      command->callback([this, which] { options_.command = which; });
+      command->add_option("RECORDING", options_.recording, "the recording, or a bundle")
+         ->required()
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkRealFile, ""));
+      return command;
+   }
+
+   CLI::Option* addOutput(CLI::App& command, std::string const& description) {
+      return command.add_option("-o,--output", options_.output, description)
+         ->type_name("FILE")
+         ->check(CLI::Validator(checkRealFile, ""));
+   }
+
+   void addState(CLI::App& command, std::string const& description =
+                                       "the state document; - for standard input") {
+      command.add_option("STATE", options_.state, description)
          ->required()
          ->type_name("FILE")
          ->check(CLI::Validator(checkFile, ""));
@@ -353,10 +398,9 @@ class CommandLine {
                name, refusal("both", "one machine: --sm dataflow or reactor"));
          }
          if (options_.command == Options::Command::run && !options_.watch) {
-            throw CLI::ValidationError(name,
-                                       std::string("a run without --watch; allowed ") +
-                                          (isOfReplay ? "are run --watch and replay"
-                                                      : "is run --watch"));
+            throw CLI::ValidationError(
+               name, std::string("a run without --watch; allowed ") +
+                        (isOfReplay ? "are run --watch and replay" : "is run --watch"));
          }
       }
    }
@@ -387,7 +431,8 @@ class CommandLine {
       if (commands.empty()) {
          throw CLI::ValidationError(
             "help",
-            refusal(helpTopic_, "run, replay, explain, plan, compare, graph or ctl"));
+            refusal(helpTopic_, "run, replay, explain, plan, compare, graph, timeline, "
+                                "report, bundle or ctl"));
       }
       std::cout << commands.front()->help("mcastvpn-agent");
    }

@@ -20,7 +20,19 @@ namespace Agent {
 
 // What the command line says.
 struct Options {
-   enum class Command { none, run, replay, explain, plan, compare, graph, ctl };
+   enum class Command {
+      none,
+      run,
+      replay,
+      explain,
+      plan,
+      compare,
+      graph,
+      timeline,
+      report,
+      bundle,
+      ctl
+   };
    enum class GraphFormat { dot, mermaid };
 
    Command command = Command::none;
@@ -43,8 +55,10 @@ struct Options {
    std::string control;
    std::string stateFolder;
    std::string metrics;
-   std::string record; // run --watch, replay: the file to record to; empty for none
-   bool watch = false; // run: stay and follow the file
+   std::string record;    // run --watch, replay: the file to record to; empty for none
+   std::string recording; // timeline, report, bundle: the recording to look at
+   std::string output;    // the file that they write; empty for standard output
+   bool watch = false;    // run: stay and follow the file
    bool verify = false;
    Checks checks = Checks::plausible;
 

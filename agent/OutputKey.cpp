@@ -14,18 +14,18 @@ using Pointer = nlohmann::json::json_pointer;
 
 constexpr std::string_view kJoin = "join ";
 
-// "/transitIntfColl/intf/Vlan10/ipAddr" is below "/transitIntfColl/intf/Vlan10".
-Pointer memberOf(Pointer pointer) {
-   while (!pointer.parent_pointer().parent_pointer().parent_pointer().empty()) {
-      pointer.pop_back();
-   }
-   return pointer;
+// "Vlan10" in "/transitIntfColl/intf/Vlan10/ipAddr". Every write is looked at, so no
+// pointer is made where nothing is escaped.
+std::string memberOf(std::string const& path) {
+   size_t const begin = path.find('/', path.find('/', 1) + 1) + 1;
+   auto const name = path.substr(begin, path.find('/', begin) - begin);
+   return name.find('~') == std::string::npos ? name : Pointer('/' + name).back();
 }
 
 } // namespace
 
 std::string outputKeyOf(std::string const& path) {
-   auto const name = memberOf(Pointer(path)).back();
+   auto const name = memberOf(path);
    return path.starts_with("/transitIntfColl/") ? Verify::intfKey(name)
                                                 : std::string(kJoin) + name;
 }

@@ -19,9 +19,15 @@ struct InputChange {
    uint64_t number = 0; // 1 for the first after the start; 0 is the start itself
    std::string op;      // "add", "replace" or "remove"; empty for the start
    std::string path;    // a JSON pointer into the state
+   // No change at all: somebody else wrote to an output.
+   bool isAnotherWriter = false;
 
-   // {"number":3,"op":"add","path":"/pegVlanStatus/pegVlan/10"}, or {"number":0}.
+   // {"number":3,"op":"add","path":"/pegVlanStatus/pegVlan/10"}, {"number":0} or
+   // {"anotherWriter":true}.
    nlohmann::ordered_json toJson() const;
+   // What wrote: "change 3: add /pegVlanStatus/pegVlan/10", "the start" or "another
+   // writer".
+   std::string text() const;
 };
 
 // Which change of an input last wrote each output, and everybody's wish to hear of
@@ -50,6 +56,9 @@ class Provenance {
    // it; null if that was before this was made.
    InputChange const* causeOf(std::string const& key) const;
 
+   // What is written to outputs from here on is another writer's, or no more.
+   void byAnotherWriterIs(bool is) noexcept { isByAnotherWriter_ = is; }
+
  private:
    void changed(nlohmann::ordered_json const& operation);
    void wrote(nlohmann::ordered_json const& operation);
@@ -57,6 +66,7 @@ class Provenance {
    Input input_;
    Output output_;
    InputChange last_;
+   bool isByAnotherWriter_ = false;
    std::map<std::string, InputChange> causes_; // by key of the output
    std::vector<std::unique_ptr<OutputRecorder>> recorders_;
 };

@@ -11,6 +11,7 @@
 #include "agent/Streams.h"
 #include "agent/Terminal.h"
 #include "agent/TwoMachines.h"
+#include "agent/record/FirstDifference.h"
 #include "agent/record/Playback.h"
 
 #include <fmt/format.h>
@@ -152,7 +153,8 @@ class RecordingPlayer {
         lane_(options_, {}), progress_("replaying", playback_.size()) {}
 
    int play() {
-      lane_.host().state().assign(documentOf(playback_.state()));
+      auto& state = lane_.host().state();
+      state.assign(playback_.stateFor(state, options_));
       lane_.keepWrites();
       lane_.begin(true);
       while (auto const step = playback_.next()) {
@@ -160,27 +162,15 @@ class RecordingPlayer {
          progress_.step(step->text.size());
          requireResults();
       }
-      if (!playback_.isClosed()) {
+      if (auto const note = playback_.noteOnEnd(); !note.empty()) {
          flushResults();
-         fmt::print(stderr,
-                    "mcastvpn-agent: {}the recording has no end: its process ended "
-                    "in the middle\n",
-                    location(options_.events, 0));
+         fmt::print(stderr, "{}", note);
       }
       int const status = lane_.end();
-      return isDifferent_ ? kTestFailed : status;
+      return difference_.isFound() ? kTestFailed : status;
    }
 
  private:
-   // The state was checked when it was recorded, but files can be changed.
-   json documentOf(json const& state) {
-      try {
-         return lane_.host().state().canonical(state, options_.checks);
-      } catch (BadInput const& error) {
-         throw InputError(location(options_.events, 1) + "/state" + error.what());
-      }
-   }
-
    void play(RecordedStep const& step) {
       std::optional<Lane::Step> checked;
       try {
@@ -190,41 +180,18 @@ class RecordingPlayer {
       }
       lane_.host().sliceEndsAre(step.ends);
       lane_.play(step.line, *checked, step.text);
-      compare(step, lane_.takeWrites());
-   }
-
-   // The first difference is the one that matters: what follows may come of it.
-   void compare(RecordedStep const& step, std::vector<Lane::Write> const& writes) {
-      for (size_t i = 0;
-           !isDifferent_ && i < std::max(step.writes.size(), writes.size()); ++i) {
-         auto const have = i < writes.size() ? writes[i].operation : json();
-         auto const want = i < step.writes.size() ? step.writes[i].operation : json();
-         bool const isSameCause =
-            have.is_null() || want.is_null() || writes[i].cause == step.writes[i].cause;
-         if (have != want || !isSameCause) {
-            isDifferent_ = true;
-            flushResults();
-            fmt::print(
-               stderr,
-               "mcastvpn-agent: {}write {} of this step is {}; recorded is {}\n",
-               location(options_.events, step.line), i + 1, textOf(have, writes, i),
-               want.is_null() ? "none" : want.dump());
-         }
+      if (auto const text = difference_.compare(step, lane_.takeWrites());
+          !text.empty()) {
+         flushResults();
+         fmt::print(stderr, "{}", text);
       }
-   }
-
-   static std::string textOf(json const& operation,
-                             std::vector<Lane::Write> const& writes, size_t i) {
-      return operation.is_null() ? "none"
-                                 : fmt::format("{}, put down to change {}",
-                                               operation.dump(), writes[i].cause);
    }
 
    Playback playback_;
    Options const options_;
    Lane lane_;
    Progress progress_;
-   bool isDifferent_ = false;
+   FirstDifference difference_{options_.events};
 };
 
 } // namespace

@@ -19,13 +19,14 @@ constexpr size_t kVrfsShown = 4;
 
 } // namespace
 
-SbdVlans::SbdVlans(State const& state) {
+SbdVlans::SbdVlans(State const& state, std::set<uint16_t> const* only) {
    auto const status = state.vtiStatusDir->vtiStatus(Lidra::IntfId("Vxlan1"));
    if (!status) {
       return;
    }
    for (auto const& entry : status->vrfToSBDVlan()) {
-      if (!entry.value().isNone()) {
+      if (!entry.value().isNone() &&
+          (only == nullptr || only->contains(entry.value().value()))) {
          vrfs_[entry.value().value()].push_back(
             {state.mcastEvpnConfig->transitVrfHas(entry.key()),
              std::string(entry.key().view())});

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,13 +21,18 @@ class SbdVlans {
    };
    using Vrfs = std::vector<Vrf>; // transit VRFs first, then by name
 
-   explicit SbdVlans(State const& state);
+   explicit SbdVlans(State const& state) : SbdVlans(state, nullptr) {}
+   // Only these.
+   SbdVlans(State const& state, std::set<uint16_t> const& only)
+      : SbdVlans(state, &only) {}
 
    // The VRFs that the status of "Vxlan1" maps to a VLAN, of each that has one.
    std::map<uint16_t, Vrfs> const& vrfs() const noexcept { return vrfs_; }
    Vrfs const& vrfsOf(uint16_t vlanId) const;
 
  private:
+   SbdVlans(State const& state, std::set<uint16_t> const* only);
+
    std::map<uint16_t, Vrfs> vrfs_;
 };
 

@@ -9,6 +9,7 @@
 #   scripts/setup.sh --packages also what makes and tries Debian packages, manual pages
 #                               and completions
 #   scripts/setup.sh --docs     also what makes the documentation's site
+#   scripts/setup.sh --browser  also the browser that looks at the agent's reports
 #   scripts/setup.sh --mutation also libclang for Python, which reads what is mutated
 #
 # Debian 12 or newer, as root or through sudo.
@@ -18,13 +19,14 @@ cd "$(dirname "$0")/.."
 
 packages=(g++ cmake make ninja-build ccache pkgconf
    nlohmann-json3-dev libcli11-dev prometheus-cpp-dev libsystemd-dev
-   libgtest-dev libgmock-dev)
+   libzstd-dev libgtest-dev libgmock-dev)
 bench_packages=(libbenchmark-dev libabsl-dev libboost-dev libspdlog-dev
    libsqlite3-dev valgrind)
 checks_packages=(cppcheck gcovr python3 valgrind)
 packages_packages=(scdoc man-db zsh dpkg-dev lintian abigail-tools xz-utils debootstrap
    systemd)
 docs_packages=(doxygen graphviz python3)
+browser_packages=(chromium fonts-dejavu-core)
 mutation_packages=(python3 python3-clang-19)
 oldest_clang=19
 oldest_fmt=10
@@ -226,6 +228,7 @@ for option in "$@"; do
          ;;
       --packages) packages+=("${packages_packages[@]}") ;;
       --docs) packages+=("${docs_packages[@]}") ;;
+      --browser) packages+=("${browser_packages[@]}") ;;
       --mutation) packages+=("${mutation_packages[@]}") ;;
       *) fail "unknown option $option" ;;
    esac

@@ -2,6 +2,7 @@
 
 #include "agent/BadInput.h"
 #include "agent/JsonText.h"
+#include "agent/OutOfMemory.h"
 #include "agent/record/Recording.h"
 
 #include <fmt/format.h>
@@ -19,6 +20,10 @@ bool isHeader(json const& record) {
    return record.is_object() && record.contains("recording");
 }
 
+bool isBundle(json const& record) {
+   return record.is_object() && record.contains("bundle");
+}
+
 // An option of the header. What the value is not, its caller says.
 template <typename T>
 T optionOf(json const& options, char const* name) {
@@ -31,16 +36,29 @@ bool Playback::isOne(std::string const& file) {
    if (file == "-") {
       return false; // nothing is read of it before it is played
    }
+   Doing const doing("reading", file.c_str());
    EventLines lines(file);
    auto const* const first = lines.peek();
-   return first != nullptr && isHeader(json::parse(first->text, nullptr, false));
+   // The line may be long, and no recording's.
+   if (first == nullptr || (first->text.find("\"recording\"") == std::string::npos &&
+                            first->text.find("\"bundle\"") == std::string::npos)) {
+      return false;
+   }
+   auto const record = json::parse(first->text, nullptr, false);
+   return isHeader(record) || isBundle(record);
 }
 
 Playback::Playback(std::string const& file) : file_(file), lines_(file) {
    header_ = record();
+   if (isBundle(header_)) {
+      while (!header_.is_null() && !isHeader(header_)) {
+         header_ = record();
+      }
+   }
    if (!isHeader(header_)) {
       refuse(excerpt(header_), "a recording's first line");
    }
+   headerLine_ = line_;
    if (header_.at("recording") != kRecordingVersion) {
       refuse("a recording of version " + excerpt(header_.at("recording")),
              "version " + std::to_string(kRecordingVersion));
@@ -85,9 +103,52 @@ json Playback::record() {
       return {};
    }
    line_ = line->number;
-   auto record = parseJson(line->text, file_, line_);
+   json record;
+   try {
+      record = parsed(*line);
+   } catch (InputError const&) {
+      if (line->isWhole || header_.is_null()) {
+         throw;
+      }
+      tornLine_ = line_;
+   }
    lines_.drop();
    return record;
+}
+
+// A program wrote the line, most likely, and it is short, most likely: all that
+// parseJson() sees to costs as much again.
+json Playback::parsed(EventLines::Line const& line) const {
+   constexpr size_t kShort = size_t{1} << 14;
+   auto record = line.text.size() < kShort ? json::parse(line.text, nullptr, false)
+                                           : json(json::value_t::discarded);
+   return record.is_discarded() ? parseJson(line.text, file_, line.number) : record;
+}
+
+json Playback::stateFor(State const& state, Options const& options) const {
+   try {
+      return state.canonical(this->state(), options.checks);
+   } catch (BadInput const& error) {
+      throw InputError(location(file_, headerLine_) + "/state" + error.what());
+   }
+}
+
+std::string Playback::headerText(char const* member) const {
+   auto const found = header_.find(member);
+   return found != header_.end() && found->is_string() ? found->get<std::string>()
+                                                       : std::string();
+}
+
+std::string Playback::noteOnEnd() const {
+   if (tornLine_ != 0) {
+      return fmt::format("mcastvpn-agent: {}this line is cut off and was left out: the "
+                         "process ended while it wrote it\n",
+                         location(file_, tornLine_));
+   }
+   return isClosed_ ? ""
+                    : fmt::format("mcastvpn-agent: {}the recording has no end: its "
+                                  "process ended in the middle\n",
+                                  location(file_, 0));
 }
 
 std::optional<RecordedStep> Playback::next() {
@@ -102,7 +163,11 @@ std::optional<RecordedStep> Playback::next() {
       step.time = step.end = record.at("t").get<int64_t>();
       step.play = record.at("play");
       step.text = step.play.dump();
-      for (record = this->record(); !record.is_null(); record = this->record()) {
+      for (record = this->record();; record = this->record()) {
+         if (record.is_null()) {
+            step.isWhole = false;
+            break;
+         }
          if (record.contains("play") || record.contains("end")) {
             pending_ = std::move(record);
             break;
@@ -113,7 +178,9 @@ std::optional<RecordedStep> Playback::next() {
                {step.end, record.at("wrote"), record.at("cause").get<uint64_t>()});
          } else {
             step.ends = record.at("ends").get<SliceEnds>();
-            step.slice = record.value("slice", json());
+            if (auto const slice = record.find("slice"); slice != record.end()) {
+               step.slice = {slice->at("task"), slice->at("items"), slice->at("time")};
+            }
          }
       }
    } catch (json::exception const&) {

@@ -86,8 +86,11 @@ class RingFollower {
 
 // The options that the state is shown to a command with.
 std::vector<std::string> planArguments(Options const& options, bool isText) {
-   std::vector<std::string> arguments{"plan", "--sm", std::string(smName(options.machine)),
-                                      "--af", fmt::format("{}", options.af),
+   std::vector<std::string> arguments{"plan",
+                                      "--sm",
+                                      std::string(smName(options.machine)),
+                                      "--af",
+                                      fmt::format("{}", options.af),
                                       "--unchecked"};
    if (options.mode == Vorn::RunMode::synchronous) {
       arguments.insert(arguments.end(), {"--mode", "sync"});
@@ -154,24 +157,24 @@ class Answers::Question {
 
    // The answer, for whoever asked it.
    std::string answered(int status, ordered_json answer) const {
-      auto json = begun(status);
-      json["answer"] = std::move(answer);
-      return lineOf(json);
+      auto line = begun(status);
+      line["answer"] = std::move(answer);
+      return lineOf(line);
    }
    std::string refused(std::string const& why) const {
-      auto json = begun(kBadInput);
-      json["error"] = why;
-      return lineOf(json);
+      auto line = begun(kBadInput);
+      line["error"] = why;
+      return lineOf(line);
    }
 
  private:
    ordered_json begun(int status) const {
-      ordered_json json;
+      ordered_json line;
       if (auto const id = asked_.find("id"); id != asked_.end()) {
-         json["id"] = *id;
+         line["id"] = *id;
       }
-      json["status"] = status;
-      return json;
+      line["status"] = status;
+      return line;
    }
 
    ControlSocket::Asker asker_;
@@ -245,8 +248,9 @@ void Answers::inSnapshot(Question const& question, Snapshots::Question work) {
    bool const isText = question.isText();
    snapshots_.ask(std::move(work), [this, question, isText](Snapshots::Answer answer) {
       bool const isRefused = answer.status == kBadInput;
-      auto value = isText || isRefused ? ordered_json(std::move(answer.text))
-                                       : ordered_json::parse(answer.text, nullptr, false);
+      auto value = isText || isRefused
+                      ? ordered_json(std::move(answer.text))
+                      : ordered_json::parse(answer.text, nullptr, false);
       if (isRefused || value.is_discarded()) {
          socket_.answer(question.asker(),
                         question.refused(isRefused && value != ""
@@ -288,8 +292,9 @@ void Answers::explain(Question const& question) {
    bool const colour = question.flag("colour");
    inSnapshot(question, [this, options, isText, colour]() -> Snapshots::Answer {
       Explainer const explainer(subject_.host.state(), options);
-      return {kFine, isText ? explanationText(explainer, colour)
-                            : explanationJson(explainer)};
+      auto const* const provenance = subject_.host.provenance();
+      return {kFine, isText ? explanationText(explainer, colour, provenance)
+                            : explanationJson(explainer, provenance)};
    });
 }
 
@@ -303,12 +308,11 @@ void Answers::plan(Question const& question) {
 
 void Answers::stats(Question const& question) {
    subject_.statistics.look(subject_.host);
-   socket_.answer(
-      question.asker(),
-      question.answered(kFine, question.isText()
-                                  ? ordered_json(subject_.statistics.text(
-                                       question.flag("colour")))
-                                  : subject_.statistics.toJson()));
+   socket_.answer(question.asker(),
+                  question.answered(kFine, question.isText()
+                                              ? ordered_json(subject_.statistics.text(
+                                                   question.flag("colour")))
+                                              : subject_.statistics.toJson()));
 }
 
 void Answers::trace(Question const& question) {
@@ -353,11 +357,11 @@ void Answers::verify(Question const& question) {
       for (auto const& difference : found.differences) {
          auto const path = outputPathOf(difference.key);
          errors += difference.excuse == nullptr ? 1 : 0;
-         auto const reason = difference.excuse == nullptr
-                                ? std::string("an error of the machine")
-                                : fmt::format("path-dependent, {}: {}",
-                                              difference.excuse->name,
-                                              difference.excuse->what);
+         auto const reason =
+            difference.excuse == nullptr
+               ? std::string("an error of the machine")
+               : fmt::format("path-dependent, {}: {}", difference.excuse->name,
+                             difference.excuse->what);
          differences.push_back({{"path", path},
                                 {"is", difference.is},
                                 {"should", difference.should},
@@ -384,8 +388,9 @@ void Answers::logLevel(Question const& question) {
    auto const levels = question.text("levels");
    if (!levels.empty()) {
       try {
-         subject_.events.shownIs(levels == "none" ? Pelk::TraceLevels()
-                                                  : Pelk::TraceLevels::fromText(levels));
+         subject_.events.shownIs(levels == "none"
+                                    ? Pelk::TraceLevels()
+                                    : Pelk::TraceLevels::fromText(levels));
       } catch (std::invalid_argument const& error) {
          refuse("levels", levels, std::string("none, or levels: ") + error.what());
       }
@@ -394,11 +399,12 @@ void Answers::logLevel(Question const& question) {
       return each.word() == 0 ? std::string("none") : each.text();
    };
    auto const now = textOf(subject_.events.shown());
-   socket_.answer(question.asker(),
-                  question.answered(kFine, question.isText()
-                                              ? ordered_json(now + '\n')
-                                              : ordered_json{{"levels", now},
-                                                             {"before", textOf(before)}}));
+   socket_.answer(
+      question.asker(),
+      question.answered(
+         kFine, question.isText()
+                   ? ordered_json(now + '\n')
+                   : ordered_json{{"levels", now}, {"before", textOf(before)}}));
 }
 
 } // namespace Agent

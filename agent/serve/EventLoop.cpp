@@ -104,8 +104,8 @@ EventLoop::Timer::Timer(EventLoop& loop, Call due)
         uint64_t times = 0;
         if (read(descriptor_.number(), &times, sizeof times) == sizeof times) {
            isSet_ = isSet_ && !isOnce_;
-           auto const due = due_; // the timer may go in it
-           due();
+           auto const call = due_; // the timer may go in it
+           call();
         }
      }) {}
 

@@ -55,8 +55,8 @@ TEST_F(Options, HelpOfACommandNamesItsOptions) {
 TEST_F(Options, HelpOfEachCommandIsAManualPage) {
    auto const program = runAgent(folder_, {"help"}).out;
    EXPECT_THAT(program, StartsWith("NAME\n    mcastvpn-agent - "));
-   for (std::string const command :
-        {"run", "replay", "explain", "plan", "compare", "graph", "help"}) {
+   for (std::string const command : {"run", "replay", "explain", "plan", "compare",
+                                     "graph", "timeline", "report", "bundle", "help"}) {
       EXPECT_THAT(program, HasSubstr("\n    " + command + "  "));
       auto const page = runAgent(folder_, {"help", command}).out;
       EXPECT_THAT(page, StartsWith("NAME\n    mcastvpn-agent " + command + " - "));
@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
       BadUsage{"UnknownCommand",
                {"walk"},
                "\"walk\" stands here; allowed is a command: run, replay, explain, "
-               "plan, compare, graph or help"},
+               "plan, compare, graph, timeline, report, bundle or help"},
       BadUsage{
          "UnknownOption",
          {"run", "--fast", "x"},
@@ -173,8 +173,7 @@ INSTANTIATE_TEST_SUITE_P(
       BadUsage{"HelpTopic",
                {"help", "walk"},
                "help: \"walk\" stands here; allowed is run, replay, explain, plan, "
-               "compare or "
-               "graph"},
+               "compare, graph, timeline, report or bundle"},
       BadUsage{"WatchOfNoFile",
                {"run", "--watch", "-"},
                "--watch: \"-\" stands here; allowed is a file, which can be followed"},

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <sstream>
@@ -219,6 +220,51 @@ TEST_F(Record, AProcessThatWasKilledLeavesARecordingWithoutAnEnd) {
    auto const played = runAgent(folder_, {"replay", recording()});
    EXPECT_EQ(played.status, 0);
    EXPECT_THAT(played.err, HasSubstr("the recording has no end"));
+}
+
+TEST_F(Record, ALastLineThatIsCutOffIsLeftOut) {
+   auto const operations =
+      recordAndPlay({"--slice-items", "1", "--state", "examples/minimal.jsonc",
+                     "examples/story.jsonl"});
+   auto const whole = readText(recording());
+   auto const header = whole.find('\n') + 1;
+   size_t torn = 0;
+   for (size_t size = header; size < whole.size(); size += 61) {
+      auto const text = whole.substr(0, size);
+      auto const lines = std::ranges::count(text, '\n');
+      folder_.write("recording.jsonl", text);
+      auto const played = runAgent(folder_, {"replay", recording()});
+      EXPECT_EQ(played.status, 0) << played.err;
+      auto const found = operationsOf(played.out);
+      EXPECT_TRUE(found.size() <= operations.size() &&
+                  std::equal(found.begin(), found.end(), operations.begin()));
+      EXPECT_EQ(std::ranges::count(played.err, '\n'), 1) << played.err;
+      if (!text.ends_with('\n') && !json::accept(text.substr(text.rfind('\n')))) {
+         ++torn;
+         EXPECT_EQ(
+            played.err,
+            "mcastvpn-agent: " + recording() + ":" + std::to_string(lines + 1) +
+               ": this line is cut off and was left out: the process ended while "
+               "it wrote it\n");
+      }
+      EXPECT_EQ(runAgent(folder_, {"timeline", recording()}).err, played.err);
+   }
+   EXPECT_GT(torn, 10u);
+}
+
+TEST_F(Record, OnlyTheLastLineMayBeCutOff) {
+   recordAndPlay({"--state", "examples/minimal.jsonc", "examples/story.jsonl"});
+   auto const whole = readText(recording());
+   folder_.write("recording.jsonl", whole + "{\"t\":\n");
+   auto const ended = runAgent(folder_, {"replay", recording()});
+   EXPECT_EQ(ended.status, 0) << "nothing is read behind the end";
+   auto const second = whole.find('\n') + 1;
+   folder_.write("recording.jsonl", whole.substr(0, second) + "{\"t\":\n");
+   auto const played = runAgent(folder_, {"replay", recording()});
+   EXPECT_EQ(played.status, 2) << "a line that has an end was written whole";
+   EXPECT_THAT(played.err, HasSubstr("recording.jsonl:2: "));
+   folder_.write("recording.jsonl", whole.substr(0, second / 2));
+   EXPECT_EQ(runAgent(folder_, {"timeline", recording()}).status, 2);
 }
 
 TEST_F(Record, WhatIsNoRecordingIsRefusedWithItsLine) {

@@ -1,0 +1,32 @@
+# mcast_embed(<target> <file>...): the target has the text of each file: of
+# report/Page.css as Agent::Embedded::kPageCss, which "agent/Embedded.h" declares.
+function(mcast_embed target)
+  set(declarations "#pragma once\n\n#include <string_view>\n\nnamespace Agent::Embedded {\n\n")
+  set(definitions "#include \"agent/Embedded.h\"\n\nnamespace Agent::Embedded {\n\n")
+  set(folder "${CMAKE_CURRENT_BINARY_DIR}/embedded")
+  foreach(file IN LISTS ARGN)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${file}")
+    file(READ "${file}" hex HEX)
+    string(REGEX REPLACE "(..)" "\\\\x\\1" text "${hex}")
+    # A literal has a length that compilers promise to take.
+    string(REGEX REPLACE "(................................................................)"
+      "\\1\"\n   \"" text "${text}")
+    get_filename_component(name "${file}" NAME)
+    string(REGEX REPLACE "[.]([a-z])" ";\\1" parts "${name}")
+    list(GET parts 0 stem)
+    list(GET parts 1 kind)
+    string(SUBSTRING "${kind}" 0 1 first)
+    string(SUBSTRING "${kind}" 1 -1 rest)
+    string(TOUPPER "${first}" first)
+    set(constant "k${stem}${first}${rest}")
+    string(APPEND declarations "extern std::string_view const ${constant};\n")
+    string(APPEND definitions
+      "std::string_view const ${constant}{\n   \"${text}\"};\n\n")
+  endforeach()
+  string(APPEND declarations "\n} // namespace Agent::Embedded\n")
+  string(APPEND definitions "} // namespace Agent::Embedded\n")
+  file(CONFIGURE OUTPUT "${folder}/agent/Embedded.h" CONTENT "${declarations}" @ONLY)
+  file(CONFIGURE OUTPUT "${folder}/agent/Embedded.cpp" CONTENT "${definitions}" @ONLY)
+  target_sources(${target} PRIVATE "${folder}/agent/Embedded.cpp")
+  target_include_directories(${target} PRIVATE "${folder}")
+endfunction()
