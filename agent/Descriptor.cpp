@@ -7,6 +7,10 @@
 
 namespace Agent {
 
+void systemFailed(char const* what) {
+   throw std::system_error(errno, std::generic_category(), what);
+}
+
 Descriptor::~Descriptor() {
    if (number_ >= 0) {
       close(number_);
@@ -15,7 +19,7 @@ Descriptor::~Descriptor() {
 
 Descriptor Descriptor::made(int number, char const* what) {
    if (number < 0) {
-      throw std::system_error(errno, std::generic_category(), what);
+      systemFailed(what);
    }
    return Descriptor(number);
 }

@@ -4,6 +4,9 @@
 
 namespace Agent {
 
+// A system call failed: std::system_error with what it was to do.
+[[noreturn]] void systemFailed(char const* what);
+
 // Owns a file descriptor, or none (-1).
 class Descriptor {
  public:

@@ -65,6 +65,8 @@ class Recorder {
 
  private:
    int64_t now() const;
+   template <typename... Parts>
+   void gather(Parts const&... parts);
    void line(std::string_view text);
    void flushIfFull();
    int writeOut() noexcept;

@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
 namespace Agent {
@@ -14,10 +13,6 @@ namespace Agent {
 namespace {
 
 constexpr int kMostAtOnce = 64;
-
-[[noreturn]] void failed(char const* what) {
-   throw std::system_error(errno, std::generic_category(), what);
-}
 
 epoll_event eventOf(int descriptor, EventLoop::Interest interest) {
    epoll_event event{};
@@ -59,7 +54,7 @@ void EventLoop::turn(int timeout) {
    std::array<epoll_event, kMostAtOnce> events;
    int const count = epoll_wait(epoll_.number(), events.data(), kMostAtOnce, timeout);
    if (count < 0 && errno != EINTR) {
-      failed("epoll_wait");
+      systemFailed("epoll_wait");
    }
    for (int i = 0; i < count; ++i) {
       auto const found = calls_.find(events[static_cast<size_t>(i)].data.fd);
@@ -75,7 +70,7 @@ EventLoop::Follower::Follower(EventLoop& loop, int descriptor, Interest interest
    : loop_(loop), descriptor_(descriptor), interest_(interest) {
    auto event = eventOf(descriptor_, interest_);
    if (epoll_ctl(loop_.epoll_.number(), EPOLL_CTL_ADD, descriptor_, &event) != 0) {
-      failed("epoll_ctl");
+      systemFailed("epoll_ctl");
    }
    loop_.calls_[descriptor_] = std::make_shared<Call>(std::move(ready));
 }
@@ -91,7 +86,7 @@ void EventLoop::Follower::interestIs(Interest interest) {
    }
    auto event = eventOf(descriptor_, interest);
    if (epoll_ctl(loop_.epoll_.number(), EPOLL_CTL_MOD, descriptor_, &event) != 0) {
-      failed("epoll_ctl");
+      systemFailed("epoll_ctl");
    }
    interest_ = interest;
 }
@@ -128,7 +123,7 @@ void EventLoop::Timer::set(std::chrono::nanoseconds first,
                            std::chrono::nanoseconds next) {
    itimerspec const spec{specOf(next), specOf(first)};
    if (timerfd_settime(descriptor_.number(), 0, &spec, nullptr) != 0) {
-      failed("timerfd_settime");
+      systemFailed("timerfd_settime");
    }
    isSet_ = true;
 }

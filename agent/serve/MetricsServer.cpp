@@ -21,25 +21,25 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kInterval = 50ms;
+constexpr auto kFreshness = 50ms;
 constexpr size_t kThreads = 2;
 
-struct Address {
+struct Endpoint {
    std::string host;
    std::string port;
 };
 
-Address addressOf(std::string const& text) {
+Endpoint endpointOf(std::string const& text) {
    auto const colon = text.rfind(':');
-   Address address = colon == std::string::npos
-                        ? Address{"127.0.0.1", text}
-                        : Address{text.substr(0, colon), text.substr(colon + 1)};
-   auto const port = numberOf(address.port);
-   if (address.host.empty() || !port || *port > 65535) {
+   Endpoint endpoint = colon == std::string::npos
+                          ? Endpoint{"127.0.0.1", text}
+                          : Endpoint{text.substr(0, colon), text.substr(colon + 1)};
+   auto const port = numberOf(endpoint.port);
+   if (endpoint.host.empty() || !port || *port > 65535) {
       throw InputError("--metrics: " +
                        refusal(text, "ADDR:PORT, or a port from 0 to 65535"));
    }
-   return address;
+   return endpoint;
 }
 
 } // namespace
@@ -73,16 +73,16 @@ MetricsServer::MetricsServer(EventLoop& loop, std::string const& text,
                              std::function<Statistics const&()> now)
    : now_(std::move(now)), collected_(std::make_shared<Collected>()),
      timer_(loop, [this] { collected_->statisticsAre(now_()); }) {
-   auto const address = addressOf(text);
+   auto const endpoint = endpointOf(text);
    collected_->statisticsAre(now_());
    try {
-      server_ = std::make_unique<Server>(address.host + ':' + address.port);
+      server_ = std::make_unique<Server>(endpoint.host + ':' + endpoint.port);
    } catch (std::exception const& error) {
       throw InputError(fmt::format("--metrics: nobody can listen at {}:{}: {}",
-                                   address.host, address.port, error.what()));
+                                   endpoint.host, endpoint.port, error.what()));
    }
    auto const ports = server_->exposer.GetListeningPorts();
-   url_ = fmt::format("http://{}:{}/metrics", address.host,
+   url_ = fmt::format("http://{}:{}/metrics", endpoint.host,
                       ports.empty() ? 0 : ports.front());
    server_->exposer.RegisterCollectable(collected_);
 }
@@ -91,7 +91,7 @@ MetricsServer::~MetricsServer() = default;
 
 void MetricsServer::changed() {
    if (!timer_.isSet()) {
-      timer_.onceAfter(kInterval);
+      timer_.onceAfter(kFreshness);
    }
 }
 

@@ -25,12 +25,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr size_t kMostText = size_t{64} << 20;
-constexpr auto kPatience = 60s; // then the process is given up
+constexpr auto kMostTime = 60s; // then the process is given up
 constexpr int kNiceness = 10;   // what is asked never competes with what is done
-
-[[noreturn]] void failed(char const* what) {
-   throw std::system_error(errno, std::generic_category(), what);
-}
 
 bool writeAll(int descriptor, std::string_view text) {
    while (!text.empty()) {
@@ -72,7 +68,7 @@ class Snapshots::Process {
         late_(owner.loop_, [this] { giveUp("it took too long"); }) {
       std::array<int, 2> ends{};
       if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-         failed("pipe");
+         systemFailed("pipe");
       }
       results_ = Descriptor(ends[0]);
       Descriptor const writing(ends[1]);
@@ -82,11 +78,11 @@ class Snapshots::Process {
          answerWith(waiting.question, ends[1]);
       }
       if (child_ < 0) {
-         failed("fork");
+         systemFailed("fork");
       }
       follower_.emplace(owner_.loop_, results_.number(), EventLoop::Interest::reading,
                         [this] { read(); });
-      late_.onceAfter(kPatience);
+      late_.onceAfter(kMostTime);
    }
    Process(Process const&) = delete;
    Process& operator=(Process const&) = delete;
@@ -185,7 +181,7 @@ void Snapshots::becomeCommand(std::vector<std::string> const& arguments,
    int const file = memfd_create("input", 0);
    if (file < 0 || !writeAll(file, input) || lseek(file, 0, SEEK_SET) != 0 ||
        dup2(file, STDIN_FILENO) < 0) {
-      failed("passing on the state");
+      systemFailed("passing on the state");
    }
    // What was open in the other process closes itself here.
    auto words = arguments;
@@ -196,7 +192,7 @@ void Snapshots::becomeCommand(std::vector<std::string> const& arguments,
    }
    pointers.push_back(nullptr);
    execv("/proc/self/exe", pointers.data());
-   failed("running the command");
+   systemFailed("running the command");
 }
 
 } // namespace Agent

@@ -27,8 +27,8 @@ namespace {
 using namespace std::chrono_literals;
 
 // Changes come together.
-constexpr auto kSettle = 100ms;
-constexpr auto kRetry = 5s;
+constexpr auto kGathering = 100ms;
+constexpr auto kNextTry = 5s;
 
 [[noreturn]] void failed(std::string const& file, std::string const& what) {
    throw InputError(location(file, 0) + what + ": " +
@@ -97,7 +97,7 @@ void StateFolder::keepOutputs(json& document, json const& before) const {
 void StateFolder::changed() {
    isChanged_ = true;
    if (!isKeeping_ && !timer_.isSet()) {
-      timer_.onceAfter(kSettle);
+      timer_.onceAfter(kGathering);
    }
 }
 
@@ -112,12 +112,14 @@ void StateFolder::keep() {
       [this](Snapshots::Answer const& answer) {
          isKeeping_ = false;
          if (answer.status != kFine) {
-            std::fputs(fmt::format("mcastvpn-agent: {}\n", answer.text).c_str(), stderr);
+            std::fputs(fmt::format("mcastvpn-agent: {}\n", answer.text).c_str(),
+                       stderr);
             isChanged_ = true;
          }
          if (isChanged_) {
-            timer_.onceAfter(answer.status == kFine ? std::chrono::nanoseconds(kSettle)
-                                                    : kRetry);
+            timer_.onceAfter(answer.status == kFine
+                                ? std::chrono::nanoseconds(kGathering)
+                                : kNextTry);
          }
       });
 }
