@@ -41,8 +41,8 @@ function canvas(parent, width, height) {
 }
 
 const whole = (number) => number.toLocaleString('en-US');
-const short = (number) => number < 1e6 ? whole(number)
-  : `${(number / 1e6).toFixed(1)} M`;
+const short = (number) => number < 1e4 ? whole(number)
+  : number < 1e6 ? `${(number / 1e3).toFixed(1)} k` : `${(number / 1e6).toFixed(1)} M`;
 const plural = (number, what) => `${whole(number)} ${what}${number === 1 ? '' : 's'}`;
 const cut = (text, most) =>
   text.length > most ? `${text.slice(0, most - 1)}\u2026` : text;
@@ -195,9 +195,9 @@ function drawHead() {
     ['steps', whole(head.steps)], ['changes of inputs', whole(head.inputs)],
     ['writes to outputs', whole(head.writes)], ['slices of tasks', whole(head.slices)],
     ['SBD VLANs', whole(head.vlans)],
-    ['interfaces at the end', whole(last(data.outputs.intfs))],
-    ['joins at the end', whole(last(data.outputs.joins))],
-    ['from first to last step', duration(span)]]) {
+    ['final interfaces', whole(last(data.outputs.intfs))],
+    ['final joins', whole(last(data.outputs.joins))],
+    ['duration', duration(span)]]) {
     figures.append(make('div', {class: 'figure'}, make('b', {}, text),
                         make('span', {}, what)));
   }
@@ -310,11 +310,12 @@ function drawGraph() {
   });
   edges.forEach(({from, to, count}) => {
     if (count !== undefined) {
-      draw(svg, 'text', {
+      const label = draw(svg, 'text', {
         class: 'count', x: x(from) + kNodeWidth + 6,
         y: y(from) + kNodeHeight / 2 + (y(to) < y(from) - 1 ? 17 : -7),
-        'data-from': nodes[from].name, 'data-to': nodes[to].name, 'data-count': count},
-           short(count));
+        'data-from': nodes[from].name, 'data-to': nodes[to].name, 'data-count': count});
+      label.textContent = short(count);
+      draw(label, 'title', {}, whole(count));
     }
   });
   nodes.forEach(({name, stage}, i) => {
@@ -450,7 +451,7 @@ function drawOutputs(box) {
   const x = (place) => kLabel + alongEnd(place) * width;
   const y = (count) => top + height - count / (most * 1.06) * height;
   drawAxis(svg, kLabel, width, top, top + height);
-  for (const count of ticks(most, 4).filter((at) => Number.isInteger(at))) {
+  for (const count of ticks(most, 5).filter((at) => Number.isInteger(at))) {
     draw(svg, 'line', {class: 'rule', x1: kLabel, x2: kWidth, y1: y(count), y2: y(count)});
     draw(svg, 'text', {class: 'faint', x: kLabel - 10, y: y(count) + 4,
                        'text-anchor': 'end'}, whole(count));

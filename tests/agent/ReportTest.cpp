@@ -82,7 +82,7 @@ std::string unescaped(std::string text) {
 EdgeCounts edgeCountsIn(std::string const& page) {
    EdgeCounts counts;
    std::regex const label(
-      R"x(data-from="([^"]*)" data-to="([^"]*)" data-count="(\d+)">([\d,]+)<)x");
+      R"x(data-from="([^"]*)" data-to="([^"]*)" data-count="(\d+)">[^<]*<title>([\d,]+)<)x");
    for (std::sregex_iterator at(page.begin(), page.end(), label), end; at != end;
         ++at) {
       auto const shown = std::regex_replace((*at)[4].str(), std::regex(","), "");
