@@ -62,7 +62,8 @@ ordered_json seriesToJson(auto const& series) {
 } // namespace
 
 History::History(Rerun& rerun, Selection selection)
-   : rerun_(rerun), selection_(std::move(selection)), lanes_(rerun.isDataflow(), texts_),
+   : rerun_(rerun), selection_(std::move(selection)),
+     lanes_(rerun.isDataflow(), texts_),
      strips_(rerun.host().state(), rerun.options(), selection_.shown, texts_) {
    strips_.lookAtInputs(0);
    strips_.lookAtOutputs(0);
