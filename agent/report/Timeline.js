@@ -46,7 +46,7 @@ function drawTimeline(box) {
   data.lanes.forEach(({name, kind, items}, number) => {
     const y = top + number * kLane;
     const group = draw(svg, 'g', {class: kind, 'data-lane': name});
-    const label = kind === 'task' ? `task ${cutBefore(name, 26)}`
+    const label = kind === 'task' ? `task ${cutBefore(name, 24)}`
       : kind === 'output' ? `output ${name}` : cut(name, 32);
     draw(group, 'text', {class: 'soft', x: kLabel - 10, y: y + 15,
                          'text-anchor': 'end'}, label);
