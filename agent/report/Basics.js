@@ -145,7 +145,7 @@ function ticks(most, about) {
 function drawAxis(svg, left, width, top, bottom) {
   const list = byTime ? ticks(span, 8).map((at) => [at / span, duration(at)])
     : ticks(steps, 10).filter((at) => Number.isInteger(at))
-      .map((at) => [at / steps, whole(head.firstStep + at)]);
+      .map((at) => [at / Math.max(steps, 1), whole(head.firstStep + at)]);
   draw(svg, 'text', {class: 'faint', x: left - 10, y: bottom + 14, 'text-anchor': 'end'},
        byTime ? 'time' : 'step');
   for (const [share, text] of list) {
