@@ -220,10 +220,10 @@ TEST_F(Report, ANameEndsNothingAndIsShownAsItIs) {
 }
 
 TEST_F(Report, OfARecordingInWhichNothingHappenedIsDrawnToo) {
-   auto const recording = recordedTo(
-      folder_, "recording",
-      {"--manual", "--slice-items", "1", "--state", "examples/restart.jsonc",
-       "examples/restart.jsonl"});
+   auto const recording =
+      recordedTo(folder_, "recording",
+                 {"--manual", "--slice-items", "1", "--state", "examples/restart.jsonc",
+                  "examples/restart.jsonl"});
    auto const whole = readText(recording);
    folder_.write("recording", whole.substr(0, whole.find('\n') + 1));
    auto const file = folder_.file("report.html");
