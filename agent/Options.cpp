@@ -142,7 +142,7 @@ class CommandLine {
       auto* const explain = app_.add_subcommand(
          "explain", "why an SBD VLAN is enabled or not, and what would turn that");
       explain->callback([this] { options_.command = Options::Command::explain; });
-      addState(*explain, "the state document, or a recording; - for standard input");
+      addState(*explain, "the state document (- for standard input), or a recording");
       addChoice(*explain);
       addInputs(*explain);
       explain->add_flag("--json", options_.json, "print JSON, for programs");

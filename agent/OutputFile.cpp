@@ -2,6 +2,7 @@
 
 #include "agent/BadInput.h"
 #include "agent/Descriptor.h"
+#include "agent/SignalsHeld.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -87,6 +88,7 @@ void replaceFile(std::string const& file, std::string_view text) {
       error = to ? writeAll(to, text) : errno;
    } else {
       // What a symbolic link leads to is replaced, not the link.
+      SignalsHeld const held; // no draft is left behind
       std::error_code ignored;
       auto const real = std::filesystem::canonical(file, ignored);
       auto const name = ignored ? file : real.string();

@@ -1,6 +1,7 @@
 #include "agent/Streams.h"
 
 #include "agent/BadInput.h"
+#include "agent/SignalsHeld.h"
 
 #include <fcntl.h>
 #include <stdio_ext.h>
@@ -31,32 +32,6 @@ void takeIfClosed(int descriptor, int mode) {
       static_cast<void>(open("/dev/null", mode));
    }
 }
-
-// While it lives, no signal that a user or a supervisor sends ends the process.
-class SignalsHeld {
- public:
-   explicit SignalsHeld(bool isNeeded) : isNeeded_(isNeeded) {
-      if (isNeeded_) {
-         sigset_t held;
-         sigemptyset(&held);
-         for (int const signal : {SIGINT, SIGTERM, SIGHUP}) {
-            sigaddset(&held, signal);
-         }
-         sigprocmask(SIG_BLOCK, &held, &before_);
-      }
-   }
-   SignalsHeld(SignalsHeld const&) = delete;
-   SignalsHeld& operator=(SignalsHeld const&) = delete;
-   ~SignalsHeld() {
-      if (isNeeded_) {
-         sigprocmask(SIG_SETMASK, &before_, nullptr);
-      }
-   }
-
- private:
-   bool isNeeded_;
-   sigset_t before_{};
-};
 
 void writeOut() {
    errno = 0;

@@ -20,7 +20,7 @@ struct Free {
    void operator()(ZSTD_DStream* stream) const noexcept { ZSTD_freeDStream(stream); }
 };
 
-[[noreturn]] void refuse(std::string const& file, std::string const& why) {
+[[noreturn]] void notDecompressed(std::string const& file, std::string const& why) {
    throw InputError(location(file, 0) + why);
 }
 
@@ -43,18 +43,18 @@ std::string decompressed(std::string_view data, std::string const& file) {
       ZSTD_outBuffer out{part.data(), part.size(), 0};
       more = ZSTD_decompressStream(stream.get(), &out, &in);
       if (ZSTD_isError(more) != 0) {
-         refuse(file,
-                std::string("cannot be decompressed: ") + ZSTD_getErrorName(more));
+         notDecompressed(file, std::string("cannot be decompressed: ") +
+                                  ZSTD_getErrorName(more));
       }
       text.append(part.data(), out.pos);
       if (text.size() > kMostInput) {
-         refuse(file, "it is longer than " + std::to_string(kMostInput >> 20) +
-                         " MiB when it is decompressed");
+         notDecompressed(file, "it is longer than " + std::to_string(kMostInput >> 20) +
+                                  " MiB when it is decompressed");
       }
       isFull = out.pos == out.size && more != 0;
    }
    if (more != 0) {
-      refuse(file, "cannot be decompressed: its end is missing");
+      notDecompressed(file, "cannot be decompressed: its end is missing");
    }
    return text;
 }

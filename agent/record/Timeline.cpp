@@ -73,11 +73,11 @@ class Trace {
    }
 
    void instant(int tid, double time, std::string const& name, char const* scope,
-                ordered_json args = nullptr) {
+                ordered_json const& args = nullptr) {
       ordered_json event{{"name", name},    {"ph", "i"},  {"s", scope},
                          {"pid", kProcess}, {"tid", tid}, {"ts", time}};
       if (!args.is_null()) {
-         event["args"] = std::move(args);
+         event["args"] = args;
       }
       add(event);
    }

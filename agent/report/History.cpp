@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <numeric>
 #include <string_view>
+#include <utility>
 
 namespace Agent {
 
@@ -60,8 +61,9 @@ ordered_json seriesToJson(auto const& series) {
 
 } // namespace
 
-History::History(Rerun& rerun, Selection const& selection)
-   : rerun_(rerun), selection_(selection), lanes_(rerun.isDataflow(), texts_),
+History::History(Rerun& rerun, Selection selection)
+   : rerun_(rerun), selection_(std::move(selection)),
+     lanes_(rerun.isDataflow(), texts_),
      strips_(rerun.host().state(), rerun.options(), selection_.shown, texts_) {
    strips_.lookAtInputs(0);
    strips_.lookAtOutputs(0);
@@ -135,9 +137,8 @@ ordered_json History::headToJson(std::string const& file) const {
 // Events are counted on the edges to streams; and what sinks wrote, behind them.
 ordered_json History::graphToJson() const {
    auto nodes = ordered_json::array();
-   for (size_t i = 0; i < Pipeline::kNodes.size(); ++i) {
-      nodes.push_back({{"name", Pipeline::kNodes[i].name},
-                       {"stage", nameOf(Pipeline::kNodes[i].stage)}});
+   for (auto const& node : Pipeline::kNodes) {
+      nodes.push_back({{"name", node.name}, {"stage", nameOf(node.stage)}});
    }
    auto edges = ordered_json::array();
    for (size_t i = 0; i < Pipeline::kEdges.size(); ++i) {

@@ -20,7 +20,7 @@ namespace Agent {
 // in steps: 0 is where the first step that is shown begins, 1.5 the middle of the next.
 class History {
  public:
-   History(Rerun& rerun, Selection const& selection);
+   History(Rerun& rerun, Selection selection);
    History(History const&) = delete;
    History& operator=(History const&) = delete;
 

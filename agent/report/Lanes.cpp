@@ -16,8 +16,8 @@ namespace Pipeline = Irb::Multicast::Evpn::Pipeline;
 
 namespace {
 
-constexpr size_t kStartUp = 0;
-constexpr size_t kInputs = 1;
+constexpr size_t kStartUpLane = 0;
+constexpr size_t kInputsLane = 1;
 constexpr size_t kTextBytes = 160;
 
 // What is told apart: of a lane in a step, and in all.
@@ -52,7 +52,7 @@ Lanes::Lanes(bool isDataflow, Texts& texts) : isDataflow_(isDataflow), texts_(te
 size_t Lanes::laneOf(Moment const& moment) const {
    switch (moment.kind) {
       case Moment::Kind::input:
-         return kInputs;
+         return kInputsLane;
       case Moment::Kind::event:
          return streams_[moment.node];
       case Moment::Kind::write:
@@ -84,7 +84,7 @@ void Lanes::add(PlayedStep const& step, size_t place) {
       auto const at =
          static_cast<double>(place) +
          (mark.time == step.begin && step.isStart && mark.text != "ready" ? 0.0 : 1.0);
-      lanes_[kStartUp].items.push_back({at, texts_.add(mark.text)});
+      lanes_[kStartUpLane].items.push_back({at, texts_.add(mark.text)});
    }
    if (auto const& slice = step.recorded.slice) {
       auto& lane =
@@ -130,7 +130,7 @@ ordered_json Lanes::toJson() const {
    };
    for (size_t i = 0; i < lanes_.size(); ++i) {
       add(lanes_[i]);
-      if (i == kInputs) {
+      if (i == kInputsLane) {
          for (auto const& [name, lane] : tasks_) {
             add(lane);
          }

@@ -48,7 +48,13 @@ void fill(std::string& page, std::string_view mark, std::string_view text) {
 std::string pageOf(ordered_json const& data) {
    std::string page(Embedded::kPageHtml);
    fill(page, kCss, Embedded::kPageCss);
-   fill(page, kScript, Embedded::kPageJs);
+   std::string script;
+   for (auto const& part : {Embedded::kBasicsJs, Embedded::kOverviewJs,
+                            Embedded::kTimelineJs, Embedded::kVlansJs}) {
+      script += part;
+      script += '\n';
+   }
+   fill(page, kScript, script);
    fill(page, kData, harmless(data));
    return page;
 }

@@ -55,12 +55,12 @@ std::string pathOf(json const& operation) {
 // What a line is of that a recorder wrote: the name behind the time. Most lines need
 // not be parsed then.
 std::string_view kindOf(std::string_view line) {
-   constexpr std::string_view kBegin = "{\"t\":";
+   constexpr std::string_view kBegin = R"({"t":)";
    if (!line.starts_with(kBegin)) {
       return {};
    }
    auto const begin = line.find_first_not_of("0123456789", kBegin.size());
-   constexpr std::string_view kBetween = ",\"";
+   constexpr std::string_view kBetween = R"(,")";
    if (begin == std::string_view::npos || !line.substr(begin).starts_with(kBetween)) {
       return {};
    }
@@ -70,7 +70,7 @@ std::string_view kindOf(std::string_view line) {
 
 // The path of the operation in such a line.
 std::string_view pathIn(std::string_view line) {
-   constexpr std::string_view kPath = "\"path\":\"";
+   constexpr std::string_view kPath = R"("path":")";
    auto const begin = line.find(kPath);
    if (begin == std::string_view::npos) {
       return {};
@@ -121,8 +121,9 @@ class Scores {
          auto const peg = pegs_.find(vlan);
          order.emplace_back(score + (peg == pegs_.end() ? 0 : peg->second), vlan);
       }
-      std::ranges::stable_sort(
-         order, [](auto const& a, auto const& b) { return a.first > b.first; });
+      std::ranges::sort(order, [](auto const& a, auto const& b) {
+         return a.first != b.first ? a.first > b.first : a.second < b.second;
+      });
       std::set<uint16_t> best;
       for (size_t i = 0; i < std::min(most, order.size()); ++i) {
          best.insert(order[i].second);

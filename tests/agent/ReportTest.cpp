@@ -60,8 +60,9 @@ class Report : public testing::Test {
             folder_.file("browser" + std::to_string(++browsers_)) +
             " --virtual-time-budget=5000 --dump-dom file://" + file);
       EXPECT_EQ(outcome.status, 0) << outcome.err;
-      EXPECT_THAT(outcome.out, AllOf(HasSubstr("data-drawn=\"yes\""),
-                                     Not(HasSubstr("id=\"error\""))));
+      EXPECT_THAT(outcome.out,
+                  AllOf(HasSubstr("data-drawn=\"yes\""), Not(HasSubstr("id=\"error\"")),
+                        Not(HasSubstr("NaN"))));
       // The data, which stand in it too, are none of what was drawn.
       auto const begin = outcome.out.find(kDataBegin);
       auto const end = outcome.out.find("</script>", begin);
@@ -82,7 +83,7 @@ std::string unescaped(std::string text) {
 EdgeCounts edgeCountsIn(std::string const& page) {
    EdgeCounts counts;
    std::regex const label(
-      R"x(data-from="([^"]*)" data-to="([^"]*)" data-count="(\d+)">([\d,]+)<)x");
+      R"x(data-from="([^"]*)" data-to="([^"]*)" data-count="(\d+)">[^<]*<title>([\d,]+)<)x");
    for (std::sregex_iterator at(page.begin(), page.end(), label), end; at != end;
         ++at) {
       auto const shown = std::regex_replace((*at)[4].str(), std::regex(","), "");
@@ -215,6 +216,27 @@ TEST_F(Report, ANameEndsNothingAndIsShownAsItIs) {
       EXPECT_THAT(page, HasSubstr("&lt;/script&gt;&lt;script&gt;throw 1"));
       EXPECT_EQ(timesIn(page, "<b "), 0u);
       EXPECT_EQ(timesIn(page, "<img"), 0u);
+   }
+}
+
+TEST_F(Report, OfARecordingInWhichNothingHappenedIsDrawnToo) {
+   auto const recording =
+      recordedTo(folder_, "recording",
+                 {"--manual", "--slice-items", "1", "--state", "examples/restart.jsonc",
+                  "examples/restart.jsonl"});
+   auto const whole = readText(recording);
+   folder_.write("recording", whole.substr(0, whole.find('\n') + 1));
+   auto const file = folder_.file("report.html");
+   auto const outcome = runAgent(folder_, {"report", recording, "-o", file});
+   EXPECT_EQ(outcome.status, 0);
+   EXPECT_THAT(outcome.err, HasSubstr("the recording has no end"));
+   auto const data = dataOf(readText(file));
+   EXPECT_EQ(data["head"]["steps"], 0);
+   EXPECT_EQ(data["vlans"].size(), 3u);
+   if (hasBrowser()) {
+      auto const page = drawn(file);
+      EXPECT_EQ(timesIn(page, "data-vlan="), 3u);
+      EXPECT_THAT(page, HasSubstr("The recording has no end"));
    }
 }
 

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <set>
 #include <string>
@@ -188,6 +189,15 @@ TEST_F(Timeline, TakesTheFilesPlaceAtOnce) {
    auto const file = folder_.write("timeline.json", "what stood here");
    EXPECT_EQ(runAgent(folder_, {"timeline", recording, "-o", file}).status, 0);
    EXPECT_EQ(readText(file), printed);
+   std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+   std::filesystem::create_symlink(file, folder_.file("link"));
+   folder_.write("timeline.json", "what stood here");
+   EXPECT_EQ(
+      runAgent(folder_, {"timeline", recording, "-o", folder_.file("link")}).status, 0);
+   EXPECT_TRUE(std::filesystem::is_symlink(folder_.file("link")));
+   EXPECT_EQ(readText(file), printed);
+   EXPECT_EQ(std::filesystem::status(file).permissions(),
+             std::filesystem::perms::owner_all);
    auto const to = folder_.file("no/file");
    auto const refused = runAgent(folder_, {"timeline", recording, "-o", to});
    EXPECT_EQ(refused.status, 2);
@@ -196,6 +206,17 @@ TEST_F(Timeline, TakesTheFilesPlaceAtOnce) {
    auto const full = runAgent(folder_, {"timeline", recording, "-o", "/dev/full"});
    EXPECT_EQ(full.status, 2);
    EXPECT_THAT(full.err, HasSubstr("No space left on device"));
+   // One that runs out of room leaves what stood there, and no draft.
+   folder_.write("timeline.json", "what stood here");
+   auto const small = runShell(
+      folder_, "trap '' XFSZ; ulimit -f 1; exec '" AGENT_PROGRAM "' timeline " +
+                  recording + " -o " + file);
+   EXPECT_EQ(small.status, 2);
+   EXPECT_THAT(small.err, HasSubstr("cannot be written: File too large"));
+   EXPECT_EQ(readText(file), "what stood here");
+   for (auto const& entry : std::filesystem::directory_iterator(folder_.file(""))) {
+      EXPECT_FALSE(entry.path().filename().string().starts_with("timeline.json."));
+   }
 }
 
 TEST_F(Timeline, IsNotMadeOfARecordingThatComesOutOtherwise) {
