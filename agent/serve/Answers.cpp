@@ -150,7 +150,7 @@ class Answers::Question {
    bool isText() const {
       auto const as = text("as");
       if (!as.empty() && as != "json" && as != "text") {
-         refuse("as", as, "\"json\" or \"text\"");
+         refuse("as", as, R"("json" or "text")");
       }
       return as == "text";
    }
@@ -253,7 +253,7 @@ void Answers::inSnapshot(Question const& question, Snapshots::Question work) {
                       : ordered_json::parse(answer.text, nullptr, false);
       if (isRefused || value.is_discarded()) {
          socket_.answer(question.asker(),
-                        question.refused(isRefused && value != ""
+                        question.refused(isRefused && !value.get<std::string>().empty()
                                             ? value.get<std::string>()
                                             : "there is no answer; why is said on the "
                                               "agent's standard error"));

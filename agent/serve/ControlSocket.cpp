@@ -57,7 +57,8 @@ void removeIfLeft(std::string const& path, sockaddr_un const& address) {
       refuse(path, "something that is no socket stands here; allowed is a path that is "
                    "free");
    }
-   Descriptor const probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+   Descriptor const probe(
+      socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
    if (connect(probe.number(), reinterpret_cast<sockaddr const*>(&address),
                sizeof address) == 0 ||
        errno == EAGAIN) {
@@ -254,9 +255,9 @@ ControlSocket::~ControlSocket() {
 }
 
 void ControlSocket::listen() {
-   follower_ = std::make_unique<EventLoop::Follower>(
-      loop_, listening_.number(), EventLoop::Interest::reading,
-      [this] { acceptOne(); });
+   follower_ = std::make_unique<EventLoop::Follower>(loop_, listening_.number(),
+                                                     EventLoop::Interest::reading,
+                                                     [this] { acceptOne(); });
 }
 
 void ControlSocket::acceptOne() {
@@ -272,7 +273,8 @@ void ControlSocket::acceptOne() {
    auto const client = std::make_shared<Client>(*this, std::move(connection));
    makeRoom();
    if (clients_.size() >= kMostClients) {
-      client->cutOff(R"({"error":"there are 16 clients already; allowed are no more"})");
+      client->cutOff(
+         R"({"error":"there are 16 clients already; allowed are no more"})");
       return;
    }
    clients_.push_back(client);
@@ -287,8 +289,8 @@ void ControlSocket::makeRoom() {
    if (clients_.size() < kMostClients) {
       return;
    }
-   auto const quietest = std::ranges::min_element(
-      clients_, {}, [](std::shared_ptr<Client> const& client) {
+   auto const quietest =
+      std::ranges::min_element(clients_, {}, [](std::shared_ptr<Client> const& client) {
          return std::pair(!client->isQuiet(), client->lastHeard());
       });
    if ((*quietest)->isQuiet()) {
@@ -308,7 +310,8 @@ void ControlSocket::look() {
 }
 
 void ControlSocket::drop(Client const& client) {
-   std::erase_if(clients_, [&client](auto const& each) { return each.get() == &client; });
+   std::erase_if(clients_,
+                 [&client](auto const& each) { return each.get() == &client; });
 }
 
 void ControlSocket::answer(Asker const& asker, std::string_view line) {

@@ -69,11 +69,11 @@ struct MetricsServer::Server {
    prometheus::Exposer exposer;
 };
 
-MetricsServer::MetricsServer(EventLoop& loop, std::string const& text,
+MetricsServer::MetricsServer(EventLoop& loop, std::string const& address,
                              std::function<Statistics const&()> now)
    : now_(std::move(now)), collected_(std::make_shared<Collected>()),
      timer_(loop, [this] { collected_->statisticsAre(now_()); }) {
-   auto const endpoint = endpointOf(text);
+   auto const endpoint = endpointOf(address);
    collected_->statisticsAre(now_());
    try {
       server_ = std::make_unique<Server>(endpoint.host + ':' + endpoint.port);

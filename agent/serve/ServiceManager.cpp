@@ -42,8 +42,7 @@ void ServiceManager::turnEnd() {
    }
    if (auto const now = status(); now != told_) {
       told_ = now;
-      bool const isReady =
-         !isReadyTold_ && host_.phase().kind == Phase::Kind::ready;
+      bool const isReady = !isReadyTold_ && host_.phase().kind == Phase::Kind::ready;
       isReadyTold_ = isReadyTold_ || isReady;
       tell((isReady ? "READY=1\nSTATUS=" : "STATUS=") + now);
    }

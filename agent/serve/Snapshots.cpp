@@ -187,6 +187,7 @@ void Snapshots::becomeCommand(std::vector<std::string> const& arguments,
    auto words = arguments;
    words.insert(words.begin(), "mcastvpn-agent");
    std::vector<char*> pointers;
+   pointers.reserve(words.size() + 1);
    for (auto& word : words) {
       pointers.push_back(word.data());
    }

@@ -81,11 +81,11 @@ class Watch {
       observe();
       for (auto const& machine : machines_) {
          machine->host.provenanceIs(
-            events_ ? Provenance::Input([this](InputChange const&,
-                                               ordered_json const& operation) {
-               statistics_.changed(operation);
-               counted();
-            })
+            events_ ? Provenance::Input(
+                         [this](InputChange const&, ordered_json const& operation) {
+                            statistics_.changed(operation);
+                            counted();
+                         })
                     : nullptr,
             [this, sm = machine->sm](ordered_json const& operation,
                                      InputChange const& cause) {
@@ -114,10 +114,11 @@ class Watch {
          return;
       }
       auto& host = machines_[0]->host;
-      events_ = std::make_unique<StreamEvents>(options_.trace, [this](auto const& event) {
-         statistics_.passedBy(event);
-         counted();
-      });
+      events_ =
+         std::make_unique<StreamEvents>(options_.trace, [this](auto const& event) {
+            statistics_.passedBy(event);
+            counted();
+         });
       host.traceRingIs(Pelk::makePtr<Fennlog::TraceHandle>());
       host.sliceObserverIs([this](Kolm::SliceReport const& report) {
          statistics_.sliceEnded(report);

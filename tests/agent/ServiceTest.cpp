@@ -108,8 +108,8 @@ TEST_F(Service, DoesNotTellTheWatchdogThatItGoesOnWhileSlicesWaitInVain) {
    setenv("NOTIFY_SOCKET", socketPath().c_str(), 1);
    setenv("WATCHDOG_USEC", "20000", 1);
    Agent::Host host({});
-   host.state().assign(
-      host.state().canonical(manyTransitVlans(20), Agent::Checks::plausible));
+   auto const document = json::parse(manyTransitVlans(20).dump()); // as one reads it
+   host.state().assign(host.state().canonical(document, Agent::Checks::plausible));
    host.start();
    ASSERT_GT(host.pending(), 0u);
    Agent::EventLoop loop;
