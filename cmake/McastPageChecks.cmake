@@ -37,6 +37,7 @@ function(mcast_package_test name step)
 endfunction()
 
 mcast_package_test(Packages.AreAsDebiansPolicyExpects lintian)
+mcast_package_test(Packages.ServiceIsShutIn service)
 mcast_package_test(Packages.NeedNothingForTheLibraryButItsRuntime dependencies)
 mcast_package_test(Packages.AreInstalledIntoABareDebian install)
 mcast_package_test(Packages.PlayTheDemonstration demo)

@@ -37,9 +37,8 @@ using nlohmann::ordered_json;
 class Connection {
  public:
    explicit Connection(std::string const& path)
-      : path_(path),
-        descriptor_(Descriptor::made(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0),
-                                     "socket")) {
+      : path_(path), descriptor_(Descriptor::made(
+                        socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket")) {
       sockaddr_un address{};
       address.sun_family = AF_UNIX;
       if (path.size() >= sizeof address.sun_path) {
@@ -49,8 +48,9 @@ class Connection {
       std::memcpy(address.sun_path, path.data(), path.size());
       if (connect(descriptor_.number(), reinterpret_cast<sockaddr const*>(&address),
                   sizeof address) != 0) {
-         failed(path_, "no agent answers here, which \"run --watch --control\" makes one "
-                       "do");
+         failed(path_,
+                "no agent answers here, which \"run --watch --control\" makes one "
+                "do");
       }
    }
 

@@ -72,7 +72,8 @@ constexpr std::array<Phase::Kind, 4> kPhases{
 std::vector<std::string_view> streamNames() {
    std::vector<std::string_view> names;
    for (auto const& node : Pipeline::kNodes) {
-      if (node.stage == Pipeline::Stage::source || node.stage == Pipeline::Stage::merge) {
+      if (node.stage == Pipeline::Stage::source ||
+          node.stage == Pipeline::Stage::merge) {
          names.push_back(node.name);
       }
    }
@@ -80,16 +81,15 @@ std::vector<std::string_view> streamNames() {
 }
 
 std::vector<Metric> made() {
-   static std::string const inputLabels =
-      fmt::format("`input`: {}; `kind`: {}", oneOfNames(kInputNames),
-                  oneOfNames(kChangeKinds));
-   static std::string const outputLabels =
-      fmt::format("`output`: {}; `kind`: {}", oneOfNames(kOutputNames),
-                  oneOfNames(kChangeKinds));
+   static std::string const inputLabels = fmt::format(
+      "`input`: {}; `kind`: {}", oneOfNames(kInputNames), oneOfNames(kChangeKinds));
+   static std::string const outputLabels = fmt::format(
+      "`output`: {}; `kind`: {}", oneOfNames(kOutputNames), oneOfNames(kChangeKinds));
    static std::string const streamLabels = "`stream`: " + oneOfNames(streamNames());
    return {
-      {"mcastvpn_build_info", MetricType::Gauge, "Always 1; the label tells the version.",
-       "`version`", [](auto const&, auto& family) { add(family, 1, {{"version", kVersion}}); }},
+      {"mcastvpn_build_info", MetricType::Gauge,
+       "Always 1; the label tells the version.", "`version`",
+       [](auto const&, auto& family) { add(family, 1, {{"version", kVersion}}); }},
       {"mcastvpn_start_time_seconds", MetricType::Gauge,
        "When the agent began to count, in seconds since 1970.", "",
        [](auto const& statistics, auto& family) {
@@ -228,8 +228,8 @@ one, and standard error tells which. The server has threads of its own: however 
 it is read, the machine goes on. It adds a few metrics of its own (`exposer_…`).
 
 No label has more values than this page shows. To count the events of streams the
-agent listens to the machine's trace of them, which costs a microsecond an event;
-without `--metrics` or `--control` nothing is counted.
+agent listens to the machine's trace of them, which takes the machine some time; without
+`--metrics` or `--control` nothing is traced or counted.
 
 | metric | type | labels | what it tells |
 |---|---|---|---|

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-// The metrics that an agent offers, as data: what is served and docs/Metrics.md are both
-// made of this.
+// The metrics that an agent offers, as data: what is served and docs/Metrics.md are
+// both made of this.
 namespace Agent {
 
 struct Metric {

@@ -27,8 +27,8 @@ void write(std::filesystem::path const& file, std::string const& text) {
 } // namespace
 
 // Writes, below the folder that is named, the sources of the manual pages and the
-// completions of the shells, each made of what --help says, and docs/Metrics.md, made of
-// the metrics that are served.
+// completions of the shells, each made of what --help says, and docs/Metrics.md, made
+// of the metrics that are served.
 int main(int argc, char** argv) {
    if (argc != 2) {
       std::cerr << "usage: mcastvpn-pages FOLDER\n";

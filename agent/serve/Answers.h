@@ -22,8 +22,8 @@
 //   {"status":2,"error":"/ask: \"explian\" stands here; allowed is …"}
 //
 // "as":"text" wants the answer as a text for people, "colour":true with colours. The
-// status is that of the command of the same name; "id" may be anything. docs/Operating.md
-// shows every question.
+// status is that of the command of the same name; "id" may be anything.
+// docs/Operating.md shows every question.
 namespace Agent {
 
 class Answers {

@@ -15,10 +15,10 @@
 namespace Agent {
 
 // A Unix socket on which local clients ask: a line each question, and a line each
-// answer. Only the user whose agent it is can connect (mode 0600). Nothing that a client
-// does delays the loop or makes this grow: each is served a little in each turn, what it
-// may send and leave lying is bounded, and one that keeps to neither is cut off. Event
-// thread only.
+// answer. Only the user whose agent it is can connect (mode 0600). Nothing that a
+// client does delays the loop or makes this grow: each is served a little in each turn,
+// what it may send and leave lying is bounded, and one that keeps to neither is cut
+// off. Event thread only.
 class ControlSocket {
  public:
    class Client;

@@ -12,8 +12,8 @@ namespace Agent {
 
 // Tells the supervisor that started this process (systemd's protocol, NOTIFY_SOCKET)
 // when the machine is ready, what it is doing, and, if it wants to be told
-// (WATCHDOG_USEC), that it goes on: only while slices complete, if there are any to run.
-// Without a supervisor it does nothing. Event thread only.
+// (WATCHDOG_USEC), that it goes on: only while slices complete, if there are any to
+// run. Without a supervisor it does nothing. Event thread only.
 class ServiceManager {
  public:
    ServiceManager(EventLoop& loop, Host& host);

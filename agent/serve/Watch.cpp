@@ -59,9 +59,6 @@ class Watch {
    }
 
    int run() {
-      // Before there are other threads, which are to leave the signals alone.
-      SignalWatch const signals(loop_, {SIGINT, SIGTERM},
-                                [this](int) { loop_.stop(); });
       file_ = std::make_unique<FileWatch>(loop_, options_.state, [this] { read(); });
       file_->seen();
       auto document = loadDocument(state(0), options_.state, options_.checks);
@@ -78,6 +75,10 @@ class Watch {
          recorder_ = std::make_unique<Recorder>(options_.record, options_, state(0));
          machines_[0]->host.recorderIs(recorder_.get());
       }
+      // A file that has no end can be given up until here, and from here on there are
+      // other threads, which are to leave the signals alone.
+      SignalWatch const signals(loop_, {SIGINT, SIGTERM},
+                                [this](int) { loop_.stop(); });
       observe();
       for (auto const& machine : machines_) {
          machine->host.provenanceIs(
@@ -279,9 +280,6 @@ class Watch {
 
    int end() {
       supervisor_->stopping();
-      if (stateFolder_) {
-         stateFolder_->finish();
-      }
       answers_.reset();
       int status = twoMachines_ ? twoMachines_->status() : kFine;
       for (auto const& machine : machines_) {
@@ -290,6 +288,9 @@ class Watch {
             recorder_->end(machine->host.provenance()->last().number);
          }
          status = machine->host.verified() == 0 ? status : kDisagrees;
+      }
+      if (stateFolder_) {
+         stateFolder_->finish();
       }
       say(fmt::format("{}, {} of inputs, {} of outputs; {} refused",
                       numbered(documents_, "new document"),

@@ -179,7 +179,8 @@ TEST_F(Control, AnswersQuestionsInTheirOrder) {
    UnixClient client(path());
    std::string questions;
    for (int id = 0; id < 20; ++id) {
-      questions += json{{"ask", id % 2 == 0 ? "show" : "stats"}, {"id", id}}.dump() + '\n';
+      questions +=
+         json{{"ask", id % 2 == 0 ? "show" : "stats"}, {"id", id}}.dump() + '\n';
    }
    client.send(questions);
    shutdown(client.descriptor(), SHUT_WR);
@@ -238,7 +239,8 @@ TEST_F(Control, TakesThePlaceOfASocketThatNobodyListensOn) {
 
 TEST_F(Control, LeavesWhatIsThereToItsOwner) {
    startOver(transitState({10}));
-   auto const second = runAgent(folder_, {"run", "--watch", "--control", path(), file()});
+   auto const second =
+      runAgent(folder_, {"run", "--watch", "--control", path(), file()});
    EXPECT_EQ(second.status, 2);
    EXPECT_THAT(second.err, HasSubstr(path() + ": another agent listens here"));
    auto const file = folder_.write("important", "text");

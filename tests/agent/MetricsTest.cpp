@@ -32,10 +32,10 @@ class Metrics : public WatchingAgent {
       start({"--metrics", "0"});
       std::smatch found;
       auto const said = nextSaid();
-      ASSERT_TRUE(std::regex_match(
-         said, found,
-         std::regex("mcastvpn-agent: metrics are served at "
-                    "http://127\\.0\\.0\\.1:([0-9]+)/metrics")))
+      ASSERT_TRUE(
+         std::regex_match(said, found,
+                          std::regex("mcastvpn-agent: metrics are served at "
+                                     "http://127\\.0\\.0\\.1:([0-9]+)/metrics")))
          << said;
       port_ = static_cast<uint16_t>(std::stoi(found[1]));
       ASSERT_TRUE(nextDocument().is_object());
@@ -76,7 +76,8 @@ class Metrics : public WatchingAgent {
       return samples;
    }
    // Samples in which this one has this value.
-   std::map<std::string, double> samplesWith(std::string const& name, double value) const {
+   std::map<std::string, double> samplesWith(std::string const& name,
+                                             double value) const {
       auto const end = std::chrono::steady_clock::now() + 60s;
       auto found = samples();
       while (found[name] != value && std::chrono::steady_clock::now() < end) {
