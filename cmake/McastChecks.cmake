@@ -7,6 +7,7 @@ endif()
 get_property(header_checks GLOBAL PROPERTY MCAST_HEADER_CHECKS)
 add_test(NAME Headers.EachCompilesAlone
   COMMAND "${CMAKE_COMMAND}" --build "${PROJECT_BINARY_DIR}" --target ${header_checks})
+mcast_begins_early(Headers.EachCompilesAlone)
 
 # mcast_consumer_test(<name> <step>): a step of tests/consumer/check.sh.
 function(mcast_consumer_test name step)

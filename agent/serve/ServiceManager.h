@@ -1,12 +1,15 @@
 #pragma once
 
+#include "agent/Descriptor.h"
 #include "agent/Host.h"
 #include "agent/observe/Phase.h"
 #include "agent/serve/EventLoop.h"
 
-#include <cstddef>
+#include <sys/un.h>
+
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace Agent {
 
@@ -26,13 +29,18 @@ class ServiceManager {
  private:
    void goesOn();
    std::string status() const;
+   bool tell(std::string_view text) const;
 
    Host& host_;
-   bool const isSupervised_;
+   Descriptor socket_;
+   sockaddr_un address_{}; // the supervisor's
+   socklen_t addressSize_ = 0;
+   bool isSupervised_ = false;
    bool isReadyTold_ = false;
    std::string told_;        // the status
    uint64_t slicesSeen_ = 0; // when it was told last that this goes on
    EventLoop::Timer watchdog_;
+   EventLoop::Timer again_; // while something could not be told
 };
 
 } // namespace Agent

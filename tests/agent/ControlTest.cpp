@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <poll.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -217,6 +218,19 @@ TEST_F(Control, IsNotDelayedByWhoTakesNoAnswer) {
    state["pegVlanStatus"]["pegVlan"].erase("7");
    replace(state);
    EXPECT_EQ(nextDocument().value("op", ""), "remove");
+}
+
+TEST_F(Control, CutsOffWhoTakesTooLong) {
+   startOver(manyTransitVlans(4094));
+   UnixClient slowToAsk(path());
+   UnixClient slowToTake(path());
+   slowToAsk.send("{\"ask\":");
+   slowToTake.send("{\"ask\":\"show\"}\n"); // more than the socket holds
+   EXPECT_THAT(slowToAsk.next().value("error", ""), HasSubstr("it took too long"));
+   pollfd ended{slowToTake.descriptor(), 0, 0};
+   EXPECT_EQ(poll(&ended, 1, 60'000), 1);
+   EXPECT_NE(ended.revents & POLLHUP, 0);
+   EXPECT_EQ(ask({{"ask", "stats"}}).at("status"), 0);
 }
 
 TEST_F(Control, HasRoomForWhoComesWhereOthersAreIdle) {

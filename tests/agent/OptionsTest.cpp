@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
       BadUsage{"UnknownCommand",
                {"walk"},
                "\"walk\" stands here; allowed is a command: run, replay, explain, "
-               "plan, compare, graph, timeline, report, bundle or help"},
+               "plan, compare, graph, timeline, report, bundle, ctl or help"},
       BadUsage{
          "UnknownOption",
          {"run", "--fast", "x"},
@@ -173,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(
       BadUsage{"HelpTopic",
                {"help", "walk"},
                "help: \"walk\" stands here; allowed is run, replay, explain, plan, "
-               "compare, graph, timeline, report or bundle"},
+               "compare, graph, timeline, report, bundle or ctl"},
       BadUsage{"WatchOfNoFile",
                {"run", "--watch", "-"},
                "--watch: \"-\" stands here; allowed is a file, which can be followed"},
