@@ -87,6 +87,10 @@ std::string checkRealFile(std::string const& text) {
                                       : std::string();
 }
 
+std::string checkName(std::string const& text) {
+   return text.empty() ? refusal(text, "a name") : std::string();
+}
+
 CLI::Validator toggleState() {
    return CLI::Validator(checkToggle, "", barred({kToggleOn, kToggleOff}));
 }

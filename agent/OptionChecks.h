@@ -22,6 +22,8 @@ CLI::Validator numberFrom(uint32_t least,
 std::optional<uint32_t> numberOf(std::string const& text);
 
 std::string checkFile(std::string const& text);
+// Of what has a name and is no standard stream: anything but an empty text.
+std::string checkName(std::string const& text);
 // Of a file that is no standard stream.
 std::string checkRealFile(std::string const& text);
 // Their names list choices too, but of many.

@@ -6,9 +6,11 @@
 #include "agent/Version.h"
 #include "pelk/Printable.h"
 
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace Agent {
@@ -322,6 +324,7 @@ class CommandLine {
       command
          .add_option("--record", options_.record,
                      "record what happens to this file, for replay to play again")
+         ->check(CLI::Validator(checkName, ""))
          ->type_name("FILE");
    }
 
@@ -330,15 +333,18 @@ class CommandLine {
       command
          .add_option("--control", control_,
                      "(--watch) answer \"ctl\" at this socket, which is made")
+         ->check(CLI::Validator(checkName, ""))
          ->type_name("PATH");
       command
          .add_option("--metrics", options_.metrics,
                      "(--watch) serve Prometheus at this address; a port alone: "
                      "loopback")
+         ->check(CLI::Validator(checkName, ""))
          ->type_name("ADDR:PORT");
       command
          .add_option("--state-dir", options_.stateFolder,
                      "(--watch) keep the outputs in this folder, for the next start")
+         ->check(CLI::Validator(checkName, ""))
          ->type_name("FOLDER");
    }
 
@@ -372,6 +378,7 @@ class CommandLine {
       } else {
          checkQuestion();
       }
+      checkFilesApart();
       options_.verify = verify_;
       if (!trace_.empty()) {
          options_.trace = Pelk::TraceLevels::fromText(trace_);
@@ -401,6 +408,24 @@ class CommandLine {
             throw CLI::ValidationError(
                name, std::string("a run without --watch; allowed ") +
                         (isOfReplay ? "are run --watch and replay" : "is run --watch"));
+         }
+      }
+   }
+
+   // What is written takes the place of nothing that is read.
+   void checkFilesApart() const {
+      struct {
+         char const* name;
+         std::string const& written;
+         std::string const& read;
+      } const pairs[] = {{"--record", options_.record, options_.state},
+                         {"--record", options_.record, options_.events},
+                         {"--output", options_.output, options_.recording}};
+      for (auto const& [name, written, read] : pairs) {
+         std::error_code isNot;
+         if (std::filesystem::equivalent(written, read, isNot)) {
+            throw CLI::ValidationError(
+               name, refusal(written, "another file than the one that is read"));
          }
       }
    }

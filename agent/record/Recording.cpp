@@ -118,8 +118,12 @@ void Recorder::flush() {
    if (int const error = writeOut(); error != 0) {
       hasFailed_ = true; // and is told once: what ends for it is not stopped again
       gathered_.clear();
-      throw InputError(location(file_, 0) +
-                       "cannot be written: " + std::generic_category().message(error));
+      auto const message = location(file_, 0) + "cannot be written: " +
+                           std::generic_category().message(error);
+      if (!told_) {
+         throw InputError(message);
+      }
+      told_(message);
    }
 }
 

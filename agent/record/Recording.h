@@ -10,8 +10,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 // A recording: what happened to a machine and what it did, so that it can be played
 // again exactly. JSON Lines:
@@ -42,6 +44,11 @@ class Recorder {
    // Begins with what the state holds. InputError if the file cannot be written, here
    // and below.
    Recorder(std::string file, Options const& options, State const& state);
+   // Who is told, once, from here on that the file cannot be written, in the place of
+   // the exception; what happens next is not recorded then.
+   void failuresGoTo(std::function<void(std::string const& error)> told) {
+      told_ = std::move(told);
+   }
    Recorder(Recorder const&) = delete;
    Recorder& operator=(Recorder const&) = delete;
    ~Recorder();
@@ -75,6 +82,7 @@ class Recorder {
    Descriptor descriptor_;
    std::string gathered_;
    std::chrono::steady_clock::time_point begin_;
+   std::function<void(std::string const&)> told_;
    bool hasFailed_ = false;
    uint64_t steps_ = 0;
    uint64_t writes_ = 0;

@@ -34,6 +34,20 @@ std::string lineOf(ordered_json const& json) {
    return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
+// A text of JSON has line ends only between its parts, where blanks follow.
+std::string onOneLine(std::string const& text) {
+   std::string line;
+   line.reserve(text.size());
+   bool isIndent = false;
+   for (char const c : text) {
+      isIndent = c == '\n' || (isIndent && c == ' ');
+      if (!isIndent) {
+         line += c;
+      }
+   }
+   return line;
+}
+
 [[noreturn]] void refuse(std::string const& member, json const& found,
                          std::string const& allowed) {
    throw BadInput(json::json_pointer('/' + member), excerpt(found), allowed);
@@ -155,11 +169,14 @@ class Answers::Question {
       return as == "text";
    }
 
-   // The answer, for whoever asked it.
-   std::string answered(int status, ordered_json answer) const {
-      auto line = begun(status);
-      line["answer"] = std::move(answer);
-      return lineOf(line);
+   // The answer, for whoever asked it. The second form has its JSON, on one line.
+   std::string answered(int status, ordered_json const& answer) const {
+      return answeredWith(status, lineOf(answer));
+   }
+   std::string answeredWith(int status, std::string const& answer) const {
+      auto line = lineOf(begun(status));
+      line.pop_back();
+      return line + ",\"answer\":" + answer + '}';
    }
    std::string refused(std::string const& why) const {
       auto line = begun(kBadInput);
@@ -243,25 +260,29 @@ void Answers::asked(ControlSocket::Asker const& asker, std::string_view line) {
    }
 }
 
-// The work ends in the JSON or the text of the answer, in another process.
+// The other process makes the whole line, which may be long.
 void Answers::inSnapshot(Question const& question, Snapshots::Question work) {
-   bool const isText = question.isText();
-   snapshots_.ask(std::move(work), [this, question, isText](Snapshots::Answer answer) {
-      bool const isRefused = answer.status == kBadInput;
-      auto value = isText || isRefused
-                      ? ordered_json(std::move(answer.text))
-                      : ordered_json::parse(answer.text, nullptr, false);
-      if (isRefused || value.is_discarded()) {
-         socket_.answer(question.asker(),
-                        question.refused(isRefused && !value.get<std::string>().empty()
-                                            ? value.get<std::string>()
-                                            : "there is no answer; why is said on the "
-                                              "agent's standard error"));
-      } else {
-         socket_.answer(question.asker(),
-                        question.answered(answer.status, std::move(value)));
-      }
-   });
+   snapshots_.ask(
+      [question, isText = question.isText(), work = std::move(work)] {
+         auto answer = work();
+         if (answer.status == kBadInput) {
+            answer.text = question.refused(
+               answer.text.empty() ? "why there is no answer is said on the agent's "
+                                     "standard error"
+                                   : answer.text);
+         } else {
+            answer.text =
+               isText ? question.answered(answer.status, answer.text)
+                      : question.answeredWith(answer.status, onOneLine(answer.text));
+         }
+         answer.status = kFine;
+         return answer;
+      },
+      [this, question](Snapshots::Answer const& answer) {
+         socket_.answer(question.asker(), answer.status == kFine
+                                             ? answer.text
+                                             : question.refused(answer.text));
+      });
 }
 
 void Answers::show(Question const& question) {
@@ -301,8 +322,8 @@ void Answers::explain(Question const& question) {
 void Answers::plan(Question const& question) {
    bool const isText = question.isText();
    inSnapshot(question, [this, isText]() -> Snapshots::Answer {
-      Snapshots::becomeCommand(planArguments(subject_.options, isText),
-                               subject_.host.state().toJson().dump());
+      return Snapshots::answerOfCommand(planArguments(subject_.options, isText),
+                                        subject_.host.state().toJson().dump());
    });
 }
 
@@ -350,6 +371,9 @@ void Answers::verify(Question const& question) {
                                subject_.host.phase().text());
    }
    inSnapshot(question, [this, isText]() -> Snapshots::Answer {
+      if (!subject_.host.isIdle()) { // since it was asked
+         return {kBadInput, "the machine is not done: " + subject_.host.phase().text()};
+      }
       auto const found = subject_.host.verifier().findings();
       size_t errors = 0;
       ordered_json differences = ordered_json::array();

@@ -57,14 +57,25 @@ void removeIfLeft(std::string const& path, sockaddr_un const& address) {
       refuse(path, "something that is no socket stands here; allowed is a path that is "
                    "free");
    }
-   Descriptor const probe(
-      socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+   auto const probe = Descriptor::made(
+      socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket");
    if (connect(probe.number(), reinterpret_cast<sockaddr const*>(&address),
                sizeof address) == 0 ||
        errno == EAGAIN) {
       refuse(path, "another agent listens here; allowed is a path that is free");
    }
+   if (errno != ECONNREFUSED) { // which alone says that nobody has it any more
+      refuse(path, "a socket of something else stands here (" + message(errno) +
+                      "); allowed is a path that is free");
+   }
    unlink(path.c_str());
+}
+
+// Which file stands there; zeros for none.
+std::pair<dev_t, ino_t> fileAt(std::string const& path) {
+   struct stat status{};
+   return lstat(path.c_str(), &status) == 0 ? std::pair(status.st_dev, status.st_ino)
+                                            : std::pair(dev_t{0}, ino_t{0});
 }
 
 Descriptor listeningAt(std::string const& path) {
@@ -115,7 +126,7 @@ class ControlSocket::Client : public std::enable_shared_from_this<Client> {
    // A part of what is to come. Whether there may be more at once.
    bool pull() {
       size_t lines = 0;
-      bool const hasTaken = toSend_.empty();
+      bool const hasTaken = !isSending();
       while (more_ && !isGone_ && hasTaken && lines < kLinesATurn) {
          auto const line = more_();
          if (!line) {
@@ -130,54 +141,67 @@ class ControlSocket::Client : public std::enable_shared_from_this<Client> {
       return lines == kLinesATurn;
    }
 
-   // Asks what is left of the lines it has sent.
-   void next() {
-      while (!isAsking_ && !isGone_ && !more_ && toSend_.empty()) {
-         auto const end = received_.find('\n');
-         if (end == std::string::npos) {
-            if (received_.size() > kMostLine) {
-               cutOff(R"({"error":"a line longer than 64 KiB; allowed is less"})");
-            }
-            break;
-         }
-         auto const line = received_.substr(0, end);
-         received_.erase(0, end + 1);
-         deadline_ = Clock::now() + kPatience; // of what stands behind it
-         if (line.find_first_not_of(" \t\r") != std::string::npos) {
+   // Asks the next of the lines it has sent, one a turn. Whether there is another one
+   // that can be asked in the next.
+   bool next() {
+      if (canAsk()) {
+         auto const begin =
+            std::min(received_.find_first_not_of(" \t\r\n"), received_.size());
+         auto const end = received_.find('\n', begin);
+         bool const isWhole = end != std::string::npos;
+         if ((isWhole ? end : received_.size()) - begin > kMostLine) {
+            cutOff(R"({"error":"a line longer than 64 KiB; allowed is less"})");
+         } else if (isWhole) {
+            auto const line = received_.substr(begin, end - begin);
+            received_.erase(0, end + 1);
+            deadline_ = Clock::now() + kPatience; // of what stands behind it
             isAsking_ = true;
             owner_.asked_(weak_from_this(), line);
+         } else {
+            received_.erase(0, begin);
          }
       }
       listen();
+      return canAsk() && hasLine();
    }
 
    bool isGone() const noexcept { return isGone_; }
    bool isQuiet() const noexcept {
-      return !isAsking_ && !more_ && received_.empty() && toSend_.empty();
+      return !isAsking_ && !more_ && received_.empty() && !isSending();
    }
    Clock::time_point lastHeard() const noexcept { return lastHeard_; }
    // Whether it was waited for long enough, to take something or to end its line.
    bool isLate(Clock::time_point now) const noexcept {
-      bool const isWaitedFor = !toSend_.empty() || (!isAsking_ && !received_.empty());
+      bool const isWaitedFor = isSending() || (!isAsking_ && !received_.empty());
       return isWaitedFor && now > deadline_;
    }
 
-   // Says why, if that can be said at once.
+   // Says why, if that can be said at once and not in the middle of an answer. A
+   // process that answers something may have the connection, too.
    void cutOff(std::string_view why) {
-      static_cast<void>(::send(connection_.number(), (std::string(why) + '\n').data(),
-                               why.size() + 1, MSG_NOSIGNAL | MSG_DONTWAIT));
+      if (!isSending()) {
+         auto const line = std::string(why) + '\n';
+         static_cast<void>(::send(connection_.number(), line.data(), line.size(),
+                                  MSG_NOSIGNAL | MSG_DONTWAIT));
+      }
+      shutdown(connection_.number(), SHUT_RDWR);
       isGone_ = true;
    }
 
  private:
+   bool canAsk() const noexcept {
+      return !isAsking_ && !isGone_ && !more_ && !isSending();
+   }
+   bool hasLine() const noexcept { return received_.find('\n') != std::string::npos; }
+   bool isSending() const noexcept { return sent_ < toSend_.size(); }
+
+   // What it asks is looked at when the turn ends; until it has been, no more is read.
    void served() {
-      if (!toSend_.empty()) {
+      if (isSending()) {
          write();
-      }
-      if (toSend_.empty() && !isAsking_) {
+      } else if (!isAsking_ && !hasLine()) {
          read();
       }
-      next();
    }
 
    void read() {
@@ -206,11 +230,15 @@ class ControlSocket::Client : public std::enable_shared_from_this<Client> {
    }
 
    void write() {
-      auto const count = ::send(connection_.number(), toSend_.data(), toSend_.size(),
-                                MSG_NOSIGNAL | MSG_DONTWAIT);
+      auto const count = ::send(connection_.number(), toSend_.data() + sent_,
+                                toSend_.size() - sent_, MSG_NOSIGNAL | MSG_DONTWAIT);
       if (count >= 0) {
          lastHeard_ = Clock::now();
-         toSend_.erase(0, static_cast<size_t>(count));
+         sent_ += static_cast<size_t>(count);
+         if (!isSending()) {
+            toSend_ = {};
+            sent_ = 0;
+         }
       } else if (errno != EAGAIN && errno != EINTR) {
          isGone_ = true;
       }
@@ -220,21 +248,22 @@ class ControlSocket::Client : public std::enable_shared_from_this<Client> {
    // To what it needs: it is not heard while it is being answered, and while it has not
    // taken an answer it is heard no more than that it can.
    void listen() {
-      if (isGone_ || (isAsking_ && toSend_.empty())) {
+      if (isGone_ || (isAsking_ && !isSending())) {
          follower_.reset();
          return;
       }
       if (!follower_) {
          begin();
       }
-      follower_->interestIs(toSend_.empty() ? EventLoop::Interest::reading
-                                            : EventLoop::Interest::writing);
+      follower_->interestIs(!isSending() ? EventLoop::Interest::reading
+                                         : EventLoop::Interest::writing);
    }
 
    ControlSocket& owner_;
    Descriptor connection_;
    std::string received_;
    std::string toSend_;
+   size_t sent_ = 0;       // of it
    bool isAsking_ = false; // and is not answered yet
    bool isGone_ = false;
    More more_;
@@ -245,13 +274,15 @@ class ControlSocket::Client : public std::enable_shared_from_this<Client> {
 
 ControlSocket::ControlSocket(EventLoop& loop, std::string path, Asked asked)
    : loop_(loop), path_(std::move(path)), asked_(std::move(asked)),
-     listening_(listeningAt(path_)), clock_(loop, [this] { look(); }),
-     again_(loop, [this] { listen(); }) {
+     listening_(listeningAt(path_)), file_(fileAt(path_)),
+     clock_(loop, [this] { look(); }), again_(loop, [this] { listen(); }) {
    listen();
 }
 
 ControlSocket::~ControlSocket() {
-   unlink(path_.c_str());
+   if (fileAt(path_) == file_) { // and not that of another one, which came after it
+      unlink(path_.c_str());
+   }
 }
 
 void ControlSocket::listen() {
@@ -330,8 +361,8 @@ void ControlSocket::follow(Asker const& asker, std::string_view line, More more)
 bool ControlSocket::turnEnd() {
    bool isMore = false;
    for (auto const& client : clients_) {
-      client->next();
-      isMore = client->pull() || isMore;
+      bool const hasMore = client->next();
+      isMore = client->pull() || hasMore || isMore;
    }
    std::erase_if(clients_, [](auto const& client) { return client->isGone(); });
    if (clients_.empty()) {

@@ -3,6 +3,8 @@
 #include "agent/Descriptor.h"
 #include "agent/serve/EventLoop.h"
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <cstddef>
 #include <functional>
@@ -10,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Agent {
@@ -66,6 +69,7 @@ class ControlSocket {
    std::string const path_;
    Asked const asked_;
    Descriptor listening_;
+   std::pair<dev_t, ino_t> const file_; // that it listens at
    std::vector<std::shared_ptr<Client>> clients_;
    EventLoop::Timer clock_; // while there are clients
    EventLoop::Timer again_; // to accept, after there was no descriptor for it

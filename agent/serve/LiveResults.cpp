@@ -6,9 +6,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 
 namespace Agent {
 
@@ -31,6 +34,27 @@ bool canBeFull() {
 LiveResults::LiveResults(EventLoop& loop)
    : loop_(loop), canBeFull_(Agent::canBeFull()) {}
 
+void LiveResults::print(std::string_view text) {
+   if (kept_.size() - written_ + text.size() > kMost) {
+      ++leftOut_;
+      return;
+   }
+   tellOfLeftOut();
+   kept_ += text;
+}
+
+void LiveResults::tellOfLeftOut() {
+   if (leftOut_ != 0) {
+      std::fputs(
+         fmt::format("mcastvpn-agent: standard output: nobody read the results; "
+                     "{} of them were left out\n",
+                     leftOut_)
+            .c_str(),
+         stderr);
+      leftOut_ = 0;
+   }
+}
+
 void LiveResults::flush() {
    if (!follower_) {
       writeWhileTaken(0);
@@ -38,6 +62,7 @@ void LiveResults::flush() {
 }
 
 void LiveResults::finish() {
+   tellOfLeftOut();
    writeWhileTaken(kPatience);
    if (!kept_.empty()) {
       resultsFailed(ETIMEDOUT);
@@ -45,22 +70,25 @@ void LiveResults::finish() {
 }
 
 void LiveResults::writeWhileTaken(int patience) {
-   size_t written = 0;
-   while (written < kept_.size()) {
+   while (written_ < kept_.size()) {
       pollfd wanted{STDOUT_FILENO, POLLOUT, 0};
       if (canBeFull_ && poll(&wanted, 1, patience) == 0) {
          break;
       }
-      auto const part =
-         canBeFull_ ? std::min(kept_.size() - written, kTaken) : kept_.size() - written;
-      auto const count = write(STDOUT_FILENO, kept_.data() + written, part);
+      auto const left = kept_.size() - written_;
+      auto const part = canBeFull_ ? std::min(left, kTaken) : left;
+      auto const count = write(STDOUT_FILENO, kept_.data() + written_, part);
       if (count >= 0) {
-         written += static_cast<size_t>(count);
+         written_ += static_cast<size_t>(count);
       } else if (errno != EINTR && errno != EAGAIN) {
          resultsFailed(errno);
       }
    }
-   kept_.erase(0, written);
+   // What was written is given up when it is the most of it, or all.
+   if (written_ > kept_.size() / 2) {
+      kept_.erase(0, written_);
+      written_ = 0;
+   }
    if (kept_.empty()) {
       follower_ = nullptr;
    } else if (!follower_) {

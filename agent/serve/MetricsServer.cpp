@@ -9,6 +9,8 @@
 
 #include <fmt/format.h>
 
+#include <arpa/inet.h>
+
 #include <exception>
 #include <mutex>
 #include <optional>
@@ -29,13 +31,23 @@ struct Endpoint {
    std::string port;
 };
 
+// The server would take a list of addresses, too.
+bool isAddress(std::string const& host) {
+   in_addr four{};
+   in6_addr six{};
+   bool const isBracketed = host.starts_with('[') && host.ends_with(']');
+   return isBracketed
+             ? inet_pton(AF_INET6, host.substr(1, host.size() - 2).c_str(), &six) == 1
+             : inet_pton(AF_INET, host.c_str(), &four) == 1;
+}
+
 Endpoint endpointOf(std::string const& text) {
    auto const colon = text.rfind(':');
    Endpoint endpoint = colon == std::string::npos
                           ? Endpoint{"127.0.0.1", text}
                           : Endpoint{text.substr(0, colon), text.substr(colon + 1)};
    auto const port = numberOf(endpoint.port);
-   if (endpoint.host.empty() || !port || *port > 65535) {
+   if (!isAddress(endpoint.host) || !port || *port > 65535) {
       throw InputError("--metrics: " +
                        refusal(text, "ADDR:PORT, or a port from 0 to 65535"));
    }

@@ -41,8 +41,12 @@ bool writeAll(int descriptor, std::string_view text) {
 
 // Of a process that was made by fork() alone: no destructor runs, and nothing that is
 // buffered is written twice.
-[[noreturn]] void answerWith(Snapshots::Question const& question, int results) {
+[[noreturn]] void answerWith(Snapshots::Question const& question, int results,
+                             pid_t parent) {
    prctl(PR_SET_PDEATHSIG, SIGKILL);
+   if (getppid() != parent) {
+      _exit(kBadInput); // it has gone before
+   }
    sigset_t none;
    sigemptyset(&none);
    sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -73,9 +77,10 @@ class Snapshots::Process {
       results_ = Descriptor(ends[0]);
       Descriptor const writing(ends[1]);
       fcntl(ends[0], F_SETFL, O_NONBLOCK);
+      pid_t const parent = getpid();
       child_ = fork();
       if (child_ == 0) {
-         answerWith(waiting.question, ends[1]);
+         answerWith(waiting.question, ends[1], parent);
       }
       if (child_ < 0) {
          systemFailed("fork");
@@ -89,7 +94,7 @@ class Snapshots::Process {
    ~Process() {
       if (child_ > 0) {
          kill(child_, SIGKILL);
-         static_cast<void>(wait());
+         owner_.killed_.push_back(child_);
       }
    }
 
@@ -105,7 +110,7 @@ class Snapshots::Process {
          }
       } else if (count == 0) {
          // Nothing but its end closes the pipe.
-         int const status = wait();
+         auto const status = wait();
          finish(WIFEXITED(status)
                    ? Answer{WEXITSTATUS(status), std::move(text_)}
                    : Answer{kBadInput, "the answer was not finished: its process was "
@@ -126,8 +131,9 @@ class Snapshots::Process {
       answered(std::move(answer));
    }
 
+   // As waitpid() tells it; that of a process that was killed if it does not.
    int wait() {
-      int status = 0;
+      int status = SIGKILL;
       while (waitpid(child_, &status, 0) < 0 && errno == EINTR) {
       }
       child_ = -1;
@@ -143,7 +149,11 @@ class Snapshots::Process {
    EventLoop::Timer late_;
 };
 
-Snapshots::Snapshots(EventLoop& loop) : loop_(loop) {}
+Snapshots::Snapshots(EventLoop& loop)
+   : loop_(loop), reaping_(loop, [this] { reap(); }) {
+   // Whoever started this process may not want to hear of its own children.
+   static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
+}
 
 Snapshots::~Snapshots() = default;
 
@@ -155,6 +165,15 @@ void Snapshots::ask(Question question, Answered answered) {
 void Snapshots::giveUp() {
    waiting_.clear();
    processes_.clear();
+   reap();
+}
+
+void Snapshots::reap() {
+   std::erase_if(killed_,
+                 [](pid_t pid) { return waitpid(pid, nullptr, WNOHANG) != 0; });
+   if (!killed_.empty()) {
+      reaping_.onceAfter(1s);
+   }
 }
 
 void Snapshots::startNext() {
@@ -173,17 +192,21 @@ void Snapshots::startNext() {
 void Snapshots::ended(Process* process) {
    std::erase_if(processes_,
                  [process](auto const& each) { return each.get() == process; });
+   reap();
    startNext();
 }
 
-void Snapshots::becomeCommand(std::vector<std::string> const& arguments,
-                              std::string const& input) {
-   int const file = memfd_create("input", 0);
-   if (file < 0 || !writeAll(file, input) || lseek(file, 0, SEEK_SET) != 0 ||
-       dup2(file, STDIN_FILENO) < 0) {
+Snapshots::Answer Snapshots::answerOfCommand(std::vector<std::string> const& arguments,
+                                             std::string const& input) {
+   Descriptor const file =
+      Descriptor::made(memfd_create("input", MFD_CLOEXEC), "memfd");
+   std::array<int, 2> ends{};
+   if (!writeAll(file.number(), input) || lseek(file.number(), 0, SEEK_SET) != 0 ||
+       pipe2(ends.data(), O_CLOEXEC) != 0) {
       systemFailed("passing on the state");
    }
-   // What was open in the other process closes itself here.
+   Descriptor const results(ends[0]);
+   Descriptor writing(ends[1]);
    auto words = arguments;
    words.insert(words.begin(), "mcastvpn-agent");
    std::vector<char*> pointers;
@@ -192,8 +215,27 @@ void Snapshots::becomeCommand(std::vector<std::string> const& arguments,
       pointers.push_back(word.data());
    }
    pointers.push_back(nullptr);
-   execv("/proc/self/exe", pointers.data());
-   systemFailed("running the command");
+   pid_t const child = fork();
+   if (child == 0) {
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      dup2(file.number(), STDIN_FILENO);
+      dup2(writing.number(), STDOUT_FILENO);
+      execv("/proc/self/exe", pointers.data());
+      _exit(kBadInput);
+   }
+   writing = Descriptor();
+   Answer answer{kBadInput, {}};
+   std::array<char, 1 << 16> part;
+   for (ssize_t count = 0; child > 0 && (count = ::read(results.number(), part.data(),
+                                                        part.size())) != 0;) {
+      answer.text.append(part.data(), count > 0 ? static_cast<size_t>(count) : 0);
+   }
+   int status = SIGKILL;
+   if (child < 0 || waitpid(child, &status, 0) < 0) {
+      systemFailed("running the command");
+   }
+   answer.status = WIFEXITED(status) ? WEXITSTATUS(status) : int{kBadInput};
+   return answer;
 }
 
 } // namespace Agent

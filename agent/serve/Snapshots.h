@@ -39,9 +39,9 @@ class Snapshots {
    void giveUp();
 
    // For a question: the answer of this program run as a command, with the text for its
-   // standard input. Does not return but in vain: std::system_error.
-   [[noreturn]] static void becomeCommand(std::vector<std::string> const& arguments,
-                                          std::string const& input);
+   // standard input. std::system_error if it cannot be run.
+   static Answer answerOfCommand(std::vector<std::string> const& arguments,
+                                 std::string const& input);
 
  private:
    // A process that works on an answer. It is killed if it is there still when this
@@ -54,12 +54,16 @@ class Snapshots {
 
    void startNext();
    void ended(Process* process);
+   void reap();
 
    static constexpr size_t kAtOnce = 2;
 
    EventLoop& loop_;
    std::deque<Waiting> waiting_;
    std::vector<std::unique_ptr<Process>> processes_;
+   std::vector<pid_t> killed_; // and not gone yet: nobody waits for a process that a
+                               // disk holds up
+   EventLoop::Timer reaping_;  // while there are such
 };
 
 } // namespace Agent

@@ -29,6 +29,8 @@ using namespace std::chrono_literals;
 // Changes come together.
 constexpr auto kGathering = 100ms;
 constexpr auto kNextTry = 5s;
+// Behind the name of a file that is not whole yet.
+constexpr char const* kNext = ".next";
 
 [[noreturn]] void failed(std::string const& file, std::string const& what) {
    throw InputError(location(file, 0) + what + ": " +
@@ -67,6 +69,14 @@ StateFolder::StateFolder(EventLoop& loop, std::string folder, State const& state
      snapshots_(loop), timer_(loop, [this] { keep(); }) {}
 
 void StateFolder::addOutputs(json& document, Options const& options) const {
+   for (auto const& own : {file(), file() + kNext}) {
+      std::error_code isNot;
+      if (std::filesystem::equivalent(options.state, own, isNot)) {
+         throw InputError(location(options.state, 0) +
+                          "the file in which the outputs are kept stands here; allowed "
+                          "is one of inputs");
+      }
+   }
    auto const none = State().outputsToJson();
    for (auto const& [name, value] : none.items()) {
       if (document.at(name) != value) {
@@ -126,7 +136,7 @@ void StateFolder::keep() {
 
 // What is there is whole at any time: a process may be killed, a system may fail.
 void StateFolder::write() const {
-   auto const next = file() + ".next";
+   auto const next = file() + kNext;
    Descriptor const descriptor(
       open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
    if (!descriptor) {

@@ -73,6 +73,10 @@ class Watch {
       }
       if (!options_.record.empty()) {
          recorder_ = std::make_unique<Recorder>(options_.record, options_, state(0));
+         // What is looked at later is no reason to end what forwards now.
+         recorder_->failuresGoTo([](std::string const& error) {
+            say(error + "; nothing more is recorded");
+         });
          machines_[0]->host.recorderIs(recorder_.get());
       }
       // A file that has no end can be given up until here, and from here on there are
@@ -97,8 +101,13 @@ class Watch {
       supervisor_ = std::make_unique<ServiceManager>(loop_, machines_[0]->host);
       loop_.workIs([this] { return work(); });
       loop_.turnEndIs([this] { turnEnd(); });
-      loop_.run();
-      return end();
+      try {
+         loop_.run();
+         return end();
+      } catch (...) {
+         keepOutputs();
+         throw;
+      }
    }
 
  private:
@@ -154,6 +163,10 @@ class Watch {
       if (answers_) {
          isMoreToAnswer_ = answers_->turnEnd();
       }
+      if (auto const phase = machines_[0]->host.phase(); phase != phase_) {
+         phase_ = phase;
+         counted();
+      }
       supervisor_->turnEnd();
    }
 
@@ -170,12 +183,8 @@ class Watch {
          std::make_unique<Feed>(std::move(hosts), std::move(document), options_.checks);
    }
 
-   // A piece of what is to be done, and whether there is more. While nobody takes the
-   // results no more of them are made.
+   // A piece of what is to be done, and whether there is more.
    bool work() {
-      if (results_.isFull()) {
-         return isMoreToAnswer_;
-      }
       bool isMore = feed_->publish(kChangesATurn);
       for (auto const& machine : machines_) {
          isMore = machine->host.slice(1) != 0 || isMore;
@@ -278,6 +287,18 @@ class Watch {
       return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
    }
 
+   // Whatever else goes wrong, the next start is to find what stands there.
+   void keepOutputs() {
+      if (stateFolder_) {
+         try {
+            stateFolder_->finish();
+         } catch (InputError const& error) {
+            areOutputsKept_ = false;
+            say(error.what());
+         }
+      }
+   }
+
    int end() {
       supervisor_->stopping();
       answers_.reset();
@@ -289,14 +310,12 @@ class Watch {
          }
          status = machine->host.verified() == 0 ? status : kDisagrees;
       }
-      if (stateFolder_) {
-         stateFolder_->finish();
-      }
+      keepOutputs();
       say(fmt::format("{}, {} of inputs, {} of outputs; {} refused",
                       numbered(documents_, "new document"),
                       numbered(inputChanges_, "change"), outputChanges_, refused_));
       results_.finish();
-      return status;
+      return areOutputsKept_ ? status : kBadInput;
    }
 
    Options const& options_;
@@ -315,8 +334,10 @@ class Watch {
    std::unique_ptr<Answers> answers_;
    std::unique_ptr<ServiceManager> supervisor_;
    bool isMoreToAnswer_ = false;
-   bool isSettled_ = false; // nothing was left to do, and that was looked at
-   bool isShown_ = false;   // the outputs, once
+   bool areOutputsKept_ = true; // at the end
+   Phase phase_;                // that was counted last
+   bool isSettled_ = false;     // nothing was left to do, and that was looked at
+   bool isShown_ = false;       // the outputs, once
    size_t documents_ = 0;
    size_t refused_ = 0;
    size_t inputChanges_ = 0;

@@ -26,7 +26,7 @@ class Bundle : public testing::Test {
          {"--seed", "3", "--state", "examples/minimal.jsonc", "examples/story.jsonl"});
    }
    std::string bundled(std::string const& recording) {
-      auto const file = folder_.file("bundle.zst");
+      auto const file = recording + ".zst";
       auto const outcome = runAgent(folder_, {"bundle", recording, "-o", file});
       EXPECT_EQ(outcome.status, 0) << outcome.err;
       EXPECT_EQ(outcome.out + outcome.err, "");

@@ -193,7 +193,7 @@ TEST_F(Control, AnswersQuestionsInTheirOrder) {
 TEST_F(Control, CutsOffWhoSendsALineWithoutAnEnd) {
    startOver(transitState({10}));
    UnixClient client(path());
-   std::string const much(100000, ' ');
+   std::string const much(100000, 'x');
    for (ssize_t sent = 0; sent >= 0 && sent < 100 * 100000;) {
       auto const count = client.send(much);
       sent = count < 0 ? -1 : sent + count;
@@ -263,6 +263,36 @@ TEST_F(Control, LeavesWhatIsThereToItsOwner) {
    EXPECT_EQ(third.status, 2);
    EXPECT_THAT(third.err, HasSubstr("something that is no socket stands here"));
    EXPECT_EQ(readText(file), "text");
+}
+
+TEST_F(Control, LeavesSocketsThatAreNotItsOwn) {
+   BoundSocket const datagrams(path(), SOCK_DGRAM);
+   ASSERT_TRUE(datagrams.isBound());
+   write(transitState({10}));
+   auto const refused =
+      runAgent(folder_, {"run", "--watch", "--control", path(), file()});
+   EXPECT_EQ(refused.status, 2);
+   EXPECT_THAT(refused.err, HasSubstr("a socket of something else stands here"));
+   EXPECT_TRUE(std::filesystem::exists(path()));
+
+   std::filesystem::remove(path());
+   startOver(transitState({10}));
+   std::filesystem::remove(path());
+   BoundSocket const successor(path(), SOCK_STREAM);
+   EXPECT_EQ(stop(), 0);
+   EXPECT_TRUE(std::filesystem::exists(path()));
+}
+
+TEST_F(Control, TheMachineGoesOnWhileNobodyReadsTheResults) {
+   startOver(manyTransitVlans(3));
+   for (int const vlans : {4000, 3, 3999, 2, 4000, 1}) {
+      replace(manyTransitVlans(vlans));
+      auto const end = std::chrono::steady_clock::now() + 60s;
+      while (ask({{"ask", "stats"}}).at("answer").at("transitVlans") != vlans) {
+         ASSERT_LT(std::chrono::steady_clock::now(), end);
+         std::this_thread::sleep_for(10ms);
+      }
+   }
 }
 
 TEST_F(Control, SaysWhereNoAgentIs) {

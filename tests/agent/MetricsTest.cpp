@@ -145,7 +145,8 @@ TEST_F(Metrics, AreServedToOthersWhileOneDoesNotRead) {
 
 TEST_F(Metrics, AreRefusedAnAddressThatIsNone) {
    write(transitState({10}));
-   for (auto const* address : {"70000", "localhost", ":1", "127.0.0.1:x"}) {
+   for (auto const* address :
+        {"70000", "localhost", ":1", "127.0.0.1:x", "127.0.0.1:0,0.0.0.0:1", "[x]:1"}) {
       auto const outcome =
          runAgent(folder_, {"run", "--watch", "--metrics", address, file()});
       EXPECT_EQ(outcome.status, 2) << address;

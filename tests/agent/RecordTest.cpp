@@ -327,3 +327,16 @@ TEST_F(Record, IsForOneMachineAndForWhatGoesOn) {
       EXPECT_THAT(outcome.err, HasSubstr("--record: "));
    }
 }
+
+TEST_F(Record, WritesOverNothingThatIsRead) {
+   auto const state = folder_.write("state.json", "{}");
+   auto const events = folder_.write("events.jsonl", "");
+   for (auto const& file : {state, events}) {
+      auto const before = readText(file);
+      auto const outcome =
+         runAgent(folder_, {"replay", "--record", file, "--state", state, events});
+      EXPECT_EQ(outcome.status, 2);
+      EXPECT_THAT(outcome.err, HasSubstr("another file than the one that is read"));
+      EXPECT_EQ(readText(file), before);
+   }
+}

@@ -22,28 +22,18 @@ using testing::HasSubstr;
 namespace {
 
 // The supervisor's end of its protocol.
-class NotifySocket {
+class NotifySocket : public BoundSocket {
  public:
-   explicit NotifySocket(std::string const& path)
-      : descriptor_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
-      auto const address = unixAddress(path);
-      isBound_ = bind(descriptor_, reinterpret_cast<sockaddr const*>(&address),
-                      sizeof address) == 0;
-   }
-   NotifySocket(NotifySocket const&) = delete;
-   NotifySocket& operator=(NotifySocket const&) = delete;
-   ~NotifySocket() { close(descriptor_); }
-
-   bool isBound() const noexcept { return isBound_; }
+   explicit NotifySocket(std::string const& path) : BoundSocket(path, SOCK_DGRAM) {}
 
    // What was told next; "nothing" if nothing was in that time.
    std::string next(std::chrono::milliseconds patience = 60s) const {
-      pollfd wanted{descriptor_, POLLIN, 0};
+      pollfd wanted{descriptor(), POLLIN, 0};
       std::array<char, 4096> text;
       if (poll(&wanted, 1, static_cast<int>(patience.count())) <= 0) {
          return "nothing";
       }
-      auto const count = recv(descriptor_, text.data(), text.size(), 0);
+      auto const count = recv(descriptor(), text.data(), text.size(), 0);
       return {text.data(), count > 0 ? static_cast<size_t>(count) : 0};
    }
    // All that was told until this comes, which is part of it.
@@ -54,10 +44,6 @@ class NotifySocket {
       } while (all.back().find(part) == std::string::npos && all.back() != "nothing");
       return all;
    }
-
- private:
-   int descriptor_;
-   bool isBound_ = false;
 };
 
 class Service : public WatchingAgent {
@@ -171,6 +157,29 @@ TEST_F(Service, RefusesOutputsInTheStateBesideItsOwn) {
    EXPECT_THAT(nextSaid(), HasSubstr("/transitIntfColl: outputs stand here; with "
                                      "--state-dir allowed are inputs alone"));
    EXPECT_EQ(agent_->status(), 2);
+}
+
+TEST_F(Service, KeepsItsOutputsWhateverElseGoesWrong) {
+   write(transitState({10}));
+   start({"--state-dir", folder_.file("kept")});
+   nextDocument();
+   out_->closeReading();
+   replace(transitState({10, 20}));
+   EXPECT_EQ(agent_->status(), 2);
+   EXPECT_TRUE(json::parse(readText(kept()))
+                  .at("transitIntfColl")
+                  .at("intf")
+                  .contains("Vlan20"));
+}
+
+TEST_F(Service, RefusesItsOwnOutputsAsTheState) {
+   std::filesystem::create_directory(folder_.file("kept"));
+   folder_.write("kept/outputs.json", "{}");
+   auto const outcome = runAgent(
+      folder_, {"run", "--watch", "--state-dir", folder_.file("kept"), kept()});
+   EXPECT_EQ(outcome.status, 2);
+   EXPECT_THAT(outcome.err, HasSubstr("the file in which the outputs are kept stands"));
+   EXPECT_EQ(readText(kept()), "{}");
 }
 
 TEST_F(Service, RefusesKeptOutputsThatAreBroken) {

@@ -22,6 +22,27 @@ inline sockaddr_un unixAddress(std::string const& path) {
    return address;
 }
 
+// A Unix socket that stands at a path.
+class BoundSocket {
+ public:
+   BoundSocket(std::string const& path, int type)
+      : descriptor_(socket(AF_UNIX, type | SOCK_CLOEXEC, 0)) {
+      auto const address = unixAddress(path);
+      isBound_ = bind(descriptor_, reinterpret_cast<sockaddr const*>(&address),
+                      sizeof address) == 0;
+   }
+   BoundSocket(BoundSocket const&) = delete;
+   BoundSocket& operator=(BoundSocket const&) = delete;
+   ~BoundSocket() { close(descriptor_); }
+
+   bool isBound() const noexcept { return isBound_; }
+   int descriptor() const noexcept { return descriptor_; }
+
+ private:
+   int descriptor_;
+   bool isBound_ = false;
+};
+
 // A connection to a Unix socket, as any program may make one.
 class UnixClient {
  public:
