@@ -60,11 +60,11 @@ class Snapshots {
 
    EventLoop& loop_;
    std::deque<Waiting> waiting_;
-   // And not gone yet: nobody waits for a process that a disk holds up. They outlive the
-   // processes, which enter themselves.
+   // And not gone yet: nobody waits for a process that a disk holds up. They outlive
+   // the processes, which enter themselves.
    std::vector<pid_t> killed_;
    std::vector<std::unique_ptr<Process>> processes_;
-   EventLoop::Timer reaping_;  // while there are such
+   EventLoop::Timer reaping_; // while there are such
 };
 
 } // namespace Agent
