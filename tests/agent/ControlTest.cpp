@@ -285,7 +285,7 @@ TEST_F(Control, LeavesSocketsThatAreNotItsOwn) {
 
 TEST_F(Control, TheMachineGoesOnWhileNobodyReadsTheResults) {
    startOver(manyTransitVlans(3));
-   for (int const vlans : {4000, 3, 3999, 2, 4000, 1}) {
+   for (int const vlans : {1500, 3, 1499, 2}) {
       replace(manyTransitVlans(vlans));
       auto const end = std::chrono::steady_clock::now() + 60s;
       while (ask({{"ask", "stats"}}).at("answer").at("transitVlans") != vlans) {
