@@ -46,7 +46,9 @@ mode_t usualMode() {
 class Draft {
  public:
    explicit Draft(std::string const& file)
-      : name_(file + ".XXXXXX"), descriptor_(mkostemp(name_.data(), O_CLOEXEC)) {}
+      // mkostemp() puts characters of its own in the place of the last six.
+      : name_(file + '.' + std::string(6, 'X')),
+        descriptor_(mkostemp(name_.data(), O_CLOEXEC)) {}
    Draft(Draft const&) = delete;
    Draft& operator=(Draft const&) = delete;
    ~Draft() {
