@@ -56,8 +56,8 @@ cppcheck: setup-checks ## look for faults with cppcheck, which takes its time
 	   --error-exitcode=1 --quiet -j $(JOBS) runtime McastVpnLib agent
 
 report-test: setup-browser ## look at the agent's reports with a browser
-	$(call build,release,--target agent_tests)
-	ctest --preset release -R '^Report[.]'
+	$(call build,release,--target browser_tests)
+	ctest --preset release -L browser_tests
 
 fuzz: setup-checks ## look for inputs that break something, SECONDS with each target
 	$(call build,asan,--target fuzz_targets)
