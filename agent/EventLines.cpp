@@ -1,11 +1,6 @@
 #include "agent/EventLines.h"
 
-#include "agent/InputFile.h"
-
 namespace Agent {
-
-EventLines::EventLines(std::string const& file)
-   : isStandardInput_(file == "-"), text_(isStandardInput_ ? "" : readFile(file)) {}
 
 EventLines::Line const* EventLines::peek() {
    while (next_ == nullptr && nextLine()) {
@@ -19,16 +14,16 @@ EventLines::Line const* EventLines::peek() {
 }
 
 bool EventLines::nextLine() {
-   if (isStandardInput_) {
+   if (!file_) {
       return readLine(current_.text);
    }
-   if (at_ == text_.size()) {
+   if (at_ == text().size()) {
       return false;
    }
-   auto const end = text_.find('\n', at_);
-   current_.isWhole = end != std::string::npos;
-   current_.text = text_.substr(at_, end - at_);
-   at_ = current_.isWhole ? end + 1 : text_.size();
+   auto const end = text().find('\n', at_);
+   current_.isWhole = end != std::string_view::npos;
+   current_.text = text().substr(at_, end - at_);
+   at_ = current_.isWhole ? end + 1 : text().size();
    return true;
 }
 

@@ -1,12 +1,17 @@
 #pragma once
 
+#include "agent/InputFile.h"
+
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace Agent {
 
-// The lines of a file of events that hold something, one at a time, so that a program
-// can write a line and wait for what it does. "-" is standard input.
+// The lines of a file of events that hold something, one at a time. Standard input is
+// read as it comes, so that a program can write a line and wait for what it does.
 class EventLines {
  public:
    struct Line {
@@ -16,11 +21,14 @@ class EventLines {
          true; // it has an end; what is read of standard input counts as whole
    };
 
-   // InputError if the file cannot be read.
-   explicit EventLines(std::string const& file);
+   // Those of standard input.
+   EventLines() = default;
+   explicit EventLines(FileText file) : file_(std::move(file)) {}
+   EventLines(EventLines const&) = delete;
+   EventLines& operator=(EventLines const&) = delete;
 
    // How much there is to read, in bytes; 0 if that is not known.
-   size_t size() const noexcept { return text_.size(); }
+   size_t size() const noexcept { return text().size(); }
 
    // The next line, which stays the next one; null at the end. InputError if it cannot
    // be read.
@@ -28,11 +36,13 @@ class EventLines {
    void drop() { next_ = nullptr; }
 
  private:
+   std::string_view text() const noexcept {
+      return file_ ? file_->text() : std::string_view();
+   }
    bool nextLine();
 
-   bool isStandardInput_;
-   std::string text_;
-   size_t at_ = 0; // where the next line begins
+   std::optional<FileText> file_; // none for standard input
+   size_t at_ = 0;                // where the next line begins
    Line current_{0, {}};
    Line const* next_ = nullptr;
 };

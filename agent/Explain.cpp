@@ -22,8 +22,8 @@ void printExplanation(Host& host, Options const& options) {
 }
 
 // Of the state that the recording ends in.
-int explainRecording(Options const& options) {
-   Rerun rerun(options.state, options);
+int explainRecording(FileText const& recording, Options const& options) {
+   Rerun rerun(recording, options);
    int const status = rerun.play({});
    if (status == kFine) {
       printExplanation(rerun.host(), rerun.options());
@@ -34,11 +34,12 @@ int explainRecording(Options const& options) {
 } // namespace
 
 int explain(Options const& options) {
-   if (Playback::isOne(options.state)) {
-      return explainRecording(options);
+   FileText const file(options.state);
+   if (Playback::isOne(file)) {
+      return explainRecording(file, options);
    }
    Host host(options);
-   loadState({&host}, options);
+   loadState({&host}, file, options.checks);
    printExplanation(host, options);
    return kFine;
 }

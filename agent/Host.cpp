@@ -257,12 +257,15 @@ uint64_t Host::slice(uint64_t count, uint32_t items) {
 }
 
 void loadState(std::vector<Host*> const& hosts, Options const& options) {
-   if (options.state.empty()) {
-      return;
+   if (!options.state.empty()) {
+      loadState(hosts, FileText(options.state), options.checks);
    }
+}
+
+void loadState(std::vector<Host*> const& hosts, FileText const& file, Checks checks) {
    auto const document =
-      loadDocument(hosts.front()->state(), options.state, options.checks);
-   Doing const doing("publishing", options.state.c_str());
+      documentOf(hosts.front()->state(), file.text(), file.file(), checks);
+   Doing const doing("publishing", file.file().c_str());
    for (auto* const host : hosts) {
       host->state().assign(document);
    }
@@ -270,12 +273,12 @@ void loadState(std::vector<Host*> const& hosts, Options const& options) {
 
 nlohmann::json loadDocument(State const& state, std::string const& file,
                             Checks checks) {
-   Doing const doing("reading", file.c_str());
-   return documentOf(state, readFile(file), file, checks);
+   return documentOf(state, FileText(file).text(), file, checks);
 }
 
 nlohmann::json documentOf(State const& state, std::string_view text,
                           std::string const& file, Checks checks) {
+   Doing const doing("reading", file.c_str());
    auto const document = parseJson(text, file);
    try {
       return state.canonical(document, checks);

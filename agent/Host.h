@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/InputFile.h"
 #include "agent/Options.h"
 #include "agent/Provenance.h"
 #include "agent/State.h"
@@ -121,6 +122,8 @@ class Host {
 // Publishes the document of the options, if they name one, in each of the hosts.
 // InputError if it is bad; nothing of it is published then.
 void loadState(std::vector<Host*> const& hosts, Options const& options);
+// The same of a document that was read.
+void loadState(std::vector<Host*> const& hosts, FileText const& file, Checks checks);
 
 // The document at the file, made canonical. InputError, with file, line and pointer.
 nlohmann::json loadDocument(State const& state, std::string const& file, Checks checks);

@@ -2,6 +2,7 @@
 
 #include "agent/BadInput.h"
 #include "agent/Descriptor.h"
+#include "agent/OutOfMemory.h"
 #include "agent/Zstd.h"
 
 #include <fcntl.h>
@@ -11,8 +12,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace Agent {
 
@@ -100,6 +103,11 @@ std::string readFile(std::string const& file) {
       refuse(file, "was written to while it was read");
    }
    return withoutMark(isCompressed(text) ? decompressed(text, file) : std::move(text));
+}
+
+FileText::FileText(std::string file) : file_(std::move(file)) {
+   Doing const doing("reading", file_.c_str());
+   text_ = std::make_shared<std::string const>(readFile(file_));
 }
 
 bool readLine(std::string& line) {

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <cstdio>
+#include <memory>
 #include <string>
+#include <string_view>
 
 namespace Agent {
 
@@ -13,6 +14,20 @@ inline constexpr size_t kMostInput = size_t{128} << 20;
 // "-" is standard input. InputError if it cannot be read, is longer than kMostInput,
 // before or after that, or was written to meanwhile.
 std::string readFile(std::string const& file);
+
+// A file as it was read, once: it may be a pipe. Copies share the text.
+class FileText {
+ public:
+   // As readFile().
+   explicit FileText(std::string file);
+
+   std::string const& file() const noexcept { return file_; }
+   std::string_view text() const noexcept { return *text_; }
+
+ private:
+   std::string file_;
+   std::shared_ptr<std::string const> text_;
+};
 
 // The next line of standard input, without its end; false at the end. InputError if it
 // cannot be read or is longer than kMostInput.

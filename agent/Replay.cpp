@@ -33,16 +33,12 @@ using nlohmann::json;
 // Plays the lines with one machine, or with both in turn.
 class Player {
  public:
-   explicit Player(Options const& options)
-      : options_(options), lines_(options.events),
-        progress_("replaying", lines_.size()) {
-      for (auto const& own : optionsOfEach(options)) {
-         lanes_.push_back(
-            std::make_unique<Lane>(own, options.both ? smName(own.machine) : ""));
-         hosts_.push_back(&lanes_.back()->host());
-      }
+   // With the lines of standard input, or of a file.
+   explicit Player(Options const& options) : options_(options) { addLanes(); }
+   Player(Options const& options, FileText const& events)
+      : options_(options), lines_(events), progress_("replaying", lines_.size()) {
+      addLanes();
    }
-
    // Each lane's records stand in the trace's place of those before them, which they
    // put back.
    ~Player() {
@@ -76,6 +72,14 @@ class Player {
    }
 
  private:
+   void addLanes() {
+      for (auto const& own : optionsOfEach(options_)) {
+         lanes_.push_back(
+            std::make_unique<Lane>(own, options_.both ? smName(own.machine) : ""));
+         hosts_.push_back(&lanes_.back()->host());
+      }
+   }
+
    bool beginsStopped() {
       auto const* const first = lines_.peek();
       return first != nullptr && parsed(*first) == json{{"host", "stop"}};
@@ -139,7 +143,7 @@ class Player {
 
    Options const& options_;
    EventLines lines_;
-   Progress progress_;
+   Progress progress_{"replaying", 0};
    std::vector<std::unique_ptr<Lane>> lanes_;
    std::vector<Host*> hosts_;
    std::optional<TwoMachines> machines_;
@@ -148,9 +152,9 @@ class Player {
 // Plays a recording, and tells where it comes out otherwise.
 class RecordingPlayer {
  public:
-   explicit RecordingPlayer(Options const& given)
-      : playback_(given.events), options_(playback_.options(given)),
-        lane_(options_, {}), progress_("replaying", playback_.size()) {}
+   RecordingPlayer(Options const& given, FileText const& recording)
+      : playback_(recording), options_(playback_.options(given)), lane_(options_, {}),
+        progress_("replaying", playback_.size()) {}
 
    int play() {
       auto& state = lane_.host().state();
@@ -197,10 +201,12 @@ class RecordingPlayer {
 } // namespace
 
 int replay(Options const& options) {
-   if (Playback::isOne(options.events)) {
-      return RecordingPlayer(options).play();
+   if (options.events == "-") { // which is played as it comes
+      return Player(options).play();
    }
-   return Player(options).play();
+   FileText const events(options.events);
+   return Playback::isOne(events) ? RecordingPlayer(options, events).play()
+                                  : Player(options, events).play();
 }
 
 } // namespace Agent

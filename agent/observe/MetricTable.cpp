@@ -107,7 +107,7 @@ std::vector<Metric> made() {
        [](auto const& statistics, auto& family) {
           for (auto const kind : kPhases) {
              add(family, statistics.phase.kind == kind ? 1 : 0,
-                 {{"phase", std::string(Phase{kind, 0, 0}.name())}});
+                 {{"phase", std::string(Phase{kind, 0, {}}.name())}});
           }
        }},
       {"mcastvpn_scans_done", MetricType::Gauge,
@@ -118,7 +118,7 @@ std::vector<Metric> made() {
       {"mcastvpn_outputs_reconciled", MetricType::Gauge,
        "Outputs that were reconciled with what stood in them, of 4.", "",
        [](auto const& statistics, auto& family) {
-          add(family, static_cast<double>(statistics.phase.outputs));
+          add(family, static_cast<double>(statistics.phase.outputs()));
        }},
       {"mcastvpn_transit_vlans", MetricType::Gauge,
        "VLANs that have a transit interface.", "",

@@ -15,12 +15,16 @@ std::string_view Phase::name() const noexcept {
    return kNames[static_cast<size_t>(kind)];
 }
 
+size_t Phase::outputs() const noexcept {
+   return static_cast<size_t>(std::ranges::count(isReconciled, true));
+}
+
 std::string Phase::text() const {
    switch (kind) {
       case Kind::scanning:
          return fmt::format("scanning: {} of {} inputs", scans, kScans);
       case Kind::reconciling:
-         return fmt::format("reconciling: {} of {} outputs", outputs, kOutputs);
+         return fmt::format("reconciling: {} of {} outputs", outputs(), kOutputs);
       case Kind::stopped:
       case Kind::ready:
          break;
@@ -29,24 +33,23 @@ std::string Phase::text() const {
 }
 
 ordered_json Phase::toJson() const {
-   return {{"phase", name()}, {"scans", scans}, {"outputs", outputs}};
+   return {{"phase", name()}, {"scans", scans}, {"outputs", outputs()}};
 }
 
 Phase phaseOf(Irb::Multicast::Evpn::TransitIntfSm const& machine) {
    if (machine.ready()) {
       return Phase::ready();
    }
-   Phase phase{Phase::Kind::scanning, 0, 0};
+   Phase phase{Phase::Kind::scanning, 0, {}};
    if (machine.initialScanDone()) {
       phase.kind = Phase::Kind::reconciling;
       phase.scans = Phase::kScans;
       if (auto const& state = machine.outputState()) {
-         auto const flags = std::array{
-            state->membershipJoinStatusVlanGroupSourceIncludeIntfOutputReady(),
-            state->membershipJoinStatusVlanGroupSourceExcludeIntfOutputReady(),
+         phase.isReconciled = {
             state->transitIntfCollIntfOutputReady(),
-            state->membershipJoinStatusVlanRouterIntfOutputReady()};
-         phase.outputs = static_cast<size_t>(std::ranges::count(flags, true));
+            state->membershipJoinStatusVlanRouterIntfOutputReady(),
+            state->membershipJoinStatusVlanGroupSourceIncludeIntfOutputReady(),
+            state->membershipJoinStatusVlanGroupSourceExcludeIntfOutputReady()};
       }
    } else if (auto const& scans = machine.inputSmScanState()) {
       auto const flags =

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -31,11 +32,16 @@ struct Phase {
    static constexpr size_t kOutputs = 4;
 
    Kind kind = Kind::stopped;
-   size_t scans = 0;   // that are over
-   size_t outputs = 0; // that are reconciled
+   size_t scans = 0; // that are over
+   // In the order of kOutputNames.
+   std::array<bool, kOutputs> isReconciled{};
 
    static constexpr Phase stopped() noexcept { return {}; }
-   static constexpr Phase ready() noexcept { return {Kind::ready, kScans, kOutputs}; }
+   static constexpr Phase ready() noexcept {
+      return {Kind::ready, kScans, {true, true, true, true}};
+   }
+   // How many are reconciled.
+   size_t outputs() const noexcept;
 
    bool operator==(Phase const&) const noexcept = default;
 

@@ -3,6 +3,7 @@
 #include "McastVpnLib/TransitIntfSm/Pipeline.h"
 #include "agent/Host.h"
 #include "agent/observe/Histogram.h"
+#include "agent/observe/Names.h"
 #include "agent/observe/Phase.h"
 #include "agent/observe/StreamEvents.h"
 #include "kolm/TaskScheduler.h"
@@ -17,15 +18,6 @@
 #include <string_view>
 
 namespace Agent {
-
-// The kinds of a change, as JSON Patch names them.
-inline constexpr std::array<std::string_view, 3> kChangeKinds{"add", "replace",
-                                                              "remove"};
-// Inputs and outputs as statistics name them, and where they stand in a state document.
-inline constexpr std::array<std::string_view, 5> kInputNames{
-   "transit_vrf", "vti_status", "sbd_vlan", "mlag_state", "peg_vlan"};
-inline constexpr std::array<std::string_view, 5> kOutputNames{
-   "transit_intf", "router_intf", "include_intf", "exclude_intf", "join_level"};
 
 // What a JSON Patch operation on a state writes, as a place in the names above.
 size_t inputIndexOf(std::string_view path);

@@ -83,7 +83,8 @@ std::string_view fromLine(std::string_view text, size_t line) {
 } // namespace
 
 int bundle(Options const& options) {
-   Rerun rerun(options.recording, options);
+   FileText const recording(options.recording);
+   Rerun rerun(recording, options);
    auto const ring = Pelk::makePtr<Fennlog::TraceHandle>();
    rerun.host().traceRingIs(ring);
    Statistics statistics;
@@ -94,8 +95,7 @@ int bundle(Options const& options) {
       lineOf(headerToJson()) +
       lineOf({{"statistics", statisticsToJson(statistics, rerun.playback())}}) +
       lineOf({{"trace", traceToJson(*ring)}});
-   auto const recording = readFile(options.recording);
-   text += fromLine(recording, rerun.playback().headerLine());
+   text += fromLine(recording.text(), rerun.playback().headerLine());
    if (text.size() > kMostInput) {
       throw InputError(
          fmt::format("{}the bundle of it is longer than {} MiB, and would "

@@ -32,11 +32,8 @@ T optionOf(json const& options, char const* name) {
 
 } // namespace
 
-bool Playback::isOne(std::string const& file) {
-   if (file == "-") {
-      return false; // nothing is read of it before it is played
-   }
-   Doing const doing("reading", file.c_str());
+bool Playback::isOne(FileText const& file) {
+   Doing const doing("reading", file.file().c_str());
    EventLines lines(file);
    auto const* const first = lines.peek();
    // The line may be long, and no recording's.
@@ -48,7 +45,7 @@ bool Playback::isOne(std::string const& file) {
    return isHeader(record) || isBundle(record);
 }
 
-Playback::Playback(std::string const& file) : file_(file), lines_(file) {
+Playback::Playback(FileText const& file) : file_(file.file()), lines_(file) {
    header_ = record();
    if (isBundle(header_)) {
       while (!header_.is_null() && !isHeader(header_)) {
@@ -169,7 +166,7 @@ std::optional<RecordedStep> Playback::next() {
             break;
          }
          if (record.contains("play") || record.contains("end")) {
-            pending_ = std::move(record);
+            pending_.swap(record);
             break;
          }
          step.end = record.at("t").get<int64_t>();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/EventLines.h"
+#include "agent/InputFile.h"
 #include "agent/Options.h"
 #include "agent/State.h"
 #include "agent/record/StepShare.h"
@@ -47,9 +48,9 @@ struct RecordedStep {
 class Playback {
  public:
    // Whether the file begins as a recording does, or as a bundle.
-   static bool isOne(std::string const& file);
+   static bool isOne(FileText const& file);
 
-   explicit Playback(std::string const& file);
+   explicit Playback(FileText const& file);
 
    // Options that play it as it was recorded; those that change nothing of what the
    // machine does are taken from the ones given.

@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <concepts>
+#include <filesystem>
 #include <system_error>
 #include <type_traits>
 #include <utility>
@@ -44,6 +45,24 @@ std::string timeText() {
 }
 
 } // namespace
+
+std::string keepRecording(std::string const& file) {
+   std::error_code isNot;
+   auto const size = std::filesystem::is_regular_file(file, isNot)
+                        ? std::filesystem::file_size(file, isNot)
+                        : 0;
+   if (isNot || size == 0) {
+      return {};
+   }
+   auto kept = file + ".1";
+   std::error_code error;
+   std::filesystem::rename(file, kept, error);
+   if (error) {
+      throw InputError(location(file, 0) + "what stands here cannot be kept as " +
+                       kept + ": " + error.message());
+   }
+   return kept;
+}
 
 Recorder::Recorder(std::string file, Options const& options, State const& state)
    : file_(std::move(file)),

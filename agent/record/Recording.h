@@ -38,6 +38,11 @@ namespace Agent {
 // The version of the form. A reader refuses what it does not know.
 inline constexpr int kRecordingVersion = 1;
 
+// Where what a file holds is kept when it is to hold a recording: its name with ".1".
+// An agent that was killed and starts again so leaves what was recorded of it. Empty if
+// there is nothing to keep. InputError if it cannot be kept.
+std::string keepRecording(std::string const& file);
+
 // Writes one while a machine runs. Event thread only.
 class Recorder {
  public:

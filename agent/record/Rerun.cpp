@@ -1,9 +1,11 @@
 #include "agent/record/Rerun.h"
 
+#include "McastVpnLib/TransitIntfSm/Pipeline.h"
 #include "agent/BadInput.h"
 #include "agent/ExitStatus.h"
 #include "agent/HostLine.h"
 #include "agent/OutOfMemory.h"
+#include "agent/observe/Names.h"
 
 #include <fmt/format.h>
 
@@ -16,9 +18,11 @@ namespace Agent {
 
 using nlohmann::ordered_json;
 
-Rerun::Rerun(std::string const& file, Options const& given)
-   : file_(file), playback_(file), options_(playback_.options(given)), host_(options_),
-     difference_(file) {
+namespace Pipeline = Irb::Multicast::Evpn::Pipeline;
+
+Rerun::Rerun(FileText const& file, Options const& given)
+   : file_(file.file()), playback_(file), options_(playback_.options(given)),
+     host_(options_), difference_(file_) {
    host_.state().assign(playback_.stateFor(host_.state(), options_));
    // Called inside notifications: what is told is kept until the step is over.
    host_.provenanceIs(
@@ -31,22 +35,29 @@ Rerun::Rerun(std::string const& file, Options const& given)
             writes_.push_back({operation, cause.number});
          }
       });
-   events_.emplace(options_.trace, [this](StreamEvent const& event) {
-      moments_.push_back({Moment::Kind::event,
-                          0,
-                          {},
-                          {},
-                          event.node,
-                          event.from,
-                          std::string(event.text)});
-   });
+   events_.emplace(
+      options_.trace,
+      [this](StreamEvent const& event) {
+         if (Pipeline::kNodes[event.node].stage == Pipeline::Stage::sink) {
+            sinks_.push_back({event.node, event.from, {}});
+            return;
+         }
+         moments_.push_back({Moment::Kind::event,
+                             0,
+                             {},
+                             {},
+                             event.node,
+                             event.from,
+                             std::string(event.text)});
+      },
+      StreamEvents::Depth::streamsAndSinks);
 }
 
 Rerun::~Rerun() = default;
 
 int Rerun::play(Told const& told) {
    for (size_t number = 0; auto const recorded = playback_.next(); ++number) {
-      PlayedStep step{*recorded, number, 0, 0, {}, false, host_.phase(), {}};
+      PlayedStep step{*recorded, number, 0, 0, {}, {}, false, host_.phase(), {}};
       play(*recorded, step);
       auto const text = difference_.compare(*recorded, writes_);
       writes_.clear();
@@ -73,6 +84,7 @@ void Rerun::play(RecordedStep const& recorded, PlayedStep& step) {
    step.begin = std::max(now_, recorded.time);
    step.end = now_ = std::max(step.begin, recorded.end);
    step.moments = std::exchange(moments_, {});
+   step.sinks = std::exchange(sinks_, {});
    placeInTime(step);
 }
 
@@ -135,6 +147,9 @@ void count(PlayedStep const& step, Statistics& statistics) {
             break;
       }
    }
+   for (auto const& event : step.sinks) {
+      statistics.passedBy(event);
+   }
    if (auto const& slice = step.recorded.slice) {
       statistics.sliceSeconds.add(static_cast<double>(slice->time) / 1e6);
       statistics.sliceItems.add(static_cast<double>(slice->items));
@@ -149,7 +164,7 @@ std::vector<PhaseMark> phaseMarksOf(PlayedStep const& step, bool isDataflow) {
          marks.push_back({"stop", step.begin});
       }
       marks.push_back({"start", step.begin});
-      before = {Phase::Kind::scanning, 0, 0};
+      before = {Phase::Kind::scanning, 0, {}};
    }
    auto const reached = [&](Phase::Kind kind) {
       return before.kind < kind && step.after.kind >= kind;
@@ -157,9 +172,12 @@ std::vector<PhaseMark> phaseMarksOf(PlayedStep const& step, bool isDataflow) {
    if (isDataflow && reached(Phase::Kind::reconciling)) {
       marks.push_back({"scanning done", step.end});
    }
-   for (size_t i = before.outputs; isDataflow && i < step.after.outputs; ++i) {
-      marks.push_back(
-         {fmt::format("output {} of {} reconciled", i + 1, Phase::kOutputs), step.end});
+   for (size_t i = 0, done = before.outputs(); isDataflow && i < Phase::kOutputs; ++i) {
+      if (step.after.isReconciled[i] && !before.isReconciled[i]) {
+         marks.push_back({fmt::format("{} reconciled, {} of {}", kOutputNames[i],
+                                      ++done, Phase::kOutputs),
+                          step.end});
+      }
    }
    if (reached(Phase::Kind::ready)) {
       marks.push_back({"ready", step.end});

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "agent/Host.h"
+#include "agent/InputFile.h"
 #include "agent/Options.h"
 #include "agent/Patch.h"
 #include "agent/Provenance.h"
@@ -48,8 +49,9 @@ struct PlayedStep {
    // The recorded times, made to go on and never back.
    int64_t begin = 0;
    int64_t end = 0;
-   std::vector<Moment> moments; // in the order in which they happened
-   bool isStart = false;        // a machine was started in it
+   std::vector<Moment> moments;    // in the order in which they happened
+   std::vector<StreamEvent> sinks; // what came to them, without texts
+   bool isStart = false;           // a machine was started in it
    Phase before;
    Phase after;
 };
@@ -63,7 +65,7 @@ class Rerun final : private Patch::Observer {
 
    // given: what does not decide what the machine does. InputError, here and below, for
    // what is no recording.
-   Rerun(std::string const& file, Options const& given);
+   Rerun(FileText const& file, Options const& given);
    Rerun(Rerun const&) = delete;
    Rerun& operator=(Rerun const&) = delete;
    ~Rerun();
@@ -93,6 +95,7 @@ class Rerun final : private Patch::Observer {
    Playback playback_;
    Options const options_;
    std::vector<Moment> moments_; // of the step that is being played
+   std::vector<StreamEvent> sinks_;
    std::vector<PlayedWrite> writes_;
    Host host_;
    FirstDifference difference_;
@@ -105,7 +108,7 @@ class Rerun final : private Patch::Observer {
 void count(PlayedStep const& step, Statistics& statistics);
 
 // What a machine came to in a step on its way from start to stop, as people are told:
-// "start", "scanning done", "output 1 of 4 reconciled", "ready", "stop".
+// "start", "scanning done", "transit_intf reconciled, 1 of 4", "ready", "stop".
 struct PhaseMark {
    std::string text;
    int64_t time;

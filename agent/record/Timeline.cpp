@@ -153,7 +153,7 @@ void draw(Trace& trace, Moment const& moment) {
 } // namespace
 
 int timeline(Options const& options) {
-   Rerun rerun(options.recording, options);
+   Rerun rerun(FileText(options.recording), options);
    Progress progress("playing", rerun.playback().size());
    Trace trace(rerun);
    int const status = rerun.play([&](PlayedStep const& step) {

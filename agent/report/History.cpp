@@ -134,7 +134,8 @@ ordered_json History::headToJson(std::string const& file) const {
            {"momentsAreWhole", lanes_.isWhole()}};
 }
 
-// Events are counted on the edges to streams; and what sinks wrote, behind them.
+// Events are counted on the edges to streams, inserts and deletes on those to sinks;
+// and what sinks wrote, behind them.
 ordered_json History::graphToJson() const {
    auto nodes = ordered_json::array();
    for (auto const& node : Pipeline::kNodes) {
@@ -150,7 +151,7 @@ ordered_json History::graphToJson() const {
          auto const& written =
             statistics_.outputs[outputIndexOf(pathOf(Pipeline::kNodes[to].name))];
          edge["count"] = std::accumulate(written.begin(), written.end(), uint64_t{0});
-      } else if (stage != Pipeline::Stage::sink) {
+      } else {
          edge["count"] = statistics_.passed[i];
       }
       edges.push_back(std::move(edge));

@@ -103,7 +103,8 @@ function layOut(nodes, edges) {
 function drawGraph() {
   const box = section('pipeline', 'Pipeline', data.graph
     ? 'Every input, stream and output of the machine. The number on an edge is how ' +
-      'many events passed there; before an output, how many writes.'
+      'many events passed there; before a sink, how many of them came to it as an ' +
+      'insert or a delete; before an output, how many writes.'
     : `${head.machine} has no pipeline: its handlers write the outputs.`);
   if (!data.graph) {
     return;

@@ -62,8 +62,9 @@ std::string pageOf(ordered_json const& data) {
 } // namespace
 
 int report(Options const& options) {
-   Rerun rerun(options.recording, options);
-   auto const selection = selectionOf(options.recording, rerun.host().state().toJson());
+   FileText const recording(options.recording);
+   Rerun rerun(recording, options);
+   auto const selection = selectionOf(recording, rerun.host().state().toJson());
    Progress progress("playing", rerun.playback().size());
    History history(rerun, selection);
    int const status = rerun.play([&](PlayedStep const& step) {

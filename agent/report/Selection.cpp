@@ -166,7 +166,7 @@ class Scores {
 
 } // namespace
 
-Selection selectionOf(std::string const& recording, json const& state) {
+Selection selectionOf(FileText const& recording, json const& state) {
    EventLines lines(recording);
    Selection selection;
    Scores scores;

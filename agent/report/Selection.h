@@ -1,11 +1,12 @@
 #pragma once
 
+#include "agent/InputFile.h"
+
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
 #include <cstdint>
 #include <set>
-#include <string>
 
 namespace Agent {
 
@@ -26,6 +27,6 @@ struct Selection {
 
 // Looks through the recording, without playing it. state: the one that it starts from,
 // in its canonical form.
-Selection selectionOf(std::string const& recording, nlohmann::json const& state);
+Selection selectionOf(FileText const& recording, nlohmann::json const& state);
 
 } // namespace Agent

@@ -20,7 +20,7 @@ function marksPath(places, top, height) {
 function drawPhases(svg, items, x, y) {
   items.forEach(([place, text], i) => {
     const at = x(place);
-    const label = data.texts[text].replace(/ of (\d+) reconciled/, '/$1');
+    const label = data.texts[text].replace(/ reconciled, (\d+) of (\d+)/, ' $1/$2');
     draw(svg, 'path', {class: 'mark', d: `M${at - 4},${y + 11.5}l4,-5l4,5l-4,5z`});
     const next = i + 1 < items.length ? x(items[i + 1][0]) : kWidth;
     if (at + label.length * 6.3 + 14 < next) {

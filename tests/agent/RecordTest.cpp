@@ -1,5 +1,6 @@
 #include "support/AgentProcess.h"
 #include "support/LineReader.h"
+#include "support/Recordings.h"
 #include "support/RunningAgent.h"
 #include "support/TransitState.h"
 
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -24,18 +24,9 @@ using testing::StartsWith;
 // --record, and replay of what was recorded.
 namespace {
 
-std::vector<json> recordsOf(std::string const& text) {
-   std::vector<json> records;
-   std::istringstream lines(text);
-   for (std::string line; std::getline(lines, line);) {
-      records.push_back(json::parse(line));
-   }
-   return records;
-}
-
 // The operations among them, in their order.
 std::vector<json> operationsOf(std::string const& text) {
-   auto records = recordsOf(text);
+   auto records = linesOfJson(text);
    std::erase_if(records, [](json const& record) { return !record.contains("op"); });
    return records;
 }
@@ -54,7 +45,7 @@ class Record : public testing::Test {
    }
    std::string recording() const { return folder_.file("recording.jsonl"); }
    std::vector<json> recorded(char const* member) const {
-      auto records = recordsOf(readText(recording()));
+      auto records = linesOfJson(readText(recording()));
       std::erase_if(records,
                     [&](json const& record) { return !record.contains(member); });
       return records;
@@ -149,7 +140,8 @@ TEST_F(Record, BeginsWithEverythingThatDecidesWhatTheMachineDoes) {
                                          {"seed", 7},
                                          {"unchecked", false},
                                          {"toggles", {"McastVpnTransitMlag=off"}}}));
-   EXPECT_EQ(header.at("state"), recordsOf(readText(recording())).front().at("state"));
+   EXPECT_EQ(header.at("state"),
+             linesOfJson(readText(recording())).front().at("state"));
    EXPECT_TRUE(header.at("state").contains("membershipJoinStatus"));
 }
 
@@ -290,6 +282,41 @@ TEST_F(Record, WhatIsNoRecordingIsRefusedWithItsLine) {
    EXPECT_THAT(refusal(header + R"({"t":1,"play":{"host":"jump"}})"
                                 "\n"),
                HasSubstr("recording.jsonl:2: "));
+}
+
+TEST_F(Record, IsTakenFromAPipeAsOtherFilesAre) {
+   auto const file =
+      recordedTo(folder_, "recording.jsonl",
+                 {"--state", "examples/minimal.jsonc", "examples/story.jsonl"});
+   std::string const output = folder_.file("output");
+   struct {
+      std::string command;
+      std::string input;
+      std::string more;
+   } const readers[] = {
+      {"replay", file, ""},
+      {"replay --state examples/minimal.jsonc", "examples/story.jsonl", ""},
+      {"timeline", file, ""},
+      {"explain", file, ""},
+      {"explain", "examples/minimal.jsonc", ""},
+      {"report", file, " -o " + output},
+      {"bundle", file, " -o " + output}};
+   for (auto const& [command, input, more] : readers) {
+      auto const agent = "'" AGENT_PROGRAM "' " + command + " ";
+      auto const plain = runShell(folder_, agent + input + more);
+      auto const made = more.empty() ? "" : readText(output);
+      auto const pipe = folder_.file("pipe");
+      auto const piped =
+         runShell(folder_, "mkfifo " + pipe + " && (cat " + input + " >" + pipe +
+                              " &) && timeout 60 " + agent + pipe + more +
+                              "; status=$?;" + " rm " + pipe + "; exit $status");
+      EXPECT_EQ(piped.status, 0) << command << ": " << piped.err;
+      EXPECT_EQ(piped.out, plain.out) << command;
+      // A page shows the file's name, and a bundle when it was made.
+      EXPECT_NEAR(static_cast<double>(more.empty() ? 0 : readText(output).size()),
+                  static_cast<double>(made.size()), 100)
+         << command;
+   }
 }
 
 TEST_F(Record, AFileThatCannotBeWrittenIsTold) {

@@ -3,6 +3,12 @@
 
 #include <gmock/gmock.h>
 
+#include <cstdint>
+#include <map>
+#include <regex>
+#include <string>
+#include <vector>
+
 using namespace TestSupport;
 using nlohmann::json;
 using testing::HasSubstr;
@@ -46,6 +52,42 @@ TEST_F(Report, HasAStripForEachConditionWithWhatItWas) {
    EXPECT_EQ(vlan["conditions"][0].size(), 3u) << "never changed";
    EXPECT_EQ(vlan["join"], json({0, 0, 0, 1, 1, 0, 2, 0, 0, 4, 1, 0}));
    EXPECT_EQ(data["outputs"]["intfs"], json({{0, 0}, {1, 1}, {2, 0}, {4, 1}}));
+}
+
+TEST_F(Report, CountsWhatComesToEachSinkAsItIsTraced) {
+   std::vector<std::string> const arguments{
+      "--trace", "9", "--state", "examples/minimal.jsonc", "examples/story.jsonl"};
+   auto withReplay = arguments;
+   withReplay.insert(withReplay.begin(), "replay");
+   std::map<std::string, uint64_t> traced;
+   std::regex const sink("into\\( ([a-zA-Z]+)(.*) \\): .*");
+   for (auto const& line : linesOfJson(runAgent(folder_, withReplay).out)) {
+      auto const trace = line.value("trace", json::object());
+      auto const text = trace.value("text", "");
+      std::smatch found;
+      if (trace.value("function", "") == "eventToTransitVlanStream" &&
+          std::regex_match(text, found, sink)) {
+         ++traced[found[1].str() + std::regex_replace(found[2].str(),
+                                                      std::regex("\\[ [a-zA-Z]+ \\]"),
+                                                      "[]")];
+      }
+   }
+   EXPECT_GT(traced["transitIntfColl.intf[]"], 0u);
+   auto const graph =
+      dataOf(readText(reportOf(recordedTo(folder_, "recording", arguments))))["graph"];
+   std::map<size_t, std::string> outputOfSink;
+   for (auto const& edge : graph["edges"]) {
+      auto const& to = graph["nodes"][edge["to"].get<size_t>()];
+      if (to["stage"] == "output") {
+         outputOfSink[edge["from"]] = to["name"];
+      }
+   }
+   ASSERT_EQ(outputOfSink.size(), 4u);
+   for (auto const& edge : graph["edges"]) {
+      if (auto const to = outputOfSink.find(edge["to"]); to != outputOfSink.end()) {
+         EXPECT_EQ(edge["count"], traced[to->second]) << to->second;
+      }
+   }
 }
 
 TEST_F(Report, ANameEndsNothing) {
