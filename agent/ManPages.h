@@ -59,10 +59,11 @@ run left behind: the dataflow machine keeps what is right, and removes the rest.
 With --watch it stays: whenever something new stands in the file it publishes what is
 different in the inputs, and prints each change of an output with the change of an
 input that it comes of. A document that is refused is told, and the last good one
-goes on. SIGINT or SIGTERM ends it, and leaves the outputs as they are. Then it can be
-asked (--control), measured (--metrics) and supervised: it tells systemd when it is
-ready, and what it is doing. With --state-dir its outputs stand in a file, which the
-next start keeps what is right of; outputs in STATE are not allowed then.
+goes on. SIGHUP has the file read again; SIGINT or SIGTERM ends it, and leaves the
+outputs as they are. Then it can be asked (--control), measured (--metrics) and
+supervised: it tells systemd when it is ready, and what it is doing. With --state-dir
+its outputs stand in a file, which the next start keeps what is right of; outputs in
+STATE are not allowed then.
 )",
    R"(  0   fine
   2   bad usage or bad input; nothing was published

@@ -8,4 +8,7 @@ namespace Agent {
 // not set, or is empty.
 bool mayDecorate(std::FILE* stream);
 
+// Whether the process is one of those that a terminal controls.
+bool hasTerminal();
+
 } // namespace Agent

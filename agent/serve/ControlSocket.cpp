@@ -176,8 +176,7 @@ class ControlSocket::Client : public std::enable_shared_from_this<Client> {
       return isWaitedFor && now > deadline_;
    }
 
-   // Says why, if that can be said at once and not in the middle of an answer. A
-   // process that answers something may have the connection, too.
+   // Says why, if that can be said at once and not in the middle of an answer.
    void cutOff(std::string_view why) {
       if (!isSending()) {
          auto const line = std::string(why) + '\n';

@@ -24,7 +24,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kFreshness = 50ms;
-constexpr size_t kThreads = 2;
+// Each serves one client at a time, and waits so long for what he asks.
+constexpr size_t kThreads = 4;
+constexpr auto kPatience = 1000ms;
 
 struct Endpoint {
    std::string host;
@@ -76,7 +78,10 @@ class MetricsServer::Collected final : public prometheus::Collectable {
 };
 
 struct MetricsServer::Server {
-   explicit Server(std::string const& address) : exposer(address, kThreads) {}
+   explicit Server(std::string const& address)
+      : exposer(std::vector<std::string>{"listening_ports", address, "num_threads",
+                                         std::to_string(kThreads), "request_timeout_ms",
+                                         std::to_string(kPatience.count())}) {}
 
    prometheus::Exposer exposer;
 };

@@ -54,6 +54,8 @@ bool writeAll(int descriptor, std::string_view text) {
    rlimit const noCore{0, 0};
    setrlimit(RLIMIT_CORE, &noCore);
    dup2(results, STDOUT_FILENO);
+   // Whoever is connected to the agent hears when it lets go, and not when this does.
+   close_range(STDERR_FILENO + 1, ~0U, 0);
    Snapshots::Answer answer{kBadInput, {}};
    try {
       answer = question();

@@ -24,8 +24,9 @@ class Snapshots {
       int status; // as a command's exit status
       std::string text;
    };
-   // Called in the other process: nothing that it changes is seen here, and nothing it
-   // has open is closed properly. What it throws is the answer, with kBadInput.
+   // Called in the other process, in which no descriptors but those of the standard
+   // streams are open: nothing that it changes is seen here, and nothing it opens is
+   // closed properly. What it throws is the answer, with kBadInput.
    using Question = std::function<Answer()>;
    using Answered = std::function<void(Answer answer)>;
 

@@ -3,6 +3,7 @@
 #include "agent/BadInput.h"
 #include "agent/ExitStatus.h"
 #include "agent/Host.h"
+#include "agent/serve/LiveMessages.h"
 
 #include <fmt/format.h>
 
@@ -13,7 +14,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -37,14 +37,19 @@ constexpr char const* kNext = ".next";
                     std::generic_category().message(errno));
 }
 
-Descriptor taken(std::string const& folder) {
-   if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-      failed(folder, "no folder can be made here");
-   }
+Descriptor openFolder(std::string const& folder) {
    Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
    if (!descriptor) {
       failed(folder, "a folder is needed here");
    }
+   return descriptor;
+}
+
+Descriptor taken(std::string const& folder) {
+   if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+      failed(folder, "no folder can be made here");
+   }
+   auto descriptor = openFolder(folder);
    if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
       failed(folder, "another agent keeps its outputs here");
    }
@@ -62,6 +67,15 @@ void writeAll(Descriptor const& descriptor, std::string const& file,
    }
 }
 
+Descriptor newFile(std::string const& file) {
+   Descriptor descriptor(
+      open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+   if (!descriptor) {
+      failed(file, "it cannot be written");
+   }
+   return descriptor;
+}
+
 } // namespace
 
 StateFolder::StateFolder(EventLoop& loop, std::string folder, State const& state)
@@ -77,6 +91,10 @@ void StateFolder::addOutputs(json& document, Options const& options) const {
                           "is one of inputs");
       }
    }
+   // Before anything is published that could not be kept.
+   auto const next = file() + kNext;
+   newFile(next);
+   unlink(next.c_str());
    auto const none = State().outputsToJson();
    for (auto const& [name, value] : none.items()) {
       if (document.at(name) != value) {
@@ -122,8 +140,7 @@ void StateFolder::keep() {
       [this](Snapshots::Answer const& answer) {
          isKeeping_ = false;
          if (answer.status != kFine) {
-            std::fputs(fmt::format("mcastvpn-agent: {}\n", answer.text).c_str(),
-                       stderr);
+            say(answer.text);
             isChanged_ = true;
          }
          if (isChanged_) {
@@ -137,14 +154,10 @@ void StateFolder::keep() {
 // What is there is whole at any time: a process may be killed, a system may fail.
 void StateFolder::write() const {
    auto const next = file() + kNext;
-   Descriptor const descriptor(
-      open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-   if (!descriptor) {
-      failed(next, "it cannot be written");
-   }
+   auto const descriptor = newFile(next);
    writeAll(descriptor, next, state_.outputsToJson().dump(1) + '\n');
    if (fsync(descriptor.number()) != 0 || rename(next.c_str(), file().c_str()) != 0 ||
-       fsync(taken_.number()) != 0) {
+       fsync(openFolder(folder_).number()) != 0) {
       failed(file(), "it cannot be written");
    }
 }

@@ -22,9 +22,11 @@ class StateFolder {
    StateFolder(EventLoop& loop, std::string folder, State const& state);
 
    // Puts the outputs that were kept into the canonical document. InputError if
-   // there are others in it, or if those that were kept cannot be read.
+   // there are others in it, if those that were kept cannot be read, or if none can be
+   // written.
    void addOutputs(nlohmann::json& document, Options const& options) const;
-   // The same of a later document: outputs are taken once.
+   // The same of a later document, with those of the one before: outputs are taken
+   // once.
    void keepOutputs(nlohmann::json& document, nlohmann::json const& before) const;
 
    // An output has changed.

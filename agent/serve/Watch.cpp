@@ -17,6 +17,7 @@
 #include "agent/serve/EventLoop.h"
 #include "agent/serve/Feed.h"
 #include "agent/serve/FileWatch.h"
+#include "agent/serve/LiveMessages.h"
 #include "agent/serve/LiveResults.h"
 #include "agent/serve/MetricsServer.h"
 #include "agent/serve/ServiceManager.h"
@@ -27,7 +28,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
@@ -43,10 +43,6 @@ using nlohmann::ordered_json;
 
 // Changes of inputs that are published before somebody else has his turn.
 constexpr size_t kChangesATurn = 64;
-
-void say(std::string const& text) {
-   std::fputs(fmt::format("mcastvpn-agent: {}\n", text).c_str(), stderr);
-}
 
 class Watch {
  public:
@@ -72,6 +68,10 @@ class Watch {
          twoMachines_.emplace(machines_[0]->host, machines_[1]->host, options_);
       }
       if (!options_.record.empty()) {
+         if (auto const kept = keepRecording(options_.record); !kept.empty()) {
+            say(fmt::format("{}what stood here is kept as {}",
+                            location(options_.record, 0), kept));
+         }
          recorder_ = std::make_unique<Recorder>(options_.record, options_, state(0));
          // What is looked at later is no reason to end what forwards now.
          recorder_->failuresGoTo([](std::string const& error) {
@@ -81,8 +81,8 @@ class Watch {
       }
       // A file that has no end can be given up until here, and from here on there are
       // other threads, which are to leave the signals alone.
-      SignalWatch const signals(loop_, {SIGINT, SIGTERM},
-                                [this](int) { loop_.stop(); });
+      SignalWatch const signals(loop_, {SIGINT, SIGTERM, SIGHUP},
+                                [this](int signal) { received(signal); });
       observe();
       for (auto const& machine : machines_) {
          machine->host.provenanceIs(
@@ -159,7 +159,7 @@ class Watch {
       if (recorder_) {
          recorder_->flush();
       }
-      results_.flush();
+      results_.turnEnd();
       if (answers_) {
          isMoreToAnswer_ = answers_->turnEnd();
       }
@@ -168,6 +168,17 @@ class Watch {
          counted();
       }
       supervisor_->turnEnd();
+      messages_.turnEnd();
+   }
+
+   // Whose terminal goes ends; one that has none is to read the state again, as
+   // services are told to.
+   void received(int signal) {
+      if (signal != SIGHUP || hasTerminal_) {
+         loop_.stop();
+      } else {
+         read();
+      }
    }
 
    State& state(size_t machine) { return machines_[machine]->host.state(); }
@@ -252,10 +263,10 @@ class Watch {
       auto const before = feed_->document();
       try {
          auto document = loadDocument(state(0), options_.state, options_.checks);
+         tellOfOutputs(stateFolder_ ? State().outputsToJson() : before, document);
          if (stateFolder_) {
             stateFolder_->keepOutputs(document, before);
          }
-         tellOfOutputs(before, document);
          size_t const changes = feed_->documentIs(std::move(document));
          isSettled_ = isSettled_ && changes == 0;
          inputChanges_ += changes;
@@ -271,10 +282,11 @@ class Watch {
       }
    }
 
-   void tellOfOutputs(json const& before, json const& document) {
+   // known: those that stood there at the start.
+   void tellOfOutputs(json const& known, json const& document) {
       for (auto const& member : state(0).members()) {
          std::string const name(member.name);
-         if (member.isOutput && before.at(name) != document.at(name)) {
+         if (member.isOutput && known.at(name) != document.at(name)) {
             say(
                fmt::format("{}/{}: outputs are taken at the start only; this change of "
                            "them is not published",
@@ -321,6 +333,7 @@ class Watch {
    Options const& options_;
    std::string const where_;
    EventLoop loop_;
+   LiveMessages messages_{loop_}; // of all that follows, until it is gone
    LiveResults results_{loop_};
    std::unique_ptr<Recorder> recorder_; // of the one machine
    std::vector<std::unique_ptr<Machine>> machines_;
@@ -333,6 +346,7 @@ class Watch {
    std::unique_ptr<MetricsServer> metrics_;
    std::unique_ptr<Answers> answers_;
    std::unique_ptr<ServiceManager> supervisor_;
+   bool const hasTerminal_ = hasTerminal();
    bool isMoreToAnswer_ = false;
    bool areOutputsKept_ = true; // at the end
    Phase phase_;                // that was counted last

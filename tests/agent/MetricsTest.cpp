@@ -1,3 +1,4 @@
+#include "agent/Descriptor.h"
 #include "agent/observe/MetricTable.h"
 
 #include "support/TransitState.h"
@@ -7,6 +8,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -16,9 +18,11 @@
 #include <set>
 #include <sstream>
 #include <thread>
+#include <vector>
 
 using namespace TestSupport;
 using namespace std::chrono_literals;
+using Agent::Descriptor;
 using testing::HasSubstr;
 
 // run --watch --metrics: a real agent is scraped over HTTP.
@@ -41,25 +45,32 @@ class Metrics : public WatchingAgent {
       ASSERT_TRUE(nextDocument().is_object());
    }
 
-   std::string scrape() const {
-      int const descriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+   Descriptor connected() const {
+      auto descriptor =
+         Descriptor::made(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
       sockaddr_in address{};
       address.sin_family = AF_INET;
       address.sin_port = htons(port_);
       address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+      EXPECT_EQ(connect(descriptor.number(),
+                        reinterpret_cast<sockaddr const*>(&address), sizeof address),
+                0);
+      return descriptor;
+   }
+   static void send(Descriptor const& connection, std::string const& text) {
+      EXPECT_EQ(::send(connection.number(), text.data(), text.size(), MSG_NOSIGNAL),
+                static_cast<ssize_t>(text.size()));
+   }
+   std::string scrape() const {
+      auto const connection = connected();
+      send(connection, "GET /metrics HTTP/1.1\r\nHost: localhost\r\n"
+                       "Connection: close\r\n\r\n");
       std::string text;
-      if (connect(descriptor, reinterpret_cast<sockaddr const*>(&address),
-                  sizeof address) == 0) {
-         std::string const request = "GET /metrics HTTP/1.1\r\nHost: localhost\r\n"
-                                     "Connection: close\r\n\r\n";
-         send(descriptor, request.data(), request.size(), MSG_NOSIGNAL);
-         std::array<char, 4096> part;
-         for (ssize_t count = 0;
-              (count = recv(descriptor, part.data(), part.size(), 0)) > 0;) {
-            text.append(part.data(), static_cast<size_t>(count));
-         }
+      std::array<char, 4096> part;
+      for (ssize_t count = 0;
+           (count = recv(connection.number(), part.data(), part.size(), 0)) > 0;) {
+         text.append(part.data(), static_cast<size_t>(count));
       }
-      close(descriptor);
       return text;
    }
    // Each sample by its name with its labels.
@@ -129,18 +140,19 @@ TEST_F(Metrics, HaveEachAHelpAndATypeAndNoMoreLabelsThanTheyShow) {
    EXPECT_LT(samples().size(), 120u);
 }
 
-TEST_F(Metrics, AreServedToOthersWhileOneDoesNotRead) {
+TEST_F(Metrics, AreServedToOthersWhileSomeAskForNothingOrDoNotRead) {
    startOver(transitState({10}));
-   int const idle = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-   sockaddr_in address{};
-   address.sin_family = AF_INET;
-   address.sin_port = htons(port_);
-   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-   ASSERT_EQ(connect(idle, reinterpret_cast<sockaddr const*>(&address), sizeof address),
-             0);
+   std::vector<Descriptor> connections;
+   for (int i = 0; i < 12; ++i) {
+      connections.push_back(connected());
+      send(connections.back(),
+           i % 2 == 0 ? "GET /met" : "GET /metrics HTTP/1.1\r\n\r\n");
+   }
    replace(transitState({10, 20}));
    EXPECT_EQ(samplesWith("mcastvpn_transit_vlans", 2)["mcastvpn_transit_vlans"], 2);
-   close(idle);
+   // They were given up, and nobody waited for them to go.
+   pollfd given{connections.front().number(), POLLIN, 0};
+   EXPECT_EQ(poll(&given, 1, 10'000), 1);
 }
 
 TEST_F(Metrics, AreRefusedAnAddressThatIsNone) {

@@ -11,6 +11,8 @@
 
 #include <array>
 #include <chrono>
+#include <cstdlib>
+#include <map>
 #include <thread>
 
 using namespace TestSupport;
@@ -44,6 +46,20 @@ class NotifySocket : public BoundSocket {
       } while (all.back().find(part) == std::string::npos && all.back() != "nothing");
       return all;
    }
+};
+
+// Is set while this lives.
+class EnvironmentVariable {
+ public:
+   EnvironmentVariable(char const* name, std::string const& value) : name_(name) {
+      setenv(name, value.c_str(), 1);
+   }
+   EnvironmentVariable(EnvironmentVariable const&) = delete;
+   EnvironmentVariable& operator=(EnvironmentVariable const&) = delete;
+   ~EnvironmentVariable() { unsetenv(name_); }
+
+ private:
+   char const* name_;
 };
 
 class Service : public WatchingAgent {
@@ -91,8 +107,8 @@ TEST_F(Service, TellsTheWatchdogAsLongAsItGoesOn) {
 
 TEST_F(Service, DoesNotTellTheWatchdogThatItGoesOnWhileSlicesWaitInVain) {
    NotifySocket const supervisor(socketPath());
-   setenv("NOTIFY_SOCKET", socketPath().c_str(), 1);
-   setenv("WATCHDOG_USEC", "20000", 1);
+   EnvironmentVariable const path("NOTIFY_SOCKET", socketPath());
+   EnvironmentVariable const time("WATCHDOG_USEC", "20000");
    Agent::Host host({});
    auto const document = json::parse(manyTransitVlans(20).dump()); // as one reads it
    host.state().assign(host.state().canonical(document, Agent::Checks::plausible));
@@ -108,8 +124,6 @@ TEST_F(Service, DoesNotTellTheWatchdogThatItGoesOnWhileSlicesWaitInVain) {
    end.onceAfter(200ms);
    loop.run();
    EXPECT_EQ(supervisor.next(0ms), "WATCHDOG=1");
-   unsetenv("NOTIFY_SOCKET");
-   unsetenv("WATCHDOG_USEC");
 }
 
 TEST_F(Service, KeepsItsOutputsForTheNextStart) {
@@ -144,9 +158,43 @@ TEST_F(Service, KeepsItsOutputsWhileItRuns) {
    EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
    auto const kept = json::parse(readText(this->kept()));
    EXPECT_TRUE(kept.at("transitIntfColl").at("intf").contains("Vlan10"));
-   start({"--state-dir", folder_.file("kept")});
+   auto const recording = folder_.file("recording");
+   start({"--state-dir", folder_.file("kept"), "--record", recording});
    EXPECT_EQ(nextDocument(),
              json::parse(runAgent(folder_, {"run", "--json", file()}).out));
+   EXPECT_EQ(stop(), 0);
+   // Nothing that stood there was written again.
+   EXPECT_THAT(readText(recording), HasSubstr(R"("writes":0})"));
+}
+
+TEST_F(Service, TellsOfOutputsInALaterState) {
+   write(transitState({10}));
+   start({"--state-dir", folder_.file("kept")});
+   nextDocument();
+   auto state = transitState({10});
+   state["transitIntfColl"]["intf"]["Vlan99"]["ipAddr"] = "10.9.9.9";
+   replace(state);
+   EXPECT_THAT(nextSaid(),
+               HasSubstr("/transitIntfColl: outputs are taken at the start"));
+   EXPECT_THAT(nextSaid(), HasSubstr("0 changes of the inputs"));
+   EXPECT_EQ(stop(), 0);
+   EXPECT_FALSE(json::parse(readText(kept()))
+                   .at("transitIntfColl")
+                   .at("intf")
+                   .contains("Vlan99"));
+}
+
+TEST_F(Service, SaysWhereItsOutputsCannotBeKept) {
+   write(transitState({10}));
+   for (auto const& [folder, error] : std::map<std::string, std::string>{
+           {file(), "a folder is needed here: Not a directory"},
+           {folder_.file("no/folder"), "no folder can be made here: No such file or "},
+           {"/proc", "/proc/outputs.json.next: it cannot be written: "}}) {
+      auto const outcome =
+         runAgent(folder_, {"run", "--watch", "--state-dir", folder, file()});
+      EXPECT_EQ(outcome.status, 2) << folder;
+      EXPECT_THAT(outcome.err, HasSubstr(error));
+   }
 }
 
 TEST_F(Service, RefusesOutputsInTheStateBesideItsOwn) {

@@ -1,11 +1,16 @@
+#include "agent/Descriptor.h"
 #include "support/TransitState.h"
 #include "support/WatchingAgent.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <fcntl.h>
+#include <sys/resource.h>
+
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -16,6 +21,7 @@
 
 using namespace TestSupport;
 using namespace std::chrono_literals;
+using Agent::Descriptor;
 using nlohmann::json;
 using testing::ContainsRegex;
 using testing::HasSubstr;
@@ -250,6 +256,112 @@ TEST_F(Watch, AReaderWhoReadsLateGetsEveryLine) {
    }
    expectQuiet();
    EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(Watch, AReaderOfMessagesWhoDoesNotReadHoldsUpNothing) {
+   write(transitState({}));
+   start({"--trace", "all"});
+   auto outputs = nextDocument();
+   // Of each of these much more is traced than a pipe takes, and than is kept.
+   for (auto const& state :
+        {manyTransitVlans(1000), transitState({10}), manyTransitVlans(999)}) {
+      replace(state);
+      std::vector<json> operations;
+      follow(outputs, operations);
+   }
+   EXPECT_TRUE(messages_->nextWith("standard error: nobody read it; "));
+   agent_->signal(SIGTERM);
+   EXPECT_TRUE(messages_->nextWith("0 refused"));
+   EXPECT_EQ(agent_->status(), 0);
+}
+
+TEST_F(Watch, WhatWasKeptForAReaderComesInItsOrder) {
+   write(transitState({}));
+   start({"--trace", "7"});
+   auto outputs = nextDocument();
+   replace(manyTransitVlans(1000)); // more than a pipe takes, and less than is kept
+   std::vector<json> operations;
+   follow(outputs, operations);
+   agent_->signal(SIGTERM);
+   // In the order of the document's keys, which are texts.
+   for (auto const& [vlan, value] :
+        manyTransitVlans(1000)["pegVlanStatus"]["pegVlan"].items()) {
+      auto const line = messages_->nextWith("eventToPegVlanStream");
+      ASSERT_THAT(line.value_or("nothing"), testing::EndsWith("vlanId=" + vlan));
+   }
+   EXPECT_TRUE(messages_->nextWith("0 refused"));
+}
+
+TEST_F(Watch, AHangUpHasTheFileReadAgain) {
+   write(transitState({10}));
+   start();
+   nextDocument();
+   agent_->signal(SIGHUP);
+   EXPECT_EQ(nextSaid(), changesSaid(0));
+   EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(Watch, ATerminalThatGoesEndsIt) {
+   Descriptor const terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+   ASSERT_EQ(grantpt(terminal.number()) + unlockpt(terminal.number()), 0);
+   terminal_ = ptsname(terminal.number());
+   write(transitState({10}));
+   start();
+   nextDocument();
+   agent_->signal(SIGHUP);
+   EXPECT_EQ(agent_->status(), 0);
+   EXPECT_TRUE(messages_->nextWith("0 refused"));
+}
+
+TEST_F(Watch, WhatAnAgentHasRecordedIsKeptWhenTheNextOneBegins) {
+   write(transitState({10}));
+   auto const recording = folder_.file("recording");
+   start({"--record", recording});
+   nextDocument();
+   EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
+   auto const recorded = readText(recording);
+   EXPECT_THAT(recorded, HasSubstr("Vlan10"));
+   start({"--record", recording});
+   EXPECT_EQ(nextSaid(), "mcastvpn-agent: " + recording +
+                            ": what stood here is kept as " + recording + ".1");
+   nextDocument();
+   EXPECT_EQ(stop(), 0);
+   EXPECT_EQ(readText(recording + ".1"), recorded);
+   EXPECT_NE(readText(recording), recorded);
+}
+
+TEST_F(Watch, ARecordingThatIsOutOfRoomIsToldOnceAndEndsNothing) {
+   write(transitState({10}));
+   auto const unlimited = std::signal(SIGXFSZ, SIG_IGN);
+   rlimit before{};
+   getrlimit(RLIMIT_FSIZE, &before);
+   rlimit const little{16384, before.rlim_max};
+   setrlimit(RLIMIT_FSIZE, &little);
+   start({"--record", folder_.file("recording")});
+   setrlimit(RLIMIT_FSIZE, &before);
+   std::signal(SIGXFSZ, unlimited);
+   auto outputs = nextDocument();
+   std::vector<json> operations;
+   replace(manyTransitVlans(200));
+   follow(outputs, operations);
+   replace(manyTransitVlans(100));
+   follow(outputs, operations);
+   agent_->signal(SIGTERM);
+   auto const told = folder_.file("recording") +
+                     ": cannot be written: File too large; nothing more is recorded";
+   EXPECT_TRUE(messages_->nextWith(told));
+   EXPECT_FALSE(messages_->nextWith(told));
+   EXPECT_EQ(agent_->status(), 0);
+   EXPECT_EQ(fs::file_size(folder_.file("recording")), 16384u);
+}
+
+TEST_F(Watch, ARecordingThatCannotBeBegunIsRefused) {
+   write(transitState({10}));
+   auto const outcome =
+      runAgent(folder_, {"run", "--watch", "--record", "/dev/full", file()});
+   EXPECT_EQ(outcome.status, 2);
+   EXPECT_EQ(outcome.err, "mcastvpn-agent: /dev/full: cannot be written: No space left "
+                          "on device\n");
 }
 
 TEST_F(Watch, AReaderThatIsGoneEndsIt) {

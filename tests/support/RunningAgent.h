@@ -3,6 +3,7 @@
 #include "support/AgentProcess.h"
 
 #include <fcntl.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -64,13 +66,14 @@ class Pipe {
 };
 
 // The agent while it runs, with descriptors of the test's for its standard streams; -1
-// is /dev/null. It is killed if it is still there when this goes.
+// is /dev/null. It is killed if it is still there when this goes, or the test does.
 class RunningAgent {
  public:
    struct Streams {
       int in = -1;
       int out = -1;
       int err = -1;
+      std::string terminal = {}; // that controls it; none if empty
    };
 
    RunningAgent(std::vector<std::string> args, Streams const& streams,
@@ -83,6 +86,10 @@ class RunningAgent {
       arguments.push_back(nullptr);
       child_ = fork();
       if (child_ == 0) {
+         prctl(PR_SET_PDEATHSIG, SIGKILL);
+         setsid();
+         // The first that the leader of a session opens controls it.
+         static_cast<void>(open(streams.terminal.c_str(), O_RDWR | O_CLOEXEC));
          // What a test runner ignores, an agent does not.
          for (int const signal : {SIGINT, SIGTERM, SIGPIPE}) {
             std::signal(signal, SIG_DFL);
@@ -107,6 +114,13 @@ class RunningAgent {
    }
 
    void signal(int number) const { kill(child_, number); }
+   // The processes that it has made and that are there yet.
+   std::vector<pid_t> children() const {
+      auto const number = std::to_string(child_);
+      std::istringstream text(
+         readText("/proc/" + number + "/task/" + number + "/children"));
+      return {std::istream_iterator<pid_t>(text), {}};
+   }
    // How much memory it has at present; 0 if it is not there.
    uint64_t residentKilobytes() const {
       std::istringstream status(

@@ -32,9 +32,10 @@ class WatchingAgent : public testing::Test {
       arguments.push_back(file());
       out_.emplace();
       err_.emplace();
-      agent_.emplace(arguments,
-                     RunningAgent::Streams{-1, out_->writing(), err_->writing()},
-                     environment);
+      agent_.emplace(
+         arguments,
+         RunningAgent::Streams{-1, out_->writing(), err_->writing(), terminal_},
+         environment);
       out_->closeWriting();
       err_->closeWriting();
       results_.emplace(out_->reading());
@@ -62,6 +63,7 @@ class WatchingAgent : public testing::Test {
    std::string nextSaid() { return messages_->next().value_or("nothing"); }
 
    TemporaryFolder folder_;
+   std::string terminal_; // that controls the agent; none if empty
    std::optional<Pipe> out_;
    std::optional<Pipe> err_;
    std::optional<RunningAgent> agent_;

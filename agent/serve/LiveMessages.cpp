@@ -1,0 +1,109 @@
+#include "agent/serve/LiveMessages.h"
+
+#include <fmt/format.h>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+
+namespace Agent {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kPatience = 1000ms; // at the end
+constexpr size_t kNoteBytes = 128;
+
+// Whose messages a process that aborts writes.
+LiveMessages* live = nullptr;
+
+} // namespace
+
+void say(std::string_view text) {
+   fmt::print(stderr, "mcastvpn-agent: {}\n", text);
+}
+
+// Standard error is replaced as the C library knows it, so that nobody who prints has
+// to know of this. Its memory is taken before there is none left, which is told here,
+// too.
+LiveMessages::LiveMessages(EventLoop& loop)
+   : stream_(loop, STDERR_FILENO, kMost, [](int) {}), owner_(getpid()),
+     file_(fopencookie(this, "w", {nullptr, &LiveMessages::printed, nullptr, nullptr})),
+     before_(stderr) {
+   if (!file_) {
+      return;
+   }
+   stream_.reserve();
+   static_cast<void>(std::setvbuf(file_.get(), nullptr, _IONBF, 0));
+   stderr = file_.get();
+   trace_.emplace(file_.get());
+   traceBefore_ = Pelk::Trace::sinkIs(&*trace_);
+   live = this;
+   static_cast<void>(std::signal(SIGABRT, &LiveMessages::aborting));
+}
+
+LiveMessages::~LiveMessages() {
+   if (file_) {
+      static_cast<void>(std::signal(SIGABRT, SIG_DFL));
+      live = nullptr;
+      Pelk::Trace::sinkIs(traceBefore_);
+      stderr = before_;
+      stream_.write(kPatience);
+      tellOfLeftOut();
+      stream_.write(kPatience);
+   }
+}
+
+ssize_t LiveMessages::printed(void* self, char const* text, size_t size) {
+   static_cast<LiveMessages*>(self)->print({text, size});
+   return static_cast<ssize_t>(size);
+}
+
+void LiveMessages::print(std::string_view text) {
+   if (getpid() != owner_) {
+      // A process that answers something waits for nobody, and has nothing kept.
+      static_cast<void>(stream_.outlet().write(text, kPatience));
+      return;
+   }
+   if (!stream_.hasRoomFor(text.size() + kNoteBytes)) {
+      leftOut_ += static_cast<size_t>(std::ranges::count(text, '\n'));
+      return;
+   }
+   tellOfLeftOut();
+   stream_.keep(text);
+   stream_.write();
+}
+
+void LiveMessages::turnEnd() {
+   if (stream_.kept().empty()) {
+      tellOfLeftOut();
+   }
+   stream_.turnEnd();
+}
+
+// Allocates nothing, as memory may be what there is none of.
+void LiveMessages::tellOfLeftOut() {
+   if (leftOut_ != 0) {
+      std::array<char, kNoteBytes> note;
+      auto const end =
+         fmt::format_to_n(note.data(), note.size(),
+                          "mcastvpn-agent: standard error: nobody read it; "
+                          "{} lines were left out\n",
+                          leftOut_);
+      leftOut_ = 0;
+      stream_.keep({note.data(), std::min(end.size, note.size())});
+   }
+}
+
+// What stands there is written without being touched: it may be in any state but empty.
+void LiveMessages::aborting(int signal) {
+   if (live != nullptr && getpid() == live->owner_) {
+      static_cast<void>(live->stream_.outlet().write(live->stream_.kept(), kPatience));
+   }
+   static_cast<void>(std::signal(signal, SIG_DFL));
+}
+
+} // namespace Agent
