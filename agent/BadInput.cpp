@@ -1,5 +1,7 @@
 #include "agent/BadInput.h"
 
+#include "agent/JsonText.h"
+
 #include "pelk/Printable.h"
 
 #include <algorithm>
@@ -59,13 +61,11 @@ std::string excerpt(nlohmann::json const& value) {
                 ? "an object with " + std::to_string(value.size()) + " members"
                 : "an array of " + std::to_string(value.size());
    }
-   return brief(value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace),
-                kExcerptMax);
+   return brief(jsonText(value), kExcerptMax);
 }
 
 std::string quote(std::string_view text) {
-   auto const json = nlohmann::json(beginning(text, kExcerptMax))
-                        .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+   auto const json = jsonText(nlohmann::json(beginning(text, kExcerptMax)));
    auto whole = Pelk::printable(json);
    if (whole.size() <= kExcerptMax && text.size() <= kExcerptMax) {
       return whole;

@@ -1,6 +1,7 @@
 #include "agent/ComparisonText.h"
 
 #include "agent/Formatters.h"
+#include "agent/JsonText.h"
 #include "agent/MachineNames.h"
 #include "agent/OutputKey.h"
 #include "agent/Table.h"
@@ -208,7 +209,7 @@ std::string ComparisonText::json(Rows rows) const {
       }
    }
    document["onTheWay"] = std::move(changes);
-   return document.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+   return jsonText(document, 2) + '\n';
 }
 
 } // namespace Agent

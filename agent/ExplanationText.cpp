@@ -1,5 +1,6 @@
 #include "agent/ExplanationText.h"
 
+#include "agent/JsonText.h"
 #include "agent/MachineNames.h"
 #include "agent/OutputKey.h"
 #include "agent/Terminal.h"
@@ -276,11 +277,11 @@ std::string explanationJson(Explainer const& explainer, Provenance const* proven
    for (auto const& [vrf, vlanId] : explainer.outOfRange()) {
       outOfRange.push_back({{"vrf", vrf}, {"sbdVlan", vlanId}});
    }
-   return ordered_json{{"schemaVersion", kExplanationSchema},
-                       {"vlans", std::move(list)},
-                       {"ofNoVlan", std::move(strangers)},
-                       {"outOfRange", std::move(outOfRange)}}
-             .dump(2, ' ', false, ordered_json::error_handler_t::replace) +
+   return jsonText(ordered_json{{"schemaVersion", kExplanationSchema},
+                                {"vlans", std::move(list)},
+                                {"ofNoVlan", std::move(strangers)},
+                                {"outOfRange", std::move(outOfRange)}},
+                   2) +
           '\n';
 }
 

@@ -7,7 +7,8 @@
 #include <string_view>
 #include <vector>
 
-// Reading JSON as people write it: comments are allowed, a repeated key is not.
+// JSON: read as people write it, where comments are allowed and a repeated key is not,
+// and written.
 namespace Agent {
 
 // The value that the text holds. InputError, with file and line, if it is not JSON, if
@@ -23,5 +24,12 @@ size_t lineOf(std::string_view text, nlohmann::json::json_pointer const& pointer
 
 // The unescaped steps of a pointer.
 std::vector<std::string> tokensOf(nlohmann::json::json_pointer pointer);
+
+// A value as text: on one line, or each part on a line of its own, with so many blanks
+// for each level. Bytes in it that are not UTF-8 are replaced.
+template <typename Json>
+std::string jsonText(Json const& value, int indent = -1) {
+   return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
 
 } // namespace Agent

@@ -3,14 +3,13 @@
 #include "agent/ExitStatus.h"
 #include "agent/ManPages.h"
 #include "agent/OptionChecks.h"
+#include "agent/OptionRules.h"
 #include "agent/Version.h"
 #include "pelk/Printable.h"
 
-#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace Agent {
@@ -364,83 +363,15 @@ class CommandLine {
                                                        : Options::GraphFormat::dot;
       options_.af = Lidra::addressFamilyFromText(family_);
       options_.seed = numberOf(seed_);
-      if (options_.state == "-" && options_.events == "-") {
-         throw CLI::ValidationError(
-            "--state", refusal("-", "a file, as EVENTS is standard input"));
-      }
-      if (options_.watch && options_.state == "-") {
-         throw CLI::ValidationError("--watch",
-                                    refusal("-", "a file, which can be followed"));
-      }
       if (options_.command != Options::Command::ctl) {
          options_.control = control_;
-         checkOfOneMachine();
-      } else {
-         checkQuestion();
       }
-      checkFilesApart();
+      checkTogether(options_);
       options_.verify = verify_;
       if (!trace_.empty()) {
          options_.trace = Pelk::TraceLevels::fromText(trace_);
       }
       options_.checks = unchecked_ ? Checks::unchecked : Checks::plausible;
-   }
-
-   // What only one machine has, and most of it only one that stays.
-   void checkOfOneMachine() const {
-      struct {
-         char const* name;
-         std::string const& value;
-         bool isOfReplay;
-      } const wanted[] = {{"--record", options_.record, true},
-                          {"--control", options_.control, false},
-                          {"--metrics", options_.metrics, false},
-                          {"--state-dir", options_.stateFolder, false}};
-      for (auto const& [name, value, isOfReplay] : wanted) {
-         if (value.empty()) {
-            continue;
-         }
-         if (options_.both) {
-            throw CLI::ValidationError(
-               name, refusal("both", "one machine: --sm dataflow or reactor"));
-         }
-         if (options_.command == Options::Command::run && !options_.watch) {
-            throw CLI::ValidationError(
-               name, std::string("a run without --watch; allowed ") +
-                        (isOfReplay ? "are run --watch and replay" : "is run --watch"));
-         }
-      }
-   }
-
-   // What is written takes the place of nothing that is read.
-   void checkFilesApart() const {
-      struct {
-         char const* name;
-         std::string const& written;
-         std::string const& read;
-      } const pairs[] = {{"--record", options_.record, options_.state},
-                         {"--record", options_.record, options_.events},
-                         {"--output", options_.output, options_.recording}};
-      for (auto const& [name, written, read] : pairs) {
-         std::error_code isNot;
-         if (std::filesystem::equivalent(written, read, isNot)) {
-            throw CLI::ValidationError(
-               name, refusal(written, "another file than the one that is read"));
-         }
-      }
-   }
-
-   void checkQuestion() const {
-      auto const isOf = [this](char const* option, bool isGiven, std::string_view of) {
-         if (isGiven && options_.question != of) {
-            throw CLI::ValidationError(
-               option, refusal(options_.question, "ctl " + std::string(of)));
-         }
-      };
-      isOf("--vlan", !vlans_.empty(), "explain");
-      isOf("--vrf", !options_.vrfs.empty(), "explain");
-      isOf("--follow", options_.follow, "trace");
-      isOf("LEVELS", !options_.levels.empty(), "log-level");
    }
 
    void printHelp() {

@@ -1,5 +1,6 @@
 #include "agent/Records.h"
 
+#include "agent/JsonText.h"
 #include "agent/Streams.h"
 
 #include <string>
@@ -31,7 +32,7 @@ std::string Records::write(ordered_json record) {
    if (!sm_.empty()) {
       record["sm"] = sm_;
    }
-   auto line = record.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+   auto line = jsonText(record);
    line += '\n';
    print(line);
    line.pop_back();

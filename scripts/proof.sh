@@ -4,7 +4,9 @@
 #
 #   scripts/proof.sh SECONDS      of exploration, soak and each fuzz target
 #
-# A part that fails does not keep the others from running; then it ends with 1.
+# A part that fails does not keep the others from running; then it ends with 1. Run again
+# it repeats what failed or was interrupted; what passed, over the same sources and at the
+# same length, stands as it is.
 set -Eeuo pipefail
 trap 'echo "proof: failed at line $LINENO of $0" >&2' ERR
 cd "$(dirname "$0")/.."
@@ -14,19 +16,32 @@ proof=build/proof
 mkdir -p "$proof"
 failed=()
 
+# What the figures are of: the sources, but not the pages on which they stand.
+sources=$({
+   git ls-files --stage -- . ':!docs' ':!README.md' ':!benchmarks'
+   git diff -- . ':!docs' ':!README.md' ':!benchmarks'
+   echo "$seconds ${MUTATION:-}"
+} | sha256sum | cut -d ' ' -f 1)
+
 # part NAME COMMAND...: its results go to NAME.txt, all else to NAME.log.
 part() {
    local name=$1 begin=$SECONDS end
    shift
+   if [ "$(head -n 1 "$proof/$name.passed" 2>/dev/null)" = "$sources" ]; then
+      tail -n 1 "$proof/$name.passed" | tee -a "$proof/summary.txt"
+      return
+   fi
+   rm -f "$proof/$name.passed"
    echo "proof: $name" >&2
    if "$@" >"$proof/$name.txt" 2>"$proof/$name.log"; then
-      end=passed
+      end="$name: passed, $((SECONDS - begin)) s"
+      printf '%s\n' "$sources" "$end" >"$proof/$name.passed"
    else
-      end=FAILED
+      end="$name: FAILED, $((SECONDS - begin)) s"
       failed+=("$name")
       tail -n 20 "$proof/$name.log" >&2
    fi
-   echo "$name: $end, $((SECONDS - begin)) s" | tee -a "$proof/summary.txt"
+   echo "$end" | tee -a "$proof/summary.txt"
 }
 
 : >"$proof/summary.txt"

@@ -3,6 +3,7 @@
 #include "agent/BadInput.h"
 #include "agent/Descriptor.h"
 #include "agent/ExitStatus.h"
+#include "agent/JsonText.h"
 #include "agent/Streams.h"
 #include "agent/Terminal.h"
 #include "pelk/Printable.h"
@@ -116,10 +117,7 @@ ordered_json questionOf(Options const& options) {
 
 // A text as it is, anything else as JSON.
 void show(ordered_json const& value, int indent) {
-   print(value.is_string()
-            ? value.get<std::string>()
-            : value.dump(indent, ' ', false, ordered_json::error_handler_t::replace) +
-                 '\n');
+   print(value.is_string() ? value.get<std::string>() : jsonText(value, indent) + '\n');
 }
 
 // What is traced, until the agent ends or cuts us off.

@@ -2,6 +2,7 @@
 
 #include "agent/BadInput.h"
 #include "agent/InputFile.h"
+#include "agent/JsonText.h"
 #include "agent/OutputFile.h"
 #include "agent/Version.h"
 #include "agent/Zstd.h"
@@ -69,7 +70,7 @@ ordered_json traceToJson(Fennlog::TraceHandle const& ring) {
 }
 
 std::string lineOf(ordered_json const& json) {
-   return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+   return jsonText(json) + '\n';
 }
 
 // What stands from that line of the text on.

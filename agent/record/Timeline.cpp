@@ -2,6 +2,7 @@
 
 #include "McastVpnLib/TransitIntfSm/Pipeline.h"
 #include "agent/ExitStatus.h"
+#include "agent/JsonText.h"
 #include "agent/MachineNames.h"
 #include "agent/OutputFile.h"
 #include "agent/Progress.h"
@@ -33,10 +34,6 @@ constexpr int kInputs = 2;
 constexpr int kFirstTask = 10;
 constexpr int kFirstStream = 1000;
 constexpr int kFirstOutput = 2000;
-
-std::string textOf(ordered_json const& json) {
-   return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
 
 // The verb for what JSON Patch does to an output.
 std::string_view verbOf(std::string_view op) {
@@ -118,7 +115,7 @@ class Trace {
    }
 
    void add(ordered_json const& event) {
-      events_ += (events_.empty() ? "\n" : ",\n") + textOf(event);
+      events_ += (events_.empty() ? "\n" : ",\n") + jsonText(event);
    }
 
    std::map<std::string, int> tasks_;

@@ -2,6 +2,7 @@
 
 #include "McastVpnLib/TransitIntfSm/Pipeline.h"
 #include "agent/BadInput.h"
+#include "agent/JsonText.h"
 #include "agent/observe/Statistics.h"
 
 #include <fmt/format.h>
@@ -67,12 +68,10 @@ std::string Lanes::textOf(Moment const& moment) const {
       return brief(moment.text, kTextBytes);
    }
    auto const value = moment.operation.value("value", ordered_json());
-   auto text = fmt::format(
-      "{} {}{}", moment.operation.at("op").get_ref<std::string const&>(),
-      moment.operation.at("path").get_ref<std::string const&>(),
-      value.is_null()
-         ? ""
-         : ' ' + value.dump(-1, ' ', false, ordered_json::error_handler_t::replace));
+   auto text =
+      fmt::format("{} {}{}", moment.operation.at("op").get_ref<std::string const&>(),
+                  moment.operation.at("path").get_ref<std::string const&>(),
+                  value.is_null() ? "" : ' ' + jsonText(value));
    text = brief(text, kTextBytes);
    return moment.kind == Moment::Kind::write
              ? text + " \u2190 " + brief(moment.change.text(), kTextBytes)

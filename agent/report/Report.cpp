@@ -2,6 +2,7 @@
 
 #include "agent/Embedded.h"
 #include "agent/ExitStatus.h"
+#include "agent/JsonText.h"
 #include "agent/OutputFile.h"
 #include "agent/Progress.h"
 #include "agent/record/Rerun.h"
@@ -27,7 +28,7 @@ constexpr std::string_view kScript = "/*SCRIPT*/";
 // JSON in which nothing ends the script element that it stands in: names are whatever
 // somebody else chose.
 std::string harmless(ordered_json const& data) {
-   auto const text = data.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+   auto const text = jsonText(data);
    std::string result;
    result.reserve(text.size());
    for (char const c : text) {

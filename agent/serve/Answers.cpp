@@ -8,10 +8,10 @@
 #include "agent/MachineNames.h"
 #include "agent/OutputKey.h"
 #include "agent/OutputTable.h"
-#include "agent/Table.h"
+#include "agent/serve/Question.h"
+#include "agent/serve/TraceText.h"
 #include "pelk/Printable.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -30,10 +30,6 @@ namespace {
 
 constexpr char const* kFile = "question";
 
-std::string lineOf(ordered_json const& json) {
-   return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
-
 // A text of JSON has line ends only between its parts, where blanks follow.
 std::string onOneLine(std::string const& text) {
    std::string line;
@@ -47,56 +43,6 @@ std::string onOneLine(std::string const& text) {
    }
    return line;
 }
-
-[[noreturn]] void refuse(std::string const& member, json const& found,
-                         std::string const& allowed) {
-   throw BadInput(json::json_pointer('/' + member), excerpt(found), allowed);
-}
-
-ordered_json recordToJson(Fennlog::Record const& record) {
-   auto const microseconds =
-      std::chrono::floor<std::chrono::microseconds>(record.time.time_since_epoch());
-   return {{"number", record.sequence},
-           {"time", static_cast<double>(microseconds.count()) / 1e6},
-           {"level", record.level},
-           {"text", record.text}};
-}
-
-std::string recordText(Fennlog::Record const& record) {
-   return fmt::format("{:%F %T}Z  {}  {}",
-                      std::chrono::floor<std::chrono::microseconds>(record.time),
-                      record.level, Pelk::printable(record.text));
-}
-
-// Reads a ring from now on, and says where records were overwritten before they were
-// read.
-class RingFollower {
- public:
-   explicit RingFollower(Pelk::Ptr<Fennlog::TraceHandle const> const& ring)
-      : reader_(ring) {
-      while (reader_.next()) { // what is there already is not asked for
-      }
-      missed_ = reader_.missed();
-   }
-
-   std::optional<std::string> next(bool isText) {
-      auto const record = held_ ? std::exchange(held_, std::nullopt) : reader_.next();
-      if (!record) {
-         return std::nullopt;
-      }
-      if (auto const missed = reader_.missed(); missed != missed_) {
-         held_ = record;
-         return lineOf({{"missed", missed - std::exchange(missed_, missed)}});
-      }
-      return lineOf({{"trace", isText ? ordered_json(recordText(*record))
-                                      : recordToJson(*record)}});
-   }
-
- private:
-   Fennlog::TraceReader reader_;
-   uint64_t missed_ = 0;
-   std::optional<Fennlog::Record> held_; // until the gap before it was told
-};
 
 // The options that the state is shown to a command with.
 std::vector<std::string> planArguments(Options const& options, bool isText) {
@@ -123,80 +69,6 @@ std::vector<std::string> planArguments(Options const& options, bool isText) {
 }
 
 } // namespace
-
-// One question, and the one who asks it.
-class Answers::Question {
- public:
-   Question(ControlSocket::Asker asker, json asked)
-      : asker_(std::move(asker)), asked_(std::move(asked)) {}
-
-   ControlSocket::Asker const& asker() const noexcept { return asker_; }
-
-   // A member that may be left out. BadInput if it is something else, here and below.
-   bool flag(char const* name) const {
-      auto const found = asked_.find(name);
-      if (found == asked_.end()) {
-         return false;
-      }
-      if (!found->is_boolean()) {
-         refuse(name, *found, "true or false");
-      }
-      return found->get<bool>();
-   }
-   std::string text(char const* name) const {
-      auto const found = asked_.find(name);
-      if (found == asked_.end()) {
-         return {};
-      }
-      if (!found->is_string()) {
-         refuse(name, *found, "a text");
-      }
-      return found->get<std::string>();
-   }
-   // One or a list of them.
-   std::vector<json> list(char const* name) const {
-      auto const found = asked_.find(name);
-      if (found == asked_.end()) {
-         return {};
-      }
-      return found->is_array() ? found->get<std::vector<json>>() : std::vector{*found};
-   }
-   bool isText() const {
-      auto const as = text("as");
-      if (!as.empty() && as != "json" && as != "text") {
-         refuse("as", as, R"("json" or "text")");
-      }
-      return as == "text";
-   }
-
-   // The answer, for whoever asked it. The second form has its JSON, on one line.
-   std::string answered(int status, ordered_json const& answer) const {
-      return answeredWith(status, lineOf(answer));
-   }
-   std::string answeredWith(int status, std::string const& answer) const {
-      auto line = lineOf(begun(status));
-      line.pop_back();
-      return line + ",\"answer\":" + answer + '}';
-   }
-   std::string refused(std::string const& why) const {
-      auto line = begun(kBadInput);
-      line["error"] = why;
-      return lineOf(line);
-   }
-
- private:
-   ordered_json begun(int status) const {
-      ordered_json line;
-      if (auto const id = asked_.find("id"); id != asked_.end()) {
-         line["id"] = *id;
-      }
-      line["status"] = status;
-      return line;
-   }
-
-   ControlSocket::Asker asker_;
-   json asked_;
-};
 
 struct Answers::Kind {
    std::string_view name;
@@ -243,13 +115,13 @@ void Answers::asked(ControlSocket::Asker const& asker, std::string_view line) {
       auto const name = question.text("ask");
       auto const* const kind = std::ranges::find(kKinds, name, &Kind::name);
       if (kind == std::end(kKinds)) {
-         refuse("ask", asked.value("ask", json()), questions());
+         refuseMember("ask", asked.value("ask", json()), questions());
       }
       auto allowed = kind->members;
       allowed.insert(allowed.end(), {"ask", "id", "as", "colour"});
       for (auto const& [member, value] : asked.items()) {
          if (std::ranges::find(allowed, member) == allowed.end()) {
-            refuse(member, value, fmt::format("{}", fmt::join(allowed, ", ")));
+            refuseMember(member, value, fmt::format("{}", fmt::join(allowed, ", ")));
          }
       }
       (this->*kind->answer)(question);
@@ -299,13 +171,13 @@ void Answers::explain(Question const& question) {
    auto options = subject_.options;
    for (auto const& vlan : question.list("vlan")) {
       if (!vlan.is_number_unsigned() || vlan < 1 || vlan > 4094) {
-         refuse("vlan", vlan, "a number from 1 to 4094, or a list of such");
+         refuseMember("vlan", vlan, "a number from 1 to 4094, or a list of such");
       }
       options.vlans.push_back(vlan.get<uint16_t>());
    }
    for (auto const& vrf : question.list("vrf")) {
       if (!vrf.is_string()) {
-         refuse("vrf", vrf, "the name of a VRF, or a list of such");
+         refuseMember("vrf", vrf, "the name of a VRF, or a list of such");
       }
       options.vrfs.push_back(vrf.get<std::string>());
    }
@@ -351,16 +223,16 @@ void Answers::trace(Question const& question) {
             }
          }
          return {kFine, isText ? text
-                               : lineOf({{"written", ring->written()},
-                                         {"lost", ring->lost()},
-                                         {"records", records}})};
+                               : jsonText(ordered_json{{"written", ring->written()},
+                                                       {"lost", ring->lost()},
+                                                       {"records", records}})};
       });
       return;
    }
    socket_.follow(question.asker(),
                   question.answered(kFine, "what is traced from now on follows"),
-                  [follower = std::make_shared<RingFollower>(ring), isText]() {
-                     return follower->next(isText);
+                  [follower = std::make_shared<RingFollower>(ring, isText)]() {
+                     return follower->next();
                   });
 }
 
@@ -401,9 +273,9 @@ void Answers::verify(Question const& question) {
                           differences.size() - errors == 1 ? "" : "s");
       return {errors == 0 ? kFine : kDisagrees,
               isText ? text
-                     : lineOf({{"outputs", found.should.size()},
-                               {"errors", errors},
-                               {"differences", differences}})};
+                     : jsonText(ordered_json{{"outputs", found.should.size()},
+                                             {"errors", errors},
+                                             {"differences", differences}})};
    });
 }
 
@@ -416,7 +288,8 @@ void Answers::logLevel(Question const& question) {
                                     ? Pelk::TraceLevels()
                                     : Pelk::TraceLevels::fromText(levels));
       } catch (std::invalid_argument const& error) {
-         refuse("levels", levels, std::string("none, or levels: ") + error.what());
+         refuseMember("levels", levels,
+                      std::string("none, or levels: ") + error.what());
       }
    }
    auto const textOf = [](Pelk::TraceLevels each) {

@@ -6,6 +6,7 @@
 #include "agent/observe/StreamEvents.h"
 #include "agent/serve/ControlSocket.h"
 #include "agent/serve/EventLoop.h"
+#include "agent/serve/Question.h"
 #include "agent/serve/Snapshots.h"
 
 #include <nlohmann/json.hpp>
@@ -49,7 +50,6 @@ class Answers {
    static std::string questions();
 
  private:
-   class Question;
    struct Kind;
 
    static Kind const kKinds[];

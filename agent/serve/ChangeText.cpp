@@ -1,5 +1,7 @@
 #include "agent/serve/ChangeText.h"
 
+#include "agent/JsonText.h"
+
 #include "pelk/Printable.h"
 
 #include <fmt/format.h>
@@ -22,10 +24,6 @@ std::string clockText(std::chrono::system_clock::time_point time) {
                       local.tm_sec, milliseconds % 1000);
 }
 
-std::string compact(ordered_json const& value) {
-   return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
-
 } // namespace
 
 std::string lineOf(OutputChange const& change) {
@@ -35,7 +33,7 @@ std::string lineOf(OutputChange const& change) {
                                   operation.at("path").get_ref<std::string const&>());
    if (auto const value = operation.find("value");
        value != operation.end() && !value->empty()) {
-      line += ' ' + compact(*value);
+      line += ' ' + jsonText(*value);
    }
    if (!change.sm.empty()) {
       line += fmt::format("  [{}]", change.sm);

@@ -295,7 +295,7 @@ TEST_F(Record, IsTakenFromAPipeAsOtherFilesAre) {
       std::string more;
    } const readers[] = {
       {"replay", file, ""},
-      {"replay --state examples/minimal.jsonc", "examples/story.jsonl", ""},
+      {"replay --seed 1 --state examples/minimal.jsonc", "examples/story.jsonl", ""},
       {"timeline", file, ""},
       {"explain", file, ""},
       {"explain", "examples/minimal.jsonc", ""},

@@ -73,7 +73,8 @@ class ReportFixture : public testing::Test {
       auto const events = folder_.write(
          "events.jsonl", R"({"op":"remove","path":"/pegVlanStatus/pegVlan/4000"})"
                          "\n");
-      return reportOf(recordedTo(folder_, "recording", {"--state", state, events}));
+      return reportOf(recordedTo(folder_, "recording",
+                                 {"--slice-items", "64", "--state", state, events}));
    }
 
    std::string reportOfManySteps() const {

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "agent/Descriptor.h"
 #include "support/LineReader.h"
 
 #include <nlohmann/json.hpp>
 
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -14,54 +14,48 @@
 
 namespace TestSupport {
 
-inline sockaddr_un unixAddress(std::string const& path) {
-   sockaddr_un address{};
-   address.sun_family = AF_UNIX;
-   std::memcpy(address.sun_path, path.data(),
-               std::min(path.size(), sizeof address.sun_path - 1));
-   return address;
-}
-
-// A Unix socket that stands at a path.
-class BoundSocket {
+// A Unix socket, and what became of binding or connecting it (::bind, ::connect) to a
+// path.
+class UnixSocket {
  public:
-   BoundSocket(std::string const& path, int type)
-      : descriptor_(socket(AF_UNIX, type | SOCK_CLOEXEC, 0)) {
-      auto const address = unixAddress(path);
-      isBound_ = bind(descriptor_, reinterpret_cast<sockaddr const*>(&address),
-                      sizeof address) == 0;
-   }
-   BoundSocket(BoundSocket const&) = delete;
-   BoundSocket& operator=(BoundSocket const&) = delete;
-   ~BoundSocket() { close(descriptor_); }
+   int descriptor() const noexcept { return descriptor_.number(); }
 
-   bool isBound() const noexcept { return isBound_; }
-   int descriptor() const noexcept { return descriptor_; }
+ protected:
+   UnixSocket(std::string const& path, int type,
+              int (*attach)(int, sockaddr const*, socklen_t))
+      : descriptor_(socket(AF_UNIX, type | SOCK_CLOEXEC, 0)) {
+      sockaddr_un address{};
+      address.sun_family = AF_UNIX;
+      std::memcpy(address.sun_path, path.data(),
+                  std::min(path.size(), sizeof address.sun_path - 1));
+      isAttached_ = attach(descriptor(), reinterpret_cast<sockaddr const*>(&address),
+                           sizeof address) == 0;
+   }
+
+   bool isAttached() const noexcept { return isAttached_; }
 
  private:
-   int descriptor_;
-   bool isBound_ = false;
+   Agent::Descriptor descriptor_;
+   bool isAttached_;
 };
 
-// A connection to a Unix socket, as any program may make one.
-class UnixClient {
+// One that stands at a path.
+class BoundSocket : public UnixSocket {
+ public:
+   BoundSocket(std::string const& path, int type) : UnixSocket(path, type, ::bind) {}
+
+   bool isBound() const noexcept { return isAttached(); }
+};
+
+// A connection to one, as any program may make one.
+class UnixClient : public UnixSocket {
  public:
    explicit UnixClient(std::string const& path)
-      : descriptor_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-      auto const address = unixAddress(path);
-      isConnected_ = connect(descriptor_, reinterpret_cast<sockaddr const*>(&address),
-                             sizeof address) == 0;
-   }
-   UnixClient(UnixClient const&) = delete;
-   UnixClient& operator=(UnixClient const&) = delete;
-   ~UnixClient() { close(descriptor_); }
-
-   bool isConnected() const noexcept { return isConnected_; }
-   int descriptor() const noexcept { return descriptor_; }
+      : UnixSocket(path, SOCK_STREAM, ::connect) {}
 
    // How much was taken.
    ssize_t send(std::string const& text) const {
-      return ::send(descriptor_, text.data(), text.size(), MSG_NOSIGNAL);
+      return ::send(descriptor(), text.data(), text.size(), MSG_NOSIGNAL);
    }
    // The next line as JSON; null if there is none.
    nlohmann::json next() {
@@ -74,9 +68,7 @@ class UnixClient {
    }
 
  private:
-   int descriptor_;
-   bool isConnected_ = false;
-   LineReader lines_{descriptor_};
+   LineReader lines_{descriptor()};
 };
 
 } // namespace TestSupport

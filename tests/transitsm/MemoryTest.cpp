@@ -2,44 +2,16 @@
 #include "McastVpnLib/McastVpnTransitSm/TransitSm.h"
 #include "pelk/SpareBlocks.h"
 #include "pelk/ThreadControl.h"
+#include "support/CountingHeap.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <new>
 #include <string>
-#include <utility>
+
+using TestSupport::heap;
 
 // What the reactor allocates, and what happens where it releases memory.
-namespace {
-
-uint64_t allocations = 0;
-void (*whenReleased)() = nullptr; // called once, where memory is released next
-
-void release(void* memory) noexcept {
-   std::free(memory);
-   if (memory != nullptr && whenReleased != nullptr) {
-      std::exchange(whenReleased, nullptr)();
-   }
-}
-
-} // namespace
-
-void* operator new(std::size_t size) {
-   ++allocations;
-   if (void* const memory = std::malloc(size)) {
-      return memory;
-   }
-   throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-   release(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-   release(memory);
-}
-
 namespace {
 
 using Irb::Multicast::Evpn::TransitSm;
@@ -63,9 +35,9 @@ class TransitSmMemory : public testing::Test {
 
    template <typename Event>
    static uint64_t allocationsOf(Event const& event) {
-      auto const before = allocations;
+      auto const before = heap().allocations;
       event();
-      return allocations - before;
+      return heap().allocations - before;
    }
 
    L3::VrfName const red{"red"};
@@ -218,7 +190,7 @@ TEST_F(TransitSmMemory, ADirectoryGivenToAReactorThatEndsIsIgnored) {
    otherStatus->vrfToSBDVlanIs(red, 20);
    teardown = {sm.get(), Pelk::makePtr<Vxlan::VtiStatusDir>(), dir.get(), false, false};
    teardown.otherDir->vtiStatusIs(otherStatus);
-   whenReleased = [] {
+   heap().whenReleased = [] {
       teardown.wasBeingDeleted = teardown.sm->isBeingDeleted();
       teardown.sm->vtiStatusDirIs(teardown.otherDir);
       teardown.keptItsDir = teardown.sm->vtiStatusDir().get() == teardown.dirBefore;

@@ -1,59 +1,20 @@
 #include "zin/HashMap2018.h"
 
+#include "support/CountingHeap.h"
 #include "support/ThrownMessage.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <random>
 #include <stdexcept>
 #include <vector>
 
+using TestSupport::heap;
+using TestSupport::OutOfMemory;
+
 // What a table allocates, what it does without memory, and what becomes of its values.
-namespace {
-
-// Allocations of this thread: how many there were, and how many may still succeed.
-thread_local uint64_t allocations = 0;
-thread_local uint64_t allocatedBytes = 0;
-thread_local int64_t allowedAllocations = -1; // any number
-
-void* allocate(std::size_t size) {
-   ++allocations;
-   allocatedBytes += size;
-   if (allowedAllocations == 0) {
-      throw std::bad_alloc();
-   }
-   if (allowedAllocations > 0) {
-      --allowedAllocations;
-   }
-   if (void* const memory = std::malloc(size)) {
-      return memory;
-   }
-   throw std::bad_alloc();
-}
-
-class OutOfMemory {
- public:
-   explicit OutOfMemory(int64_t allowed) { allowedAllocations = allowed; }
-   ~OutOfMemory() { allowedAllocations = -1; }
-   OutOfMemory(OutOfMemory const&) = delete;
-   OutOfMemory& operator=(OutOfMemory const&) = delete;
-};
-
-} // namespace
-
-void* operator new(std::size_t size) {
-   return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-   std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-   std::free(memory);
-}
-
 namespace {
 
 struct TestMap {
@@ -104,7 +65,7 @@ using Names = testing::Types<TestMap, FirstInlineMap>;
 TYPED_TEST_SUITE(HashMap2018Memory, Names);
 
 TYPED_TEST(HashMap2018Memory, AnEmptyMapAllocatesNothing) {
-   uint64_t const before = allocations;
+   uint64_t const before = heap().allocations;
    typename TestFixture::Map map;
    EXPECT_EQ(map.find(1), nullptr);
    EXPECT_FALSE(map.erase(1));
@@ -115,20 +76,20 @@ TYPED_TEST(HashMap2018Memory, AnEmptyMapAllocatesNothing) {
    for ([[maybe_unused]] auto const& entry : map) {
       ADD_FAILURE();
    }
-   EXPECT_EQ(allocations, before);
+   EXPECT_EQ(heap().allocations, before);
 }
 
 TYPED_TEST(HashMap2018Memory, ATableIsOneAllocation) {
    typename TestFixture::Map map;
-   uint64_t const before = allocations;
+   uint64_t const before = heap().allocations;
    map.insert(1, 1u);
-   EXPECT_EQ(allocations, before + (TestFixture::kFirstInline ? 0 : 1));
+   EXPECT_EQ(heap().allocations, before + (TestFixture::kFirstInline ? 0 : 1));
    map.insert(2, 2u);
-   EXPECT_EQ(allocations, before + 1);
+   EXPECT_EQ(heap().allocations, before + 1);
    auto it = map.iterate(2);
    map.erase(2);
    EXPECT_EQ(it.value().number(), 2u);
-   EXPECT_EQ(allocations, before + 1);
+   EXPECT_EQ(heap().allocations, before + 1);
 }
 
 TYPED_TEST(HashMap2018Memory, ReservedRoomSufficesWhateverTheNumber) {
@@ -136,11 +97,11 @@ TYPED_TEST(HashMap2018Memory, ReservedRoomSufficesWhateverTheNumber) {
       for (uint32_t start = 0; start < 5; ++start) {
          typename TestFixture::Map map;
          map.reserve(count);
-         uint64_t const before = allocations;
+         uint64_t const before = heap().allocations;
          for (uint32_t key = 0; key < count; ++key) {
             map.insert(start * 1000003 + key, key);
          }
-         ASSERT_EQ(allocations, before) << count;
+         ASSERT_EQ(heap().allocations, before) << count;
       }
    }
 }
@@ -149,9 +110,9 @@ TYPED_TEST(HashMap2018Memory, ReservedRoomSufficesWhateverTheNumber) {
 TYPED_TEST(HashMap2018Memory, AReservedTableIsNoLargerThanItNeedsToBe) {
    for (uint32_t const count : {100000u, 114688u}) {
       typename TestFixture::Map map;
-      uint64_t const before = allocatedBytes;
+      uint64_t const before = heap().bytes;
       map.reserve(count);
-      EXPECT_LE(allocatedBytes - before,
+      EXPECT_LE(heap().bytes - before,
                 count * sizeof(typename TestFixture::Map::Entry) * 2);
    }
 }
@@ -267,13 +228,13 @@ struct Colliding {
 TEST(HashMap2018CollidingKeys, AreKeptInMemoryThatTheirNumberNeeds) {
    constexpr uint32_t kKeys = 5000;
    Zin::HashMap2018<TestMap, Colliding> map;
-   uint64_t const before = allocatedBytes;
+   uint64_t const before = heap().bytes;
    for (uint32_t n = 0; n < kKeys; ++n) {
       map.insert(Colliding{n});
    }
    EXPECT_EQ(map.size(), kKeys);
    // Of all tables that it had on the way.
-   EXPECT_LE(allocatedBytes - before, 100u * kKeys);
+   EXPECT_LE(heap().bytes - before, 100u * kKeys);
 }
 
 TYPED_TEST(HashMap2018Memory, StaysAsItWasWhenAValueCannotBeMade) {
