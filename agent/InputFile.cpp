@@ -21,17 +21,17 @@ namespace Agent {
 
 namespace {
 
-[[noreturn]] void refuse(std::string const& file, std::string const& why) {
+[[noreturn]] void refuseFile(std::string const& file, std::string const& why) {
    throw InputError(location(file, 0) + why);
 }
 
 [[noreturn]] void cannotBeRead(std::string const& file, int error) {
-   refuse(file, "cannot be read: " + std::generic_category().message(error));
+   refuseFile(file, "cannot be read: " + std::generic_category().message(error));
 }
 
 [[noreturn]] void tooLong(std::string const& file, char const* what) {
-   refuse(file, std::string(what) + " is longer than " +
-                   std::to_string(kMostInput >> 20) + " MiB");
+   refuseFile(file, std::string(what) + " is longer than " +
+                       std::to_string(kMostInput >> 20) + " MiB");
 }
 
 Descriptor opened(std::string const& file) {
@@ -100,7 +100,7 @@ std::string readFile(std::string const& file) {
    Stamp const before(from);
    auto text = readAll(from, before, file);
    if (Stamp(from) != before) {
-      refuse(file, "was written to while it was read");
+      refuseFile(file, "was written to while it was read");
    }
    return withoutMark(isCompressed(text) ? decompressed(text, file) : std::move(text));
 }

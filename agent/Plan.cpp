@@ -55,9 +55,9 @@ Start startOver(Host& host) {
 
 // Where an entry stands, taken apart: the name of an output, then in turn an attribute
 // and a key.
-class Place {
+class OutputPlace {
  public:
-   explicit Place(std::string const& path) {
+   explicit OutputPlace(std::string const& path) {
       for (json::json_pointer at(path); !at.empty(); at.pop_back()) {
          names_.insert(names_.begin(), at.back());
       }
@@ -115,7 +115,7 @@ class Place {
 
 struct Step {
    Action action;
-   Place place;
+   OutputPlace place;
    std::string vtep; // of a transit interface
    std::string why;
 };
@@ -183,7 +183,7 @@ class PlanTable {
 
    void add(Action action, std::string const& path, json const& value,
             json const* now = nullptr) {
-      Place place(path);
+      OutputPlace place(path);
       auto vtep = vtepOf(value);
       auto const next = now == nullptr ? vtep : vtepOf(*now);
       bool const isSame = next == vtep;
@@ -198,7 +198,7 @@ class PlanTable {
                 : "";
    }
 
-   std::string reason(Action action, Place const& place, bool isSame) const {
+   std::string reason(Action action, OutputPlace const& place, bool isSame) const {
       auto const vlan = place.vlan();
       bool const isOfMachine = place.isOfMachines(options_.af);
       std::string why =

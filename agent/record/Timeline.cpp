@@ -29,8 +29,8 @@ namespace {
 
 constexpr int kProcess = 1;
 // Tracks stand in the order of their numbers; a task has the next one that is free.
-constexpr int kPhases = 1;
-constexpr int kInputs = 2;
+constexpr int kPhaseTrack = 1;
+constexpr int kInputTrack = 2;
 constexpr int kFirstTask = 10;
 constexpr int kFirstStream = 1000;
 constexpr int kFirstOutput = 2000;
@@ -47,13 +47,13 @@ class Trace {
       add({{"name", "process_name"},
            {"ph", "M"},
            {"pid", kProcess},
-           {"tid", kPhases},
+           {"tid", kPhaseTrack},
            {"args",
             {{"name",
               fmt::format("{}, recorded {}", machineName(rerun.options().machine),
                           rerun.playback().headerText("time"))}}}});
-      track(kPhases, "start-up");
-      track(kInputs, "inputs");
+      track(kPhaseTrack, "start-up");
+      track(kInputTrack, "inputs");
       if (rerun.isDataflow()) {
          for (size_t i = 0; i < Pipeline::kNodes.size(); ++i) {
             auto const& node = Pipeline::kNodes[i];
@@ -126,7 +126,7 @@ void draw(Trace& trace, Moment const& moment) {
    switch (moment.kind) {
       case Moment::Kind::input:
          trace.instant(
-            kInputs, moment.time, moment.change.op + ' ' + moment.change.path, "t",
+            kInputTrack, moment.time, moment.change.op + ' ' + moment.change.path, "t",
             {{"number", moment.change.number}, {"operation", moment.operation}});
          break;
       case Moment::Kind::event:
@@ -156,7 +156,7 @@ int timeline(Options const& options) {
    int const status = rerun.play([&](PlayedStep const& step) {
       progress.step(step.recorded.text.size());
       for (auto const& mark : phaseMarksOf(step, rerun.isDataflow())) {
-         trace.instant(kPhases, static_cast<double>(mark.time), mark.text, "p");
+         trace.instant(kPhaseTrack, static_cast<double>(mark.time), mark.text, "p");
       }
       if (step.recorded.slice) {
          trace.slice(*step.recorded.slice, step);

@@ -25,7 +25,7 @@ constexpr size_t kLongLine = size_t{1} << 16;
 constexpr std::string_view kMapping = "/vrfToSBDVlan/";
 constexpr std::string_view kPegVlan = "/pegVlanStatus/pegVlan/";
 constexpr std::string_view kIntf = "/transitIntfColl/intf/";
-constexpr std::string_view kJoin = "/membershipJoinStatus/vlan/";
+constexpr std::string_view kJoinPath = "/membershipJoinStatus/vlan/";
 
 // The step of a path behind its beginning; empty if it begins otherwise.
 std::string_view stepBehind(std::string_view path, std::string_view beginning) {
@@ -108,7 +108,7 @@ class Scores {
    void addWrite(std::string_view path) {
       if (auto const intf = stepBehind(path, kIntf); !intf.empty()) {
          add(vlanOfIntf(intf));
-      } else if (auto const join = stepBehind(path, kJoin); !join.empty()) {
+      } else if (auto const join = stepBehind(path, kJoinPath); !join.empty()) {
          add(vlanNamed(join));
       }
    }

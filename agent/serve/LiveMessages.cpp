@@ -12,9 +12,6 @@ namespace Agent {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto kPatience = 1000ms; // at the end
 constexpr size_t kNoteBytes = 128;
 
 // Whose messages a process that aborts writes.
@@ -51,9 +48,9 @@ LiveMessages::~LiveMessages() {
       live = nullptr;
       Pelk::Trace::sinkIs(traceBefore_);
       stderr = before_;
-      stream_.write(kPatience);
+      stream_.write(LiveStream::kPatienceAtEnd);
       tellOfLeftOut();
-      stream_.write(kPatience);
+      stream_.write(LiveStream::kPatienceAtEnd);
    }
 }
 
@@ -65,7 +62,7 @@ ssize_t LiveMessages::printed(void* self, char const* text, size_t size) {
 void LiveMessages::print(std::string_view text) {
    if (getpid() != owner_) {
       // A process that answers something waits for nobody, and has nothing kept.
-      static_cast<void>(stream_.outlet().write(text, kPatience));
+      static_cast<void>(stream_.outlet().write(text, LiveStream::kPatienceAtEnd));
       return;
    }
    if (!stream_.hasRoomFor(text.size() + kNoteBytes)) {
@@ -101,7 +98,8 @@ void LiveMessages::tellOfLeftOut() {
 // What stands there is written without being touched: it may be in any state but empty.
 void LiveMessages::aborting(int signal) {
    if (live != nullptr && getpid() == live->owner_) {
-      static_cast<void>(live->stream_.outlet().write(live->stream_.kept(), kPatience));
+      static_cast<void>(live->stream_.outlet().write(live->stream_.kept(),
+                                                     LiveStream::kPatienceAtEnd));
    }
    static_cast<void>(std::signal(signal, SIG_DFL));
 }

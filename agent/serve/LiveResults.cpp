@@ -11,14 +11,6 @@
 
 namespace Agent {
 
-namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto kPatience = 1000ms; // at the end
-
-} // namespace
-
 LiveResults::LiveResults(EventLoop& loop)
    : stream_(loop, STDOUT_FILENO, kMost, [](int error) { resultsFailed(error); }) {}
 
@@ -42,7 +34,7 @@ void LiveResults::tellOfLeftOut() {
 
 void LiveResults::finish() {
    tellOfLeftOut();
-   stream_.write(kPatience);
+   stream_.write(LiveStream::kPatienceAtEnd);
    if (!stream_.kept().empty()) {
       resultsFailed(ETIMEDOUT);
    }

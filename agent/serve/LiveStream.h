@@ -21,6 +21,9 @@ class LiveStream {
    // wrong; what was kept is given up before.
    using Failed = std::function<void(int error)>;
 
+   // How long a reader is waited for when there is no later.
+   static constexpr std::chrono::milliseconds kPatienceAtEnd{1000};
+
    // most: how many bytes are kept.
    LiveStream(EventLoop& loop, int descriptor, size_t most, Failed failed);
 

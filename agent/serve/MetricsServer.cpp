@@ -26,7 +26,7 @@ using namespace std::chrono_literals;
 constexpr auto kFreshness = 50ms;
 // Each serves one client at a time, and waits so long for what he asks.
 constexpr size_t kThreads = 4;
-constexpr auto kPatience = 1000ms;
+constexpr auto kRequestPatience = 1000ms;
 
 struct Endpoint {
    std::string host;
@@ -81,7 +81,7 @@ struct MetricsServer::Server {
    explicit Server(std::string const& address)
       : exposer(std::vector<std::string>{"listening_ports", address, "num_threads",
                                          std::to_string(kThreads), "request_timeout_ms",
-                                         std::to_string(kPatience.count())}) {}
+                                         std::to_string(kRequestPatience.count())}) {}
 
    prometheus::Exposer exposer;
 };

@@ -28,11 +28,11 @@ using namespace std::chrono_literals;
 
 // Changes come together.
 constexpr auto kGathering = 100ms;
-constexpr auto kNextTry = 5s;
+constexpr auto kNextWrite = 5s;
 // Behind the name of a file that is not whole yet.
 constexpr char const* kNext = ".next";
 
-[[noreturn]] void failed(std::string const& file, std::string const& what) {
+[[noreturn]] void fileFailed(std::string const& file, std::string const& what) {
    throw InputError(location(file, 0) + what + ": " +
                     std::generic_category().message(errno));
 }
@@ -40,18 +40,18 @@ constexpr char const* kNext = ".next";
 Descriptor openFolder(std::string const& folder) {
    Descriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
    if (!descriptor) {
-      failed(folder, "a folder is needed here");
+      fileFailed(folder, "a folder is needed here");
    }
    return descriptor;
 }
 
 Descriptor taken(std::string const& folder) {
    if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-      failed(folder, "no folder can be made here");
+      fileFailed(folder, "no folder can be made here");
    }
    auto descriptor = openFolder(folder);
    if (flock(descriptor.number(), LOCK_EX | LOCK_NB) != 0) {
-      failed(folder, "another agent keeps its outputs here");
+      fileFailed(folder, "another agent keeps its outputs here");
    }
    return descriptor;
 }
@@ -61,7 +61,7 @@ void writeAll(Descriptor const& descriptor, std::string const& file,
    while (!text.empty()) {
       auto const count = ::write(descriptor.number(), text.data(), text.size());
       if (count < 0 && errno != EINTR) {
-         failed(file, "it cannot be written");
+         fileFailed(file, "it cannot be written");
       }
       text.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
    }
@@ -71,7 +71,7 @@ Descriptor newFile(std::string const& file) {
    Descriptor descriptor(
       open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
    if (!descriptor) {
-      failed(file, "it cannot be written");
+      fileFailed(file, "it cannot be written");
    }
    return descriptor;
 }
@@ -146,7 +146,7 @@ void StateFolder::keep() {
          if (isChanged_) {
             timer_.onceAfter(answer.status == kFine
                                 ? std::chrono::nanoseconds(kGathering)
-                                : kNextTry);
+                                : kNextWrite);
          }
       });
 }
@@ -158,7 +158,7 @@ void StateFolder::write() const {
    writeAll(descriptor, next, state_.outputsToJson().dump(1) + '\n');
    if (fsync(descriptor.number()) != 0 || rename(next.c_str(), file().c_str()) != 0 ||
        fsync(openFolder(folder_).number()) != 0) {
-      failed(file(), "it cannot be written");
+      fileFailed(file(), "it cannot be written");
    }
 }
 
