@@ -174,7 +174,8 @@ TEST_F(Timeline, TellsHowFarEachStartCame) {
       }
       auto const recording =
          recordedTo(folder_, "recording",
-                    {"--mode", mode, "--state", "examples/leaf-pair.jsonc", events});
+                    {"--mode", mode, "--slice-items", "1000", "--state",
+                     "examples/leaf-pair.jsonc", events});
       EXPECT_EQ(namesOn(timelineOf(recording), 1), twice);
    }
    auto const recording =
