@@ -279,13 +279,13 @@ TEST_F(Watch, WhatWasKeptForAReaderComesInItsOrder) {
    write(transitState({}));
    start({"--trace", "7"});
    auto outputs = nextDocument();
-   replace(manyTransitVlans(1000)); // more than a pipe takes, and less than is kept
+   auto const state = manyTransitVlans(1000);
+   replace(state); // more is traced of it than a pipe takes, and less than is kept
    std::vector<json> operations;
    follow(outputs, operations);
    agent_->signal(SIGTERM);
    // In the order of the document's keys, which are texts.
-   for (auto const& [vlan, value] :
-        manyTransitVlans(1000)["pegVlanStatus"]["pegVlan"].items()) {
+   for (auto const& [vlan, value] : state.at("pegVlanStatus").at("pegVlan").items()) {
       auto const line = messages_->nextWith("eventToPegVlanStream");
       ASSERT_THAT(line.value_or("nothing"), testing::EndsWith("vlanId=" + vlan));
    }
