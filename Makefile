@@ -77,6 +77,10 @@ bench: setup-bench ## measure, beside what others offer
 	      || exit; \
 	done
 
+bench-recording: setup ## measure what --record costs an agent
+	$(call build,release,--target mcastvpn-agent)
+	benchmarks/recording.py build/release/agent/mcastvpn-agent
+
 mutation: setup-mutation ## break the sources one at a time: do the tests notice?
 	/usr/bin/python3 tools/mutation $(MUTATION)
 
@@ -141,6 +145,6 @@ space := $(subst ,, )
 .PHONY: help demo test asan tsan threads memcheck clang tidy coverage cppcheck fuzz
 .PHONY: soak mutation proof bench packages packages-test abi abi-keep docs
 .PHONY: format format-check clean
-.PHONY: report-test
+.PHONY: report-test bench-recording
 .PHONY: setup setup-checks setup-bench setup-packages setup-docs setup-mutation
 .PHONY: setup-browser

@@ -105,6 +105,16 @@ std::string readFile(std::string const& file) {
    return withoutMark(isCompressed(text) ? decompressed(text, file) : std::move(text));
 }
 
+void requireFollowable(std::string const& file) {
+   struct stat status{};
+   if (stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode) &&
+       !S_ISDIR(status.st_mode)) {
+      refuseFile(file,
+                 "a pipe or a device stands here; allowed is a file, which can be "
+                 "followed");
+   }
+}
+
 FileText::FileText(std::string file) : file_(std::move(file)) {
    Doing const doing("reading", file_.c_str());
    text_ = std::make_shared<std::string const>(readFile(file_));

@@ -15,6 +15,10 @@ inline constexpr size_t kMostInput = size_t{128} << 20;
 // before or after that, or was written to meanwhile.
 std::string readFile(std::string const& file);
 
+// InputError if a pipe or a device stands there: it may never end, and nobody is told
+// what comes. Whatever else there is, reading it tells.
+void requireFollowable(std::string const& file);
+
 // A file as it was read, once: it may be a pipe. Copies share the text.
 class FileText {
  public:

@@ -14,7 +14,9 @@
 
 #include <cerrno>
 #include <concepts>
+#include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 #include <type_traits>
 #include <utility>
@@ -39,6 +41,17 @@ ordered_json optionsToJson(Options const& options) {
    return json;
 }
 
+// How many recordings of agents that were killed may stand beside each other.
+constexpr int kMostKept = 9;
+
+// Of a recording in which nothing happened yet, or an empty file.
+bool holdsNothing(std::string const& file) {
+   std::ifstream in(file);
+   std::string line;
+   return !std::getline(in, line) ||
+          (line.starts_with("{\"recording\":") && !std::getline(in, line));
+}
+
 std::string timeText() {
    return fmt::format("{:%FT%T}Z", std::chrono::floor<std::chrono::microseconds>(
                                       std::chrono::system_clock::now()));
@@ -48,20 +61,25 @@ std::string timeText() {
 
 std::string keepRecording(std::string const& file) {
    std::error_code isNot;
-   auto const size = std::filesystem::is_regular_file(file, isNot)
-                        ? std::filesystem::file_size(file, isNot)
-                        : 0;
-   if (isNot || size == 0) {
+   if (!std::filesystem::is_regular_file(file, isNot) || holdsNothing(file)) {
       return {};
    }
-   auto kept = file + ".1";
-   std::error_code error;
-   std::filesystem::rename(file, kept, error);
-   if (error) {
-      throw InputError(location(file, 0) + "what stands here cannot be kept as " +
-                       kept + ": " + error.message());
+   // Of what a link leads to, which stays where it is.
+   auto const stands = std::filesystem::canonical(file, isNot).string();
+   for (int number = 1; number <= kMostKept; ++number) {
+      auto kept = fmt::format("{}.{}", stands, number);
+      if (renameat2(AT_FDCWD, stands.c_str(), AT_FDCWD, kept.c_str(),
+                    RENAME_NOREPLACE) == 0) {
+         return location(file, 0) + "what stood here is kept as " + kept;
+      }
+      if (errno != EEXIST) {
+         throw InputError(location(file, 0) + "what stands here cannot be kept as " +
+                          kept + ": " + std::generic_category().message(errno));
+      }
    }
-   return kept;
+   return fmt::format(
+      "{}what stood here is replaced, as {}.1 to .{} stand there already",
+      location(file, 0), stands, kMostKept);
 }
 
 Recorder::Recorder(std::string file, Options const& options, State const& state)

@@ -38,9 +38,11 @@ namespace Agent {
 // The version of the form. A reader refuses what it does not know.
 inline constexpr int kRecordingVersion = 1;
 
-// Where what a file holds is kept when it is to hold a recording: its name with ".1".
-// An agent that was killed and starts again so leaves what was recorded of it. Empty if
-// there is nothing to keep. InputError if it cannot be kept.
+// Keeps what a file holds when it is to hold a recording, under its name with the first
+// of ".1" to ".9" that is free: an agent that was killed and starts again so leaves
+// what was recorded of it. Returns what people are to be told of it; empty if nothing
+// was recorded there. InputError if it cannot be kept for another reason than that all
+// nine stand there, which is no reason not to start.
 std::string keepRecording(std::string const& file);
 
 // Writes one while a machine runs. Event thread only.

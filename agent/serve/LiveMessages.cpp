@@ -101,7 +101,9 @@ void LiveMessages::aborting(int signal) {
       static_cast<void>(live->stream_.outlet().write(live->stream_.kept(),
                                                      LiveStream::kPatienceAtEnd));
    }
+   // By itself that ends the process where abort() was called, and nowhere else.
    static_cast<void>(std::signal(signal, SIG_DFL));
+   static_cast<void>(raise(signal));
 }
 
 } // namespace Agent

@@ -32,14 +32,14 @@ class LiveStream {
       return std::string_view(kept_).substr(written_);
    }
    bool hasRoomFor(size_t bytes) const noexcept {
-      return kept().size() + bytes <= most_;
+      return !outlet_.canBeFull() || kept().size() + bytes <= most_;
    }
    // Takes the memory for all that can be kept, so that keep() takes none.
    void reserve() { kept_.reserve(2 * most_); }
 
    // Keeps a text to be written next. Requires room for it.
    void keep(std::string_view text);
-   // Writes of what is kept what is taken, when each part is within that time.
+   // Writes of what is kept what is taken within that time.
    void write(std::chrono::milliseconds patience = {});
    // To be called at the end of each turn of the loop: what is left is written as soon
    // as it is taken.

@@ -1,47 +1,86 @@
 #include "agent/serve/Outlet.h"
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <string>
 
 namespace Agent {
 
 namespace {
 
-// So much of one that says so is taken without waiting.
+using Clock = std::chrono::steady_clock;
+
+// So much of a pipe that says that it takes something is taken without waiting, where
+// nobody else writes to it.
 constexpr size_t kTaken = PIPE_BUF;
 
-bool hasReader(int descriptor) {
-   struct stat status{};
-   return fstat(descriptor, &status) == 0 &&
-          (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) ||
-           isatty(descriptor) == 1);
+Descriptor openedAgain(int descriptor) {
+   auto const path = "/proc/self/fd/" + std::to_string(descriptor);
+   return Descriptor(open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+}
+
+// Waits until it says that it takes something, or until then.
+bool takes(int descriptor, Clock::time_point end) noexcept {
+   auto const left =
+      std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+   pollfd wanted{descriptor, POLLOUT, 0};
+   return poll(&wanted, 1, static_cast<int>(std::max<decltype(left)>(left, 0))) > 0;
 }
 
 } // namespace
 
 Outlet::Outlet(int descriptor)
-   : descriptor_(descriptor), canBeFull_(hasReader(descriptor)) {}
+   : descriptor_(descriptor), kind_(kindOf(descriptor)),
+     own_(kind_ == Kind::pipeOrTerminal ? openedAgain(descriptor) : Descriptor()) {}
+
+Outlet::Kind Outlet::kindOf(int descriptor) {
+   struct stat status{};
+   if (fstat(descriptor, &status) != 0) {
+      return Kind::file;
+   }
+   if (S_ISSOCK(status.st_mode)) {
+      return Kind::socket;
+   }
+   return S_ISFIFO(status.st_mode) || isatty(descriptor) == 1 ? Kind::pipeOrTerminal
+                                                              : Kind::file;
+}
+
+ssize_t Outlet::writePart(std::string_view text) const noexcept {
+   auto const part = std::min(text.size(), kTaken);
+   switch (kind_) {
+      case Kind::socket:
+         return send(descriptor_, text.data(), part, MSG_DONTWAIT | MSG_NOSIGNAL);
+      case Kind::pipeOrTerminal:
+         return ::write(own_ ? own_.number() : descriptor_, text.data(), part);
+      case Kind::file:
+         break;
+   }
+   return ::write(descriptor_, text.data(), text.size());
+}
 
 Outlet::Written Outlet::write(std::string_view text,
                               std::chrono::milliseconds patience) const noexcept {
    Written written{0, 0};
+   auto const end = Clock::now() + patience;
    while (written.bytes < text.size()) {
-      pollfd wanted{descriptor_, POLLOUT, 0};
-      if (canBeFull_ && poll(&wanted, 1, static_cast<int>(patience.count())) == 0) {
+      if (canBeFull() && !takes(descriptor_, end)) {
          break;
       }
-      auto const left = text.substr(written.bytes);
-      auto const count =
-         ::write(descriptor_, left.data(),
-                 canBeFull_ ? std::min(left.size(), kTaken) : left.size());
+      auto const count = writePart(text.substr(written.bytes));
       if (count >= 0) {
          written.bytes += static_cast<size_t>(count);
-      } else if (errno != EINTR && errno != EAGAIN) {
+      } else if (errno == EAGAIN) {
+         if (Clock::now() >= end) {
+            break;
+         }
+      } else if (errno != EINTR) {
          written.error = errno;
          break;
       }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "agent/Descriptor.h"
+
 #include <chrono>
 #include <cstddef>
 #include <string_view>
@@ -14,20 +16,29 @@ class Outlet {
    explicit Outlet(int descriptor);
 
    // Whether its reader may keep others waiting; a file has none.
-   bool canBeFull() const noexcept { return canBeFull_; }
+   bool canBeFull() const noexcept { return kind_ != Kind::file; }
 
    struct Written {
       size_t bytes; // of the text, from its beginning
       int error;    // that kept the rest from being written; 0 for none
    };
-   // Writes as much of the text as is taken, when each part is within that time.
-   // Allocates nothing, and may be called by a signal handler.
+   // Writes as much of the text as is taken within that time, all in all. Allocates
+   // nothing, and may be called by a signal handler.
    Written write(std::string_view text,
                  std::chrono::milliseconds patience) const noexcept;
 
  private:
-   int descriptor_;
-   bool canBeFull_;
+   enum class Kind { file, pipeOrTerminal, socket };
+
+   ssize_t writePart(std::string_view text) const noexcept;
+
+   static Kind kindOf(int descriptor);
+
+   int const descriptor_;
+   Kind const kind_;
+   // The same pipe or terminal as a description of this process's own, which does not
+   // block; others share that of the descriptor. None if there can be none.
+   Descriptor const own_;
 };
 
 } // namespace Agent

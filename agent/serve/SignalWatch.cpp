@@ -1,5 +1,7 @@
 #include "agent/serve/SignalWatch.h"
 
+#include "agent/Terminal.h"
+
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -10,9 +12,16 @@ namespace Agent {
 
 namespace {
 
+// A signal that is ignored and blocked would be received all the same.
+bool isIgnored(int signal) {
+   struct sigaction present{};
+   sigaction(signal, nullptr, &present);
+   return present.sa_handler == SIG_IGN;
+}
+
 // They stay blocked when the watch goes: one that comes while the process ends finds it
 // ending already.
-int blocked(std::initializer_list<int> signals) {
+int blocked(std::vector<int> const& signals) {
    sigset_t wanted;
    sigemptyset(&wanted);
    for (int const signal : signals) {
@@ -24,7 +33,20 @@ int blocked(std::initializer_list<int> signals) {
 
 } // namespace
 
-SignalWatch::SignalWatch(EventLoop& loop, std::initializer_list<int> signals,
+WantedSignals::WantedSignals()
+   : hasTerminal_(Agent::hasTerminal()), followed_{SIGINT, SIGTERM} {
+   if (!isIgnored(SIGHUP)) {
+      followed_.push_back(SIGHUP);
+      if (!hasTerminal_) {
+         sigset_t early;
+         sigemptyset(&early);
+         sigaddset(&early, SIGHUP);
+         sigprocmask(SIG_BLOCK, &early, nullptr);
+      }
+   }
+}
+
+SignalWatch::SignalWatch(EventLoop& loop, std::vector<int> const& signals,
                          std::function<void(int)> received)
    : received_(std::move(received)),
      descriptor_(Descriptor::made(blocked(signals), "signalfd")),

@@ -67,9 +67,11 @@ void writeAll(Descriptor const& descriptor, std::string const& file,
    }
 }
 
+// In the place of whatever stood there.
 Descriptor newFile(std::string const& file) {
+   unlink(file.c_str());
    Descriptor descriptor(
-      open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+      open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
    if (!descriptor) {
       fileFailed(file, "it cannot be written");
    }
@@ -91,7 +93,7 @@ void StateFolder::addOutputs(json& document, Options const& options) const {
                           "is one of inputs");
       }
    }
-   // Before anything is published that could not be kept.
+   // Where nothing can be made, nothing is published that could not be kept.
    auto const next = file() + kNext;
    newFile(next);
    unlink(next.c_str());

@@ -28,6 +28,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -55,6 +56,7 @@ class Watch {
    }
 
    int run() {
+      requireFollowable(options_.state);
       file_ = std::make_unique<FileWatch>(loop_, options_.state, [this] { read(); });
       file_->seen();
       auto document = loadDocument(state(0), options_.state, options_.checks);
@@ -67,23 +69,12 @@ class Watch {
       if (options_.both) {
          twoMachines_.emplace(machines_[0]->host, machines_[1]->host, options_);
       }
-      if (!options_.record.empty()) {
-         if (auto const kept = keepRecording(options_.record); !kept.empty()) {
-            say(fmt::format("{}what stood here is kept as {}",
-                            location(options_.record, 0), kept));
-         }
-         recorder_ = std::make_unique<Recorder>(options_.record, options_, state(0));
-         // What is looked at later is no reason to end what forwards now.
-         recorder_->failuresGoTo([](std::string const& error) {
-            say(error + "; nothing more is recorded");
-         });
-         machines_[0]->host.recorderIs(recorder_.get());
-      }
       // A file that has no end can be given up until here, and from here on there are
       // other threads, which are to leave the signals alone.
-      SignalWatch const signals(loop_, {SIGINT, SIGTERM, SIGHUP},
+      SignalWatch const signals(loop_, signals_.followed(),
                                 [this](int signal) { received(signal); });
       observe();
+      record();
       for (auto const& machine : machines_) {
          machine->host.provenanceIs(
             events_ ? Provenance::Input(
@@ -117,6 +108,21 @@ class Watch {
       Host host;
       std::string_view sm;
    };
+
+   // When nothing else can refuse the start: a recording is not to be kept in vain.
+   void record() {
+      if (options_.record.empty()) {
+         return;
+      }
+      if (auto const told = keepRecording(options_.record); !told.empty()) {
+         say(told);
+      }
+      recorder_ = std::make_unique<Recorder>(options_.record, options_, state(0));
+      // What is looked at later is no reason to end what forwards now.
+      recorder_->failuresGoTo(
+         [](std::string const& error) { say(error + "; nothing more is recorded"); });
+      machines_[0]->host.recorderIs(recorder_.get());
+   }
 
    // What people ask for, of the one machine: counts, and who tells them.
    void observe() {
@@ -174,7 +180,7 @@ class Watch {
    // Whose terminal goes ends; one that has none is to read the state again, as
    // services are told to.
    void received(int signal) {
-      if (signal != SIGHUP || hasTerminal_) {
+      if (signal != SIGHUP || signals_.hasTerminal()) {
          loop_.stop();
       } else {
          read();
@@ -262,6 +268,7 @@ class Watch {
       file_->seen();
       auto const before = feed_->document();
       try {
+         requireFollowable(options_.state);
          auto document = loadDocument(state(0), options_.state, options_.checks);
          tellOfOutputs(stateFolder_ ? State().outputsToJson() : before, document);
          if (stateFolder_) {
@@ -332,6 +339,7 @@ class Watch {
 
    Options const& options_;
    std::string const where_;
+   WantedSignals const signals_;
    EventLoop loop_;
    LiveMessages messages_{loop_}; // of all that follows, until it is gone
    LiveResults results_{loop_};
@@ -346,7 +354,6 @@ class Watch {
    std::unique_ptr<MetricsServer> metrics_;
    std::unique_ptr<Answers> answers_;
    std::unique_ptr<ServiceManager> supervisor_;
-   bool const hasTerminal_ = hasTerminal();
    bool isMoreToAnswer_ = false;
    bool areOutputsKept_ = true; // at the end
    Phase phase_;                // that was counted last
@@ -361,7 +368,13 @@ class Watch {
 } // namespace
 
 int watch(Options const& options) {
-   return Watch(options).run();
+   Watch watch(options);
+   try {
+      return watch.run();
+   } catch (std::exception const& error) {
+      say(error.what()); // as long as nobody has to read it
+      return kBadInput;
+   }
 }
 
 } // namespace Agent

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <csignal>
@@ -30,6 +31,20 @@ namespace fs = std::filesystem;
 
 // run --watch: a real agent follows a real file.
 namespace {
+
+// A terminal, as its owner sees it.
+class Terminal {
+ public:
+   Terminal()
+      : descriptor_(Descriptor::made(
+           posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK), "posix_openpt")) {
+      EXPECT_EQ(grantpt(descriptor_.number()) + unlockpt(descriptor_.number()), 0);
+   }
+   std::string path() const { return ptsname(descriptor_.number()); }
+
+ private:
+   Descriptor descriptor_;
+};
 
 class Watch : public WatchingAgent {
  protected:
@@ -302,32 +317,116 @@ TEST_F(Watch, AHangUpHasTheFileReadAgain) {
 }
 
 TEST_F(Watch, ATerminalThatGoesEndsIt) {
-   Descriptor const terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
-   ASSERT_EQ(grantpt(terminal.number()) + unlockpt(terminal.number()), 0);
-   terminal_ = ptsname(terminal.number());
+   std::optional<Terminal> terminal(std::in_place);
+   terminal_ = terminal->path();
    write(transitState({10}));
    start();
    nextDocument();
-   agent_->signal(SIGHUP);
+   terminal.reset();
    EXPECT_EQ(agent_->status(), 0);
    EXPECT_TRUE(messages_->nextWith("0 refused"));
+}
+
+TEST_F(Watch, ATerminalThatGoesDoesNotEndOneThatIgnoresIt) {
+   std::optional<Terminal> terminal(std::in_place);
+   terminal_ = terminal->path();
+   write(transitState({10}));
+   auto const before = std::signal(SIGHUP, SIG_IGN);
+   start();
+   std::signal(SIGHUP, before);
+   nextDocument();
+   terminal.reset();
+   replace(transitState({10, 20}));
+   EXPECT_EQ(nextDocument().value("op", ""), "add");
+   EXPECT_EQ(stop(), 0);
+}
+
+TEST_F(Watch, ATerminalThatNobodyReadsHoldsUpNothing) {
+   Terminal const terminal;
+   Descriptor const other(open(terminal.path().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+   Pipe results;
+   write(transitState({}));
+   RunningAgent agent({"run", "--watch", "--json", "--trace", "all", file()},
+                      {-1, results.writing(), other.number()});
+   LineReader lines(results.reading());
+   EXPECT_TRUE(lines.next());
+   replace(manyTransitVlans(200));
+   for (int i = 0; i < 5 * 200; ++i) {
+      ASSERT_TRUE(lines.next()) << i;
+   }
+   agent.signal(SIGTERM);
+   EXPECT_EQ(agent.status(), 0);
+}
+
+TEST_F(Watch, WhatWasKeptIsWrittenWhereTheProcessAborts) {
+   write(transitState({}));
+   start({"--trace", "7"});
+   auto outputs = nextDocument();
+   replace(manyTransitVlans(1000));
+   std::vector<json> operations;
+   follow(outputs, operations);
+   agent_->signal(SIGABRT); // as a supervisor does whom nothing was told
+   EXPECT_TRUE(messages_->nextWith("pegVlan[] ): vlanId=999")) << "the last one";
+   EXPECT_EQ(agent_->status(), 128 + SIGABRT);
+}
+
+TEST_F(Watch, APipeInThePlaceOfTheFileIsRefused) {
+   write(transitState({10}));
+   start();
+   nextDocument();
+   ASSERT_EQ(mkfifo(folder_.file("pipe").c_str(), 0600), 0);
+   fs::rename(folder_.file("pipe"), file());
+   EXPECT_THAT(nextSaid(), HasSubstr("a pipe or a device stands here"));
+   replace(transitState({10, 20}));
+   EXPECT_EQ(nextSaid(), changesSaid(3));
+   EXPECT_EQ(stop(), 0);
+   auto const outcome = runAgent(folder_, {"run", "--watch", "/dev/null"});
+   EXPECT_EQ(outcome.status, 2);
+   EXPECT_THAT(outcome.err, HasSubstr("/dev/null: a pipe or a device stands here"));
 }
 
 TEST_F(Watch, WhatAnAgentHasRecordedIsKeptWhenTheNextOneBegins) {
    write(transitState({10}));
    auto const recording = folder_.file("recording");
+   std::vector<std::string> recorded;
+   for (int number = 1; number <= 2; ++number) {
+      start({"--record", recording});
+      if (number > 1) {
+         EXPECT_EQ(nextSaid(), "mcastvpn-agent: " + recording +
+                                  ": what stood here is kept as " + recording + ".1");
+      }
+      nextDocument();
+      EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
+      recorded.push_back(readText(recording));
+      EXPECT_THAT(recorded.back(), HasSubstr("Vlan10"));
+   }
+   EXPECT_NE(recorded[0], recorded[1]);
+   EXPECT_EQ(readText(recording + ".1"), recorded[0]);
+   // A start that is refused leaves it where it is, and nothing takes another's place.
+   auto const refused = runAgent(
+      folder_, {"run", "--watch", "--record", recording, "--control", file(), file()});
+   EXPECT_EQ(refused.status, 2);
+   EXPECT_EQ(readText(recording), recorded[1]);
    start({"--record", recording});
-   nextDocument();
-   EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
-   auto const recorded = readText(recording);
-   EXPECT_THAT(recorded, HasSubstr("Vlan10"));
-   start({"--record", recording});
-   EXPECT_EQ(nextSaid(), "mcastvpn-agent: " + recording +
-                            ": what stood here is kept as " + recording + ".1");
+   EXPECT_THAT(nextSaid(), HasSubstr("is kept as " + recording + ".2"));
    nextDocument();
    EXPECT_EQ(stop(), 0);
-   EXPECT_EQ(readText(recording + ".1"), recorded);
-   EXPECT_NE(readText(recording), recorded);
+   EXPECT_EQ(readText(recording + ".1"), recorded[0]);
+   EXPECT_EQ(readText(recording + ".2"), recorded[1]);
+}
+
+TEST_F(Watch, ARecordingInWhichNothingHappenedIsNotKept) {
+   write(transitState({10}));
+   auto const recording = folder_.file("recording");
+   start({"--record", recording});
+   nextDocument();
+   EXPECT_EQ(stop(), 0);
+   auto const text = readText(recording);
+   folder_.write("recording", text.substr(0, text.find('\n') + 1));
+   start({"--record", recording});
+   nextDocument();
+   EXPECT_EQ(stop(), 0);
+   EXPECT_FALSE(fs::exists(recording + ".1"));
 }
 
 TEST_F(Watch, ARecordingThatIsOutOfRoomIsToldOnceAndEndsNothing) {

@@ -136,7 +136,7 @@ case $1 in
                "$(awk -v section="$section" '
                   /^[A-Z]/ { inside = $0 == section }
                   inside && /^       [^ ]/' <<<"$shown" |
-                  sed 's/^ *//; s/ [A-Z=]*$//; s/, /\n/' | sort)"
+                  sed 's/^ *//; s/ [A-Z:=]*$//; s/, /\n/' | sort)"
          done
          # The words of a description, wherever the lines end.
          words() { tr -s ' \n' '\n\n' | sed '/^$/d'; }

@@ -48,9 +48,9 @@ case $1 in
       command -v systemd-analyze >/dev/null || skip "there is no systemd-analyze"
       folder=$(mktemp -d)
       dpkg-deb --fsys-tarfile "$BUILD"/mcastvpn-agent_*.deb |
-         tar -C "$folder" -x ./lib/systemd/system/mcastvpn-agent.service
+         tar -C "$folder" -x ./usr/lib/systemd/system/mcastvpn-agent.service
       systemd-analyze security --offline=yes --threshold=12 --no-pager \
-         "$folder/lib/systemd/system/mcastvpn-agent.service"
+         "$folder/usr/lib/systemd/system/mcastvpn-agent.service"
       rm -r "$folder"
       ;;
 
