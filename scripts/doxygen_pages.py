@@ -4,7 +4,8 @@
 usage: doxygen_pages.py PAGE
 
 Flow charts, which Doxygen cannot draw, become graphs of Graphviz; other diagrams stay
-text. A link to a file that is not in the site becomes its name.
+text. A link to a file that is not in the site becomes its name, and one to a place of the
+page its text.
 """
 
 import os
@@ -80,7 +81,9 @@ class Chart:
 def linked(match, folder):
     """A link as it is, or the text of one that leads out of the site."""
     target = match[2].split("#")[0]
-    if re.match(r"https?:", target) or not target:
+    if not target:
+        return match[1]
+    if re.match(r"https?:", target):
         return match[0]
     path = os.path.normpath(os.path.join(folder, target))
     if path.startswith("docs/") and path.endswith(".md"):
