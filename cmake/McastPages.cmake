@@ -7,6 +7,7 @@ add_custom_command(
   COMMAND "${CMAKE_COMMAND}" -E rm -rf "${pages}"
   COMMAND mcastvpn-pages "${pages}"
   COMMAND "${CMAKE_COMMAND}" -E touch "${pages}/made"
+  DEPENDS mcastvpn-pages
   COMMENT "Making the sources of the manual pages, and the completions"
   VERBATIM)
 add_custom_target(pages ALL DEPENDS "${pages}/made")
