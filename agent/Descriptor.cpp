@@ -11,6 +11,17 @@ void systemFailed(char const* what) {
    throw std::system_error(errno, std::generic_category(), what);
 }
 
+int writeAll(int descriptor, std::string_view text) noexcept {
+   while (!text.empty()) {
+      auto const count = write(descriptor, text.data(), text.size());
+      if (count < 0 && errno != EINTR) {
+         return errno;
+      }
+      text.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
+   }
+   return 0;
+}
+
 Descriptor::~Descriptor() {
    if (number_ >= 0) {
       close(number_);

@@ -1,11 +1,16 @@
 #pragma once
 
+#include <string_view>
 #include <utility>
 
 namespace Agent {
 
 // A system call failed: std::system_error with what it was to do.
 [[noreturn]] void systemFailed(char const* what);
+
+// Writes all of it, or as much as can be. Returns the number of what went wrong, or 0.
+// May be called between fork() and _exit().
+int writeAll(int descriptor, std::string_view text) noexcept;
 
 // Owns a file descriptor, or none (-1).
 class Descriptor {

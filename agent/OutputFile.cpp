@@ -23,18 +23,6 @@ namespace {
                     "cannot be written: " + std::generic_category().message(error));
 }
 
-// The number of what went wrong, or 0.
-int writeAll(Descriptor const& to, std::string_view text) {
-   while (!text.empty()) {
-      auto const count = write(to.number(), text.data(), text.size());
-      if (count < 0 && errno != EINTR) {
-         return errno;
-      }
-      text.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
-   }
-   return 0;
-}
-
 // Of a file that is made anew.
 mode_t usualMode() {
    auto const mask = umask(0);
@@ -62,7 +50,7 @@ class Draft {
       if (!descriptor_) {
          return errno;
       }
-      if (int const error = writeAll(descriptor_, text); error != 0) {
+      if (int const error = writeAll(descriptor_.number(), text); error != 0) {
          return error;
       }
       if (fchmod(descriptor_.number(), mode) != 0 || fsync(descriptor_.number()) != 0 ||
@@ -87,7 +75,7 @@ void replaceFile(std::string const& file, std::string_view text) {
    int error = 0;
    if (isThere && !S_ISREG(status.st_mode)) {
       Descriptor const to(open(file.c_str(), O_WRONLY | O_CLOEXEC));
-      error = to ? writeAll(to, text) : errno;
+      error = to ? writeAll(to.number(), text) : errno;
    } else {
       // What a symbolic link leads to is replaced, not the link.
       SignalsHeld const held; // no draft is left behind

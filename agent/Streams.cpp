@@ -47,7 +47,10 @@ void prepareStreams() {
    takeIfClosed(STDIN_FILENO, O_WRONLY);
    takeIfClosed(STDOUT_FILENO, O_RDONLY);
    takeIfClosed(STDERR_FILENO, O_WRONLY);
+   // What cannot be written is told, be it for a reader that has gone or for a limit of
+   // files' size.
    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+   static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
    struct stat status{};
    isFile = fstat(STDOUT_FILENO, &status) == 0 && S_ISREG(status.st_mode);
    if (isatty(STDOUT_FILENO) == 0) {

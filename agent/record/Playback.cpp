@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace Agent {
@@ -22,6 +24,14 @@ bool isHeader(json const& record) {
 
 bool isBundle(json const& record) {
    return record.is_object() && record.contains("bundle");
+}
+
+// Short, and whatever it holds is not nested deep.
+bool isPlain(std::string_view text) {
+   constexpr size_t kShort = size_t{1} << 14;
+   constexpr auto kFew = 32;
+   return text.size() < kShort && std::ranges::count(text, '[') <= kFew &&
+          std::ranges::count(text, '{') <= kFew;
 }
 
 // An option of the header. What the value is not, its caller says.
@@ -113,12 +123,11 @@ json Playback::record() {
    return record;
 }
 
-// A program wrote the line, most likely, and it is short, most likely: all that
+// A program wrote the line, most likely, and it is plain, most likely: all that
 // parseJson() sees to costs as much again.
 json Playback::parsed(EventLines::Line const& line) const {
-   constexpr size_t kShort = size_t{1} << 14;
-   auto record = line.text.size() < kShort ? json::parse(line.text, nullptr, false)
-                                           : json(json::value_t::discarded);
+   auto record = isPlain(line.text) ? json::parse(line.text, nullptr, false)
+                                    : json(json::value_t::discarded);
    return record.is_discarded() ? parseJson(line.text, file_, line.number) : record;
 }
 

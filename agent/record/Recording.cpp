@@ -8,9 +8,9 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <concepts>
@@ -117,6 +117,17 @@ void Recorder::gather(Parts const&... parts) {
    (add(parts), ...);
 }
 
+template <typename Each>
+void Recorder::gatherList(auto const& items, Each const& each) {
+   gather("[");
+   char const* separator = "";
+   for (auto const& item : items) {
+      gather(std::exchange(separator, ","));
+      each(item);
+   }
+   gather("]");
+}
+
 void Recorder::stepBegins(std::string_view play) {
    ++steps_;
    gather("{\"t\":", now(), ",\"play\":", play, "}\n");
@@ -132,15 +143,18 @@ void Recorder::stepEnds(SliceEnds const& ends, Slice const* slice) {
    if (ends.empty() && slice == nullptr) {
       return;
    }
-   ordered_json record{{"t", now()}, {"ends", ends}};
+   gather("{\"t\":", now(), ",\"ends\":");
+   gatherList(ends, [this](auto const& polls) {
+      gatherList(polls, [this](uint64_t poll) { gather(poll); });
+   });
    if (slice != nullptr) {
-      record["slice"] = {
-         {"task", slice->task},
-         {"items", slice->items},
-         {"time",
-          std::chrono::duration_cast<std::chrono::microseconds>(slice->time).count()}};
+      auto const time =
+         std::chrono::duration_cast<std::chrono::microseconds>(slice->time);
+      gather(",\"slice\":{\"task\":", json(slice->task).dump(),
+             ",\"items\":", slice->items, ",\"time\":", time.count(), "}");
    }
-   line(record.dump());
+   gather("}\n");
+   flushIfFull();
 }
 
 void Recorder::end(uint64_t inputs) {
@@ -171,8 +185,7 @@ int64_t Recorder::now() const {
 }
 
 void Recorder::line(std::string_view text) {
-   gathered_ += text;
-   gathered_ += '\n';
+   gather(text, "\n");
    flushIfFull();
 }
 
@@ -187,16 +200,9 @@ int Recorder::writeOut() noexcept {
    if (hasFailed_) {
       gathered_.clear();
    }
-   std::string_view left = gathered_;
-   while (!left.empty()) {
-      auto const count = write(descriptor_.number(), left.data(), left.size());
-      if (count < 0 && errno != EINTR) {
-         return errno;
-      }
-      left.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
-   }
+   int const error = writeAll(descriptor_.number(), gathered_);
    gathered_.clear();
-   return 0;
+   return error;
 }
 
 } // namespace Agent

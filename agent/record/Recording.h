@@ -6,8 +6,6 @@
 #include "agent/State.h"
 #include "agent/record/StepShare.h"
 
-#include <nlohmann/json.hpp>
-
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -81,6 +79,8 @@ class Recorder {
    int64_t now() const;
    template <typename... Parts>
    void gather(Parts const&... parts);
+   template <typename Each>
+   void gatherList(auto const& items, Each const& each);
    void line(std::string_view text);
    void flushIfFull();
    int writeOut() noexcept;

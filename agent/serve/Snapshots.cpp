@@ -28,17 +28,6 @@ constexpr size_t kMostText = size_t{64} << 20;
 constexpr auto kMostTime = 60s; // then the process is given up
 constexpr int kNiceness = 10;   // what is asked never competes with what is done
 
-bool writeAll(int descriptor, std::string_view text) {
-   while (!text.empty()) {
-      auto const count = write(descriptor, text.data(), text.size());
-      if (count < 0 && errno != EINTR) {
-         return false;
-      }
-      text.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
-   }
-   return true;
-}
-
 // Of a process that was made by fork() alone: no destructor runs, and nothing that is
 // buffered is written twice.
 [[noreturn]] void answerWith(Snapshots::Question const& question, int results,
@@ -62,7 +51,7 @@ bool writeAll(int descriptor, std::string_view text) {
    } catch (std::exception const& error) {
       answer.text = error.what();
    }
-   _exit(writeAll(STDOUT_FILENO, answer.text) ? answer.status : kBadInput);
+   _exit(writeAll(STDOUT_FILENO, answer.text) == 0 ? answer.status : kBadInput);
 }
 
 } // namespace
@@ -203,7 +192,7 @@ Snapshots::Answer Snapshots::answerOfCommand(std::vector<std::string> const& arg
    Descriptor const file =
       Descriptor::made(memfd_create("input", MFD_CLOEXEC), "memfd");
    std::array<int, 2> ends{};
-   if (!writeAll(file.number(), input) || lseek(file.number(), 0, SEEK_SET) != 0 ||
+   if (writeAll(file.number(), input) != 0 || lseek(file.number(), 0, SEEK_SET) != 0 ||
        pipe2(ends.data(), O_CLOEXEC) != 0) {
       systemFailed("passing on the state");
    }

@@ -56,17 +56,6 @@ Descriptor taken(std::string const& folder) {
    return descriptor;
 }
 
-void writeAll(Descriptor const& descriptor, std::string const& file,
-              std::string_view text) {
-   while (!text.empty()) {
-      auto const count = ::write(descriptor.number(), text.data(), text.size());
-      if (count < 0 && errno != EINTR) {
-         fileFailed(file, "it cannot be written");
-      }
-      text.remove_prefix(count < 0 ? 0 : static_cast<size_t>(count));
-   }
-}
-
 // In the place of whatever stood there.
 Descriptor newFile(std::string const& file) {
    unlink(file.c_str());
@@ -157,7 +146,10 @@ void StateFolder::keep() {
 void StateFolder::write() const {
    auto const next = file() + kNext;
    auto const descriptor = newFile(next);
-   writeAll(descriptor, next, state_.outputsToJson().dump(1) + '\n');
+   auto const text = state_.outputsToJson().dump(1) + '\n';
+   if (writeAll(descriptor.number(), text) != 0) {
+      fileFailed(next, "it cannot be written");
+   }
    if (fsync(descriptor.number()) != 0 || rename(next.c_str(), file().c_str()) != 0 ||
        fsync(openFolder(folder_).number()) != 0) {
       fileFailed(file(), "it cannot be written");
