@@ -177,6 +177,14 @@ function(mcast_test name)
     PROPERTIES TIMEOUT ${timeout} LABELS ${name})
 endfunction()
 
+# mcast_runs_agent(<test program>): it starts the agent, in the folder of the sources.
+function(mcast_runs_agent target)
+  target_compile_definitions(${target} PRIVATE
+    AGENT_PROGRAM="$<TARGET_FILE:mcastvpn-agent>"
+    SOURCE_FOLDER="${PROJECT_SOURCE_DIR}")
+  add_dependencies(${target} mcastvpn-agent)
+endfunction()
+
 # mcast_begins_early(<test>): one of half a minute and more is not to be the last one,
 # which has the cores for itself.
 function(mcast_begins_early test)
