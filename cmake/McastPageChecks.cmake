@@ -42,6 +42,7 @@ mcast_package_test(Packages.NeedNothingForTheLibraryButItsRuntime dependencies)
 mcast_package_test(Packages.AreInstalledIntoABareDebian install)
 mcast_package_test(Packages.PlayTheDemonstration demo)
 mcast_package_test(Packages.BringManualPagesAndCompletions pages)
+mcast_package_test(Packages.BringAServiceThatSystemdKeepsRunning unit)
 mcast_package_test(Packages.AreWhatAConsumerIsCompiledAgainst consumer)
 mcast_package_test(Packages.LeaveNothingWhenTheyAreRemoved remove)
 set_tests_properties(Packages.AreInstalledIntoABareDebian
@@ -49,6 +50,7 @@ set_tests_properties(Packages.AreInstalledIntoABareDebian
 set_tests_properties(
   Packages.PlayTheDemonstration
   Packages.BringManualPagesAndCompletions
+  Packages.BringAServiceThatSystemdKeepsRunning
   Packages.AreWhatAConsumerIsCompiledAgainst
   PROPERTIES FIXTURES_REQUIRED installed)
 set_tests_properties(Packages.LeaveNothingWhenTheyAreRemoved

@@ -24,7 +24,7 @@ bench_packages=(libbenchmark-dev libabsl-dev libboost-dev libspdlog-dev
    libsqlite3-dev valgrind)
 checks_packages=(cppcheck gcovr python3 valgrind)
 packages_packages=(scdoc man-db zsh dpkg-dev lintian abigail-tools xz-utils debootstrap
-   systemd)
+   systemd procps)
 docs_packages=(doxygen graphviz python3)
 browser_packages=(chromium fonts-dejavu-core)
 mutation_packages=(python3 python3-clang-19)

@@ -297,6 +297,10 @@ TEST_F(Record, WhatIsNoRecordingIsRefusedWithItsLine) {
    EXPECT_THAT(refusal(header + R"({"t":1,"play":{"host":"jump"}})"
                                 "\n"),
                HasSubstr("recording.jsonl:2: "));
+   EXPECT_THAT(refusal(header + R"({"t":1,"play":)" + std::string(1000, '[') +
+                       std::string(1000, ']') + "}\n"),
+               AllOf(HasSubstr("recording.jsonl:2: "),
+                     HasSubstr("nested deeper than 64 levels")));
 }
 
 TEST_F(Record, IsTakenFromAPipeAsOtherFilesAre) {

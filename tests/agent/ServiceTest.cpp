@@ -66,6 +66,17 @@ class Service : public WatchingAgent {
  protected:
    std::string socketPath() const { return folder_.file("notify"); }
    std::string kept() const { return folder_.file("kept/outputs.json"); }
+   // Whether this comes to stand among the outputs that are kept.
+   bool isKept(std::string const& text) const {
+      auto const end = std::chrono::steady_clock::now() + 60s;
+      while (readText(kept()).find(text) == std::string::npos) {
+         if (std::chrono::steady_clock::now() > end) {
+            return false;
+         }
+         std::this_thread::sleep_for(10ms);
+      }
+      return true;
+   }
 };
 
 } // namespace
@@ -150,11 +161,7 @@ TEST_F(Service, KeepsItsOutputsWhileItRuns) {
    start({"--state-dir", folder_.file("kept")});
    nextDocument();
    replace(transitState({10, 20}));
-   auto const end = std::chrono::steady_clock::now() + 60s;
-   while (readText(kept()).find("Vlan20") == std::string::npos) {
-      ASSERT_LT(std::chrono::steady_clock::now(), end);
-      std::this_thread::sleep_for(10ms);
-   }
+   ASSERT_TRUE(isKept("Vlan20"));
    EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
    auto const kept = json::parse(readText(this->kept()));
    EXPECT_TRUE(kept.at("transitIntfColl").at("intf").contains("Vlan10"));
@@ -165,6 +172,22 @@ TEST_F(Service, KeepsItsOutputsWhileItRuns) {
    EXPECT_EQ(stop(), 0);
    // Nothing that stood there was written again.
    EXPECT_THAT(readText(recording), HasSubstr(R"("writes":0})"));
+}
+
+TEST_F(Service, KeepsWhatStoodThereWhileTheDiskIsFull) {
+   write(transitState({10}));
+   start({"--state-dir", folder_.file("kept")});
+   nextDocument();
+   ASSERT_TRUE(isKept("Vlan10"));
+   auto const before = readText(kept());
+   agent_->mostFileSizeIs(1);
+   replace(transitState({10, 20}));
+   EXPECT_TRUE(messages_->nextWith(kept() + ".next: it cannot be written: "
+                                            "File too large"));
+   EXPECT_EQ(readText(kept()), before);
+   agent_->mostFileSizeIs(RLIM_INFINITY);
+   EXPECT_TRUE(isKept("Vlan20")) << "it is tried again";
+   EXPECT_EQ(stop(), 0);
 }
 
 TEST_F(Service, TellsOfOutputsInALaterState) {

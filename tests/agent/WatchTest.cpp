@@ -274,20 +274,25 @@ TEST_F(Watch, AReaderWhoReadsLateGetsEveryLine) {
 }
 
 TEST_F(Watch, AReaderOfMessagesWhoDoesNotReadHoldsUpNothing) {
-   write(transitState({}));
-   start({"--trace", "all"});
-   auto outputs = nextDocument();
-   // Of each of these much more is traced than a pipe takes, and than is kept.
-   for (auto const& state :
-        {manyTransitVlans(1000), transitState({10}), manyTransitVlans(999)}) {
-      replace(state);
-      std::vector<json> operations;
-      follow(outputs, operations);
+   // The journal of a system is a socket.
+   for (auto const streams : {Pipe::Kind::pipe, Pipe::Kind::sockets}) {
+      SCOPED_TRACE(streams == Pipe::Kind::pipe ? "pipes" : "sockets");
+      streams_ = streams;
+      write(transitState({}));
+      start({"--trace", "all"});
+      auto outputs = nextDocument();
+      // Of each of these much more is traced than a pipe takes, and than is kept.
+      for (auto const& state :
+           {manyTransitVlans(1000), transitState({10}), manyTransitVlans(999)}) {
+         replace(state);
+         std::vector<json> operations;
+         follow(outputs, operations);
+      }
+      EXPECT_TRUE(messages_->nextWith("standard error: nobody read it; "));
+      agent_->signal(SIGTERM);
+      EXPECT_TRUE(messages_->nextWith("0 refused"));
+      EXPECT_EQ(agent_->status(), 0);
    }
-   EXPECT_TRUE(messages_->nextWith("standard error: nobody read it; "));
-   agent_->signal(SIGTERM);
-   EXPECT_TRUE(messages_->nextWith("0 refused"));
-   EXPECT_EQ(agent_->status(), 0);
 }
 
 TEST_F(Watch, WhatWasKeptForAReaderComesInItsOrder) {

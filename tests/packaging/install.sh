@@ -9,6 +9,7 @@ set -euo pipefail
 
 base=$BUILD/root-base # what debootstrap made; kept, since it takes its time
 root=$BUILD/root
+extra=man-db,bash-completion,zsh,systemd,dbus # what our packages go along with
 arch=$(dpkg --print-architecture)
 
 fail() { echo "$*" >&2; exit 1; }
@@ -35,6 +36,42 @@ prints() { # expected command...
    shift
    printed=$("$@") || fail "$* ended with status $?"
    [ "$printed" = "$expected" ] || fail "$* printed: $printed"
+}
+
+becomes() { # expected command...
+   local expected=$1 printed
+   shift
+   for _ in $(seq 300); do
+      printed=$("$@" 2>&1) || true
+      [ "$printed" != "$expected" ] || return 0
+      sleep 0.1
+   done
+   fail "$* printed: $printed"
+}
+
+# Starts a systemd in the other root, which goes when this script does.
+boot() {
+   unshare -fpmiuC --kill-child "$SOURCE/tests/packaging/boot.sh" "$root" \
+      >"$BUILD/boot.log" 2>&1 &
+   namespaces=$!
+   trap 'kill -KILL "$namespaces"' EXIT
+   until systemd=$(pgrep -x -P "$namespaces" systemd); do
+      kill -0 "$namespaces" 2>/dev/null || skip "$(tail -n 1 "$BUILD/boot.log")"
+      sleep 0.1
+   done
+   becomes running has_booted
+}
+# Runs a command beside it.
+within() {
+   nsenter -m -p -i -u -C -r -w -t "$systemd" /usr/bin/env -i \
+      PATH=/usr/bin:/bin:/usr/sbin:/sbin LC_ALL=C.UTF-8 "$@"
+}
+has_booted() { within systemctl is-system-running | sed s/degraded/running/; }
+property() { within systemctl show -P "$1" mcastvpn-agent; }
+said() { within journalctl -q -o cat -u mcastvpn-agent | grep -cF "$1"; }
+# How many outputs there are of which nothing was written.
+untouched() {
+   within mcastvpn-agent ctl stats | grep -cE '^  (.*_intf|join_level) +0 +0 +0$'
 }
 
 case $1 in
@@ -71,11 +108,11 @@ case $1 in
    install)
       command -v debootstrap >/dev/null || skip "there is no debootstrap"
       [ "$(id -u)" -eq 0 ] || skip "only root may enter another root"
-      if [ ! -e "$base/complete" ]; then
+      if [ "$(cat "$base/complete" 2>/dev/null)" != "$extra" ]; then
          rm -rf "$base"
-         debootstrap --variant=minbase --include=man-db,bash-completion,zsh \
+         debootstrap --variant=minbase --include="$extra" \
             "$(release)" "$base" "$(mirror)"
-         touch "$base/complete"
+         echo "$extra" >"$base/complete"
       fi
       rm -rf "$root"
       cp -a "$base" "$root"
@@ -119,6 +156,44 @@ case $1 in
          autoload -Uz compinit
          compinit -D
          print $_comps[mcastvpn-agent]'
+      ;;
+
+   # The service under a systemd of its own, with all that the unit shuts it in with.
+   unit)
+      [ -e "$root/packages" ] || skip "nothing is installed"
+      rm -rf "$root/var/log/journal" # of another start
+      mkdir -p "$root/etc/mcastvpn-agent"
+      cp "$SOURCE/examples/minimal.jsonc" "$root/etc/mcastvpn-agent/state.jsonc"
+      boot
+      within systemctl start mcastvpn-agent
+      prints 'active' property ActiveState
+      prints 'ready: 1 transit VLAN' property StatusText
+      within mcastvpn-agent ctl show | grep -F 'Vlan10             10.0.0.100'
+
+      within sed -i s/10.0.0.100/10.0.0.200/ /etc/mcastvpn-agent/state.jsonc
+      becomes 1 said 'replace /transitIntfColl/intf/Vlan10/ipAddr "10.0.0.200"'
+      within systemctl reload mcastvpn-agent
+      becomes 1 said '0 changes of the inputs'
+
+      # One that was killed starts over what it kept, and writes none of it again.
+      becomes 1 within grep -c 10.0.0.200 /var/lib/mcastvpn-agent/outputs.json
+      within systemctl kill -s KILL mcastvpn-agent
+      becomes 1 property NRestarts
+      becomes 'ready: 1 transit VLAN' property StatusText
+      prints 5 untouched
+
+      # One that hangs is ended by its watchdog, and started again.
+      within sh -c 'kill -STOP "$(systemctl show -P MainPID mcastvpn-agent)"'
+      becomes watchdog property Result
+      within systemctl kill -s CONT mcastvpn-agent
+      becomes 2 property NRestarts
+      becomes 'ready: 1 transit VLAN' property StatusText
+
+      within systemctl stop mcastvpn-agent
+      prints 'inactive' property ActiveState
+      prints 'success' property Result
+      prints 1 within grep -c Vlan10 /var/lib/mcastvpn-agent/outputs.json
+      within rm -r /etc/mcastvpn-agent /var/lib/mcastvpn-agent/outputs.json
       ;;
 
    # A program that is compiled against what is installed, and runs there.

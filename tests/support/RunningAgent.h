@@ -4,6 +4,8 @@
 
 #include <fcntl.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,11 +22,17 @@
 
 namespace TestSupport {
 
-// A pipe; each end is closed once.
+// A pipe, or two sockets that are connected; each end is closed once.
 class Pipe {
  public:
-   Pipe() {
-      if (pipe2(ends_.data(), O_CLOEXEC) != 0) {
+   enum class Kind { pipe, sockets };
+
+   explicit Pipe(Kind kind = Kind::pipe) {
+      int const error =
+         kind == Kind::pipe
+            ? pipe2(ends_.data(), O_CLOEXEC)
+            : socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends_.data());
+      if (error != 0) {
          std::abort();
       }
    }
@@ -114,6 +122,11 @@ class RunningAgent {
    }
 
    void signal(int number) const { kill(child_, number); }
+   // What it writes to files fails from there on, as if a disk were full.
+   void mostFileSizeIs(rlim_t bytes) const {
+      rlimit const limit{bytes, RLIM_INFINITY};
+      prlimit(child_, RLIMIT_FSIZE, &limit, nullptr);
+   }
    // The processes that it has made and that are there yet.
    std::vector<pid_t> children() const {
       auto const number = std::to_string(child_);

@@ -30,8 +30,8 @@ class WatchingAgent : public testing::Test {
       }
       arguments.insert(arguments.end(), options.begin(), options.end());
       arguments.push_back(file());
-      out_.emplace();
-      err_.emplace();
+      out_.emplace(streams_);
+      err_.emplace(streams_);
       agent_.emplace(
          arguments,
          RunningAgent::Streams{-1, out_->writing(), err_->writing(), terminal_},
@@ -64,6 +64,7 @@ class WatchingAgent : public testing::Test {
 
    TemporaryFolder folder_;
    std::string terminal_; // that controls the agent; none if empty
+   Pipe::Kind streams_ = Pipe::Kind::pipe;
    std::optional<Pipe> out_;
    std::optional<Pipe> err_;
    std::optional<RunningAgent> agent_;
