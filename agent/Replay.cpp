@@ -167,8 +167,7 @@ class RecordingPlayer {
          requireResults();
       }
       if (auto const note = playback_.noteOnEnd(); !note.empty()) {
-         flushResults();
-         fmt::print(stderr, "{}", note);
+         printMessage(note);
       }
       int const status = lane_.end();
       return difference_.isFound() ? kTestFailed : status;
@@ -186,8 +185,7 @@ class RecordingPlayer {
       lane_.play(step.line, *checked, step.text);
       if (auto const text = difference_.compare(step, lane_.takeWrites());
           !text.empty()) {
-         flushResults();
-         fmt::print(stderr, "{}", text);
+         printMessage(text);
       }
    }
 

@@ -79,6 +79,11 @@ void flushResults() {
    writeOut();
 }
 
+void printMessage(std::string_view text) {
+   flushResults();
+   static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
+}
+
 void requireResults() {
    if (failure != 0 || std::ferror(stdout) != 0 || !std::cout.good()) {
       resultsFailed(failure);

@@ -18,6 +18,9 @@ void prepareStreams();
 void print(std::string_view text);
 // Writes out what was printed.
 void flushResults();
+// Prints to standard error, after the results that came before. What cannot be written
+// there changes nothing else.
+void printMessage(std::string_view text);
 
 // InputError if something could not be written since the process began: nobody will see
 // what else there is to print.

@@ -143,9 +143,8 @@ void TwoMachines::compareNow(std::string const& where) {
 
 void TwoMachines::complain(std::string const& where, std::string const& what) {
    ++errors_;
-   flushResults();
-   fmt::print(stderr, "mcastvpn-agent: {}{}; there is no known reason\n", where,
-              Pelk::printable(what));
+   printMessage(fmt::format("mcastvpn-agent: {}{}; there is no known reason\n", where,
+                            Pelk::printable(what)));
 }
 
 std::vector<TwoMachines::Count> TwoMachines::reasons() const {

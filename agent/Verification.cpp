@@ -64,9 +64,8 @@ void Verification::compare(std::string const& where, std::string const& stall) {
 }
 
 void Verification::say(std::string const& text) const {
-   flushResults();
-   fmt::print(stderr, "mcastvpn-agent: --verify: {}{}{}\n", machine_,
-              machine_.empty() ? "" : ": ", text);
+   printMessage(fmt::format("mcastvpn-agent: --verify: {}{}{}\n", machine_,
+                            machine_.empty() ? "" : ": ", text));
 }
 
 void Verification::report(std::string const& where,

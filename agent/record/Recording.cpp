@@ -66,20 +66,19 @@ std::string keepRecording(std::string const& file) {
    }
    // Of what a link leads to, which stays where it is.
    auto const stands = std::filesystem::canonical(file, isNot).string();
-   for (int number = 1; number <= kMostKept; ++number) {
-      auto kept = fmt::format("{}.{}", stands, number);
-      if (renameat2(AT_FDCWD, stands.c_str(), AT_FDCWD, kept.c_str(),
-                    RENAME_NOREPLACE) == 0) {
-         return location(file, 0) + "what stood here is kept as " + kept;
-      }
-      if (errno != EEXIST) {
+   auto const kept = [&](int number) { return fmt::format("{}.{}", stands, number); };
+   int last = 1; // the first that is free, or the oldest
+   while (last < kMostKept && std::filesystem::exists(kept(last), isNot)) {
+      ++last;
+   }
+   for (int number = last; number > 0; --number) {
+      auto const from = number == 1 ? stands : kept(number - 1);
+      if (std::rename(from.c_str(), kept(number).c_str()) != 0) {
          throw InputError(location(file, 0) + "what stands here cannot be kept as " +
-                          kept + ": " + std::generic_category().message(errno));
+                          kept(1) + ": " + std::generic_category().message(errno));
       }
    }
-   return fmt::format(
-      "{}what stood here is replaced, as {}.1 to .{} stand there already",
-      location(file, 0), stands, kMostKept);
+   return location(file, 0) + "what stood here is kept as " + kept(1);
 }
 
 Recorder::Recorder(std::string file, Options const& options, State const& state)

@@ -74,6 +74,10 @@ class Recorder {
    void end(uint64_t inputs);
    // What was recorded is in the file then.
    void flush();
+   // When the process aborts, wherever it is: may be called by a signal handler.
+   void rescue() const noexcept {
+      static_cast<void>(writeAll(descriptor_.number(), gathered_));
+   }
 
  private:
    int64_t now() const;

@@ -5,6 +5,7 @@
 #include "agent/ExitStatus.h"
 #include "agent/HostLine.h"
 #include "agent/OutOfMemory.h"
+#include "agent/Streams.h"
 #include "agent/observe/Names.h"
 
 #include <fmt/format.h>
@@ -62,14 +63,14 @@ int Rerun::play(Told const& told) {
       auto const text = difference_.compare(*recorded, writes_);
       writes_.clear();
       if (!text.empty()) {
-         fmt::print(stderr, "{}", text);
+         printMessage(text);
          return kTestFailed;
       }
       if (told) {
          told(step);
       }
    }
-   fmt::print(stderr, "{}", playback_.noteOnEnd());
+   printMessage(playback_.noteOnEnd());
    return kFine;
 }
 

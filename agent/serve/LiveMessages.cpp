@@ -1,12 +1,17 @@
 #include "agent/serve/LiveMessages.h"
 
+#include "agent/Streams.h"
+
 #include <fmt/format.h>
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <csignal>
+#include <utility>
 
 namespace Agent {
 
@@ -14,20 +19,38 @@ namespace {
 
 constexpr size_t kNoteBytes = 128;
 
+// In a process that answers something, which has the standard streams alone, and is not
+// waited for.
+void printInOther(std::string_view text) {
+   while (!text.empty()) {
+      pollfd wanted{STDERR_FILENO, POLLOUT, 0};
+      constexpr auto kPatience = static_cast<int>(Outlet::kPatience.count());
+      auto const count =
+         poll(&wanted, 1, kPatience) > 0
+            ? write(STDERR_FILENO, text.data(), std::min(text.size(), size_t{PIPE_BUF}))
+            : -1;
+      if (count <= 0) {
+         return;
+      }
+      text.remove_prefix(static_cast<size_t>(count));
+   }
+}
+
 // Whose messages a process that aborts writes.
 LiveMessages* live = nullptr;
 
 } // namespace
 
 void say(std::string_view text) {
-   fmt::print(stderr, "mcastvpn-agent: {}\n", text);
+   printMessage(fmt::format("mcastvpn-agent: {}\n", text));
 }
 
 // Standard error is replaced as the C library knows it, so that nobody who prints has
 // to know of this. Its memory is taken before there is none left, which is told here,
 // too.
-LiveMessages::LiveMessages(EventLoop& loop)
-   : stream_(loop, STDERR_FILENO, kMost, [](int) {}), owner_(getpid()),
+LiveMessages::LiveMessages(EventLoop& loop, std::function<void()> rescue)
+   : stream_(loop, STDERR_FILENO, kMost, [](int) {}), rescue_(std::move(rescue)),
+     owner_(getpid()),
      file_(fopencookie(this, "w", {nullptr, &LiveMessages::printed, nullptr, nullptr})),
      before_(stderr) {
    if (!file_) {
@@ -48,9 +71,9 @@ LiveMessages::~LiveMessages() {
       live = nullptr;
       Pelk::Trace::sinkIs(traceBefore_);
       stderr = before_;
-      stream_.write(LiveStream::kPatienceAtEnd);
+      stream_.finish();
       tellOfLeftOut();
-      stream_.write(LiveStream::kPatienceAtEnd);
+      stream_.finish();
    }
 }
 
@@ -61,8 +84,7 @@ ssize_t LiveMessages::printed(void* self, char const* text, size_t size) {
 
 void LiveMessages::print(std::string_view text) {
    if (getpid() != owner_) {
-      // A process that answers something waits for nobody, and has nothing kept.
-      static_cast<void>(stream_.outlet().write(text, LiveStream::kPatienceAtEnd));
+      printInOther(text);
       return;
    }
    if (!stream_.hasRoomFor(text.size() + kNoteBytes)) {
@@ -98,8 +120,8 @@ void LiveMessages::tellOfLeftOut() {
 // What stands there is written without being touched: it may be in any state but empty.
 void LiveMessages::aborting(int signal) {
    if (live != nullptr && getpid() == live->owner_) {
-      static_cast<void>(live->stream_.outlet().write(live->stream_.kept(),
-                                                     LiveStream::kPatienceAtEnd));
+      live->rescue_();
+      static_cast<void>(live->stream_.outlet().writeAtEnd(live->stream_.kept()));
    }
    // By itself that ends the process where abort() was called, and nowhere else.
    static_cast<void>(std::signal(signal, SIG_DFL));

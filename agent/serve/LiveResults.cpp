@@ -1,13 +1,12 @@
 #include "agent/serve/LiveResults.h"
 
+#include "agent/BadInput.h"
 #include "agent/Streams.h"
 #include "agent/serve/LiveMessages.h"
 
 #include <unistd.h>
 
 #include <fmt/format.h>
-
-#include <cerrno>
 
 namespace Agent {
 
@@ -23,6 +22,13 @@ void LiveResults::print(std::string_view text) {
    stream_.keep(text);
 }
 
+void LiveResults::turnEnd() {
+   stream_.turnEnd();
+   if (stream_.kept().empty()) {
+      tellOfLeftOut();
+   }
+}
+
 void LiveResults::tellOfLeftOut() {
    if (leftOut_ != 0) {
       say(fmt::format("standard output: nobody read the results; {} of them were left "
@@ -34,9 +40,11 @@ void LiveResults::tellOfLeftOut() {
 
 void LiveResults::finish() {
    tellOfLeftOut();
-   stream_.write(LiveStream::kPatienceAtEnd);
+   stream_.finish();
    if (!stream_.kept().empty()) {
-      resultsFailed(ETIMEDOUT);
+      throw InputError(
+         "standard output: nobody reads the results; the last of them were "
+         "left out");
    }
 }
 

@@ -19,7 +19,7 @@ class LiveResults {
    void print(std::string_view text);
    // To be called at the end of each turn of the loop: writes what is kept. InputError
    // if it cannot be written, here and below.
-   void turnEnd() { stream_.turnEnd(); }
+   void turnEnd();
 
    // Writes what is kept, as long as somebody takes it. InputError if nobody does.
    void finish();

@@ -12,16 +12,15 @@ void LiveStream::keep(std::string_view text) {
    kept_ += text;
 }
 
-void LiveStream::write(std::chrono::milliseconds patience) {
-   auto const result = outlet_.write(kept(), patience);
-   written_ += result.bytes;
+void LiveStream::took(Outlet::Written const& written) {
+   written_ += written.bytes;
    // What was written is given up when it is the most of it, or all.
-   if (result.error != 0 || written_ > kept_.size() / 2) {
-      kept_.erase(0, result.error != 0 ? kept_.size() : written_);
+   if (written.error != 0 || written_ > kept_.size() / 2) {
+      kept_.erase(0, written.error != 0 ? kept_.size() : written_);
       written_ = 0;
    }
-   if (result.error != 0) {
-      failed_(result.error);
+   if (written.error != 0) {
+      failed_(written.error);
    }
 }
 

@@ -3,7 +3,6 @@
 #include "agent/serve/EventLoop.h"
 #include "agent/serve/Outlet.h"
 
-#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -21,9 +20,6 @@ class LiveStream {
    // wrong; what was kept is given up before.
    using Failed = std::function<void(int error)>;
 
-   // How long a reader is waited for when there is no later.
-   static constexpr std::chrono::milliseconds kPatienceAtEnd{1000};
-
    // most: how many bytes are kept.
    LiveStream(EventLoop& loop, int descriptor, size_t most, Failed failed);
 
@@ -39,13 +35,17 @@ class LiveStream {
 
    // Keeps a text to be written next. Requires room for it.
    void keep(std::string_view text);
-   // Writes of what is kept what is taken within that time.
-   void write(std::chrono::milliseconds patience = {});
+   // Writes of what is kept what is taken at once.
+   void write() { took(outlet_.write(kept())); }
+   // When there is no later: writes as Outlet::writeAtEnd() does.
+   void finish() { took(outlet_.writeAtEnd(kept())); }
    // To be called at the end of each turn of the loop: what is left is written as soon
    // as it is taken.
    void turnEnd();
 
  private:
+   void took(Outlet::Written const& written);
+
    EventLoop& loop_;
    int const descriptor_;
    size_t const most_;

@@ -58,11 +58,40 @@ ssize_t Outlet::writePart(std::string_view text) const noexcept {
       case Kind::socket:
          return send(descriptor_, text.data(), part, MSG_DONTWAIT | MSG_NOSIGNAL);
       case Kind::pipeOrTerminal:
-         return ::write(own_ ? own_.number() : descriptor_, text.data(), part);
+         return own_ ? ::write(own_.number(), text.data(), part)
+                     : writeShared(text.substr(0, part));
       case Kind::file:
          break;
    }
    return ::write(descriptor_, text.data(), text.size());
+}
+
+// A terminal that another user has opened: others share its description, and are not to
+// find it changed for longer than this takes.
+ssize_t Outlet::writeShared(std::string_view text) const noexcept {
+   int const flags = fcntl(descriptor_, F_GETFL);
+   fcntl(descriptor_, F_SETFL, flags | O_NONBLOCK);
+   auto const count = ::write(descriptor_, text.data(), text.size());
+   int const error = errno;
+   fcntl(descriptor_, F_SETFL, flags);
+   errno = error;
+   return count;
+}
+
+Outlet::Written Outlet::writeAtEnd(std::string_view text) const noexcept {
+   constexpr size_t kMegabyte = size_t{1} << 20;
+   auto const end = Clock::now() +
+                    kPatience * static_cast<int64_t>(10 + 10 * text.size() / kMegabyte);
+   Written all{0, 0};
+   while (all.bytes < text.size() && all.error == 0 && Clock::now() < end) {
+      auto const part = write(text.substr(all.bytes, kMegabyte), kPatience);
+      if (part.bytes == 0 && part.error == 0) {
+         break;
+      }
+      all.bytes += part.bytes;
+      all.error = part.error;
+   }
+   return all;
 }
 
 Outlet::Written Outlet::write(std::string_view text,

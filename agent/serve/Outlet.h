@@ -22,15 +22,24 @@ class Outlet {
       size_t bytes; // of the text, from its beginning
       int error;    // that kept the rest from being written; 0 for none
    };
-   // Writes as much of the text as is taken within that time, all in all. Allocates
-   // nothing, and may be called by a signal handler.
-   Written write(std::string_view text,
-                 std::chrono::milliseconds patience) const noexcept;
+   // Writes as much of the text as is taken without a pause. Allocates nothing, and may
+   // be called by a signal handler, as all here.
+   Written write(std::string_view text) const noexcept { return write(text, {}); }
+   // When there is no later: goes on as long as the reader takes something each second,
+   // in all ten seconds, and ten more for each MiB.
+   Written writeAtEnd(std::string_view text) const noexcept;
+
+   // How long a reader is waited for when there is no later.
+   static constexpr std::chrono::milliseconds kPatience{1000};
 
  private:
    enum class Kind { file, pipeOrTerminal, socket };
 
+   // Waits so long for a reader who takes nothing.
+   Written write(std::string_view text,
+                 std::chrono::milliseconds patience) const noexcept;
    ssize_t writePart(std::string_view text) const noexcept;
+   ssize_t writeShared(std::string_view text) const noexcept;
 
    static Kind kindOf(int descriptor);
 

@@ -29,8 +29,10 @@ using namespace std::chrono_literals;
 // Changes come together.
 constexpr auto kGathering = 100ms;
 constexpr auto kNextWrite = 5s;
-// Behind the name of a file that is not whole yet.
+// Behind the name of a file that is not whole yet: that of another process, and of this
+// one at its end.
 constexpr char const* kNext = ".next";
+constexpr char const* kLast = ".last";
 
 [[noreturn]] void fileFailed(std::string const& file, std::string const& what) {
    throw InputError(location(file, 0) + what + ": " +
@@ -125,13 +127,13 @@ void StateFolder::keep() {
    isChanged_ = false;
    snapshots_.ask(
       [this]() -> Snapshots::Answer {
-         write();
+         write(kNext);
          return {kFine, {}};
       },
       [this](Snapshots::Answer const& answer) {
          isKeeping_ = false;
          if (answer.status != kFine) {
-            say(answer.text);
+            say(location(file(), 0) + "the outputs could not be kept: " + answer.text);
             isChanged_ = true;
          }
          if (isChanged_) {
@@ -143,8 +145,8 @@ void StateFolder::keep() {
 }
 
 // What is there is whole at any time: a process may be killed, a system may fail.
-void StateFolder::write() const {
-   auto const next = file() + kNext;
+void StateFolder::write(char const* draft) const {
+   auto const next = file() + draft;
    auto const descriptor = newFile(next);
    auto const text = state_.outputsToJson().dump(1) + '\n';
    if (writeAll(descriptor.number(), text) != 0) {
@@ -158,8 +160,8 @@ void StateFolder::write() const {
 
 void StateFolder::finish() {
    timer_.unset();
-   snapshots_.giveUp();
-   write();
+   snapshots_.giveUp(); // and goes when it goes, so it may be at its draft yet
+   write(kLast);
 }
 
 } // namespace Agent

@@ -37,7 +37,7 @@ class StateFolder {
  private:
    std::string file() const { return folder_ + "/outputs.json"; }
    void keep();
-   void write() const;
+   void write(char const* draft) const;
 
    std::string const folder_;
    State const& state_;

@@ -96,6 +96,7 @@ class Watch {
          loop_.run();
          return end();
       } catch (...) {
+         endRecording();
          keepOutputs();
          throw;
       }
@@ -202,6 +203,7 @@ class Watch {
 
    // A piece of what is to be done, and whether there is more.
    bool work() {
+      Doing const doing("running the machine over", options_.state.c_str());
       bool isMore = feed_->publish(kChangesATurn);
       for (auto const& machine : machines_) {
          isMore = machine->host.slice(1) != 0 || isMore;
@@ -265,6 +267,7 @@ class Watch {
 
    // Something new stands in the file.
    void read() {
+      Doing const doing("reading", options_.state.c_str());
       file_->seen();
       auto const before = feed_->document();
       try {
@@ -318,17 +321,21 @@ class Watch {
       }
    }
 
+   void endRecording() {
+      if (recorder_) {
+         recorder_->end(machines_[0]->host.provenance()->last().number);
+      }
+   }
+
    int end() {
       supervisor_->stopping();
       answers_.reset();
       int status = twoMachines_ ? twoMachines_->status() : kFine;
       for (auto const& machine : machines_) {
          machine->host.stop();
-         if (recorder_) {
-            recorder_->end(machine->host.provenance()->last().number);
-         }
          status = machine->host.verified() == 0 ? status : kDisagrees;
       }
+      endRecording();
       keepOutputs();
       say(fmt::format("{}, {} of inputs, {} of outputs; {} refused",
                       numbered(documents_, "new document"),
@@ -341,9 +348,14 @@ class Watch {
    std::string const where_;
    WantedSignals const signals_;
    EventLoop loop_;
-   LiveMessages messages_{loop_}; // of all that follows, until it is gone
-   LiveResults results_{loop_};
    std::unique_ptr<Recorder> recorder_; // of the one machine
+   // Of all that follows, until it is gone.
+   LiveMessages messages_{loop_, [this] {
+                             if (recorder_) {
+                                recorder_->rescue();
+                             }
+                          }};
+   LiveResults results_{loop_};
    std::vector<std::unique_ptr<Machine>> machines_;
    std::optional<TwoMachines> twoMachines_;
    std::unique_ptr<Feed> feed_;

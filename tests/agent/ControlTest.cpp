@@ -1,3 +1,5 @@
+#include "support/LineReader.h"
+#include "support/RunningAgent.h"
 #include "support/TransitState.h"
 #include "support/UnixSocket.h"
 #include "support/WatchingAgent.h"
@@ -7,11 +9,14 @@
 #include <poll.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <thread>
 
@@ -36,6 +41,17 @@ class Control : public WatchingAgent {
       ASSERT_TRUE(nextDocument().is_object());
    }
    json ask(json const& question) const { return UnixClient(path()).ask(question); }
+   // Whether there come to be so many transit VLANs.
+   bool comesTo(int vlans) const {
+      auto const end = std::chrono::steady_clock::now() + 60s;
+      while (ask({{"ask", "stats"}}).at("answer").at("transitVlans") != vlans) {
+         if (std::chrono::steady_clock::now() > end) {
+            return false;
+         }
+         std::this_thread::sleep_for(10ms);
+      }
+      return true;
+   }
    // Whether there is such a process that has not ended.
    static bool isRunning(pid_t process) {
       auto const status = readText("/proc/" + std::to_string(process) + "/status");
@@ -92,6 +108,18 @@ TEST_F(Control, ExplainsAsExplainDoes) {
    EXPECT_THAT(text.out, HasSubstr("VLAN 20"));
 }
 
+TEST_F(Control, ExplainsWhichChangeWroteAnOutput) {
+   startOver(transitState({10}));
+   replace(transitState({10, 20}));
+   while (nextDocument().value("path", "") != "/transitIntfColl/intf/Vlan20") {
+   }
+   auto const* const change = "written by change 3: add /vtiStatusDir/";
+   EXPECT_THAT(ctl({"explain", "--vlan", "20"}).out, HasSubstr(change));
+   auto const answer = json::parse(ctl({"explain", "--vlan", "20", "--json"}).out);
+   EXPECT_THAT(answer.dump(), HasSubstr("vrfToSBDVlan/vrf-20"));
+   EXPECT_THAT(ctl({"explain", "--vlan", "10"}).out, testing::Not(HasSubstr(change)));
+}
+
 TEST_F(Control, PlansWhatAStartWouldDo) {
    startOver(transitState({10, 20}));
    auto const plan = ctl({"plan"});
@@ -145,6 +173,49 @@ TEST_F(Control, GoesOnWithTheTraceForWhoFollows) {
       text = record.at("trace").at("text");
       EXPECT_THAT(text, HasSubstr("4000"));
    }
+}
+
+TEST_F(Control, ShowsTheTraceToWhoFollowsAsItGoesOn) {
+   startOver(transitState({10}));
+   for (auto const* form : {"", "--json"}) {
+      SCOPED_TRACE(form);
+      std::vector<std::string> arguments{"ctl", "trace", "--follow", "--control",
+                                         path()};
+      if (*form != '\0') {
+         arguments.emplace_back(form);
+      }
+      Pipe out;
+      RunningAgent follower(arguments, {-1, out.writing(), -1});
+      out.closeWriting();
+      LineReader lines(out.reading());
+      // Until one comes of a change that was made after he began to follow.
+      std::optional<std::string> line;
+      for (int vlan = 11; vlan < 311 && !line; ++vlan) {
+         replace(transitState({10, vlan}));
+         line = lines.next(200ms);
+      }
+      ASSERT_TRUE(line);
+      EXPECT_THAT(*line, HasSubstr(*form == '\0' ? "Z  " : R"({"trace":{"number":)"));
+      follower.signal(SIGINT);
+      EXPECT_EQ(follower.status(), 128 + SIGINT);
+   }
+}
+
+TEST_F(Control, TellsWhoFollowsTooSlowlyWhatHeMissed) {
+   startOver(transitState({}));
+   UnixClient slow(path());
+   EXPECT_EQ(slow.ask({{"ask", "trace"}, {"follow", true}}).at("status"), 0);
+   // Much more is traced than the socket holds and than the ring does.
+   for (int const vlans : {4094, 0, 4093, 0, 4092}) {
+      replace(manyTransitVlans(vlans));
+      ASSERT_TRUE(comesTo(vlans)) << "nobody waited for him";
+   }
+   auto line = slow.next();
+   while (line.contains("trace")) {
+      line = slow.next();
+   }
+   EXPECT_GT(line.value("missed", 0), 0) << line;
+   EXPECT_TRUE(slow.next().contains("trace"));
 }
 
 TEST_F(Control, VerifiesTheOutputs) {
@@ -304,13 +375,36 @@ TEST_F(Control, TheMachineGoesOnWhileNobodyReadsTheResults) {
    startOver(manyTransitVlans(3));
    for (int const vlans : {1500, 3, 1499, 2}) {
       replace(manyTransitVlans(vlans));
-      auto const end = std::chrono::steady_clock::now() + 60s;
-      while (ask({{"ask", "stats"}}).at("answer").at("transitVlans") != vlans) {
-         ASSERT_LT(std::chrono::steady_clock::now(), end);
-         std::this_thread::sleep_for(10ms);
-      }
+      ASSERT_TRUE(comesTo(vlans));
    }
 }
+
+TEST_F(Control, AReaderWhoIsSlowGetsEveryResultAtTheEnd) {
+   startOver(transitState({}));
+   replace(manyTransitVlans(4094));
+   ASSERT_TRUE(comesTo(4094));
+   agent_->signal(SIGTERM);
+   // Slower than a second in all, with never a second in which nothing is taken.
+   std::string text;
+   std::array<char, 1 << 16> part;
+   for (ssize_t count = 1; count > 0;) {
+      std::this_thread::sleep_for(50ms);
+      count = read(out_->reading(), part.data(), part.size());
+      text.append(part.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
+   }
+   EXPECT_EQ(agent_->status(), 0);
+   EXPECT_EQ(std::ranges::count(text, '\n'), 5 * 4094);
+   EXPECT_TRUE(text.ends_with("}\n"));
+}
+
+#ifndef KEEPS_FREED_MEMORY
+TEST_F(Control, AProcessThatAnswersSaysWhatKeepsItFromIt) {
+   startOver(manyTransitVlans(4094));
+   agent_->noMoreMemory();
+   EXPECT_THAT(ask({{"ask", "show"}}).value("error", ""), HasSubstr("was killed"));
+   EXPECT_TRUE(messages_->nextWith("out of memory"));
+}
+#endif
 
 TEST_F(Control, SaysWhereNoAgentIs) {
    auto const outcome = ctl({"show"});
@@ -325,6 +419,7 @@ TEST_F(Control, EndsInTheMiddleOfAnswers) {
    client.send("{\"ask\":\"explain\"}\n");
    auto const answering = answeringProcess();
    ASSERT_GT(answering, 0);
+   kill(answering, SIGSTOP); // it does not end by itself
    EXPECT_EQ(stop(), 0);
    auto const end = std::chrono::steady_clock::now() + 60s;
    while (isRunning(answering) && std::chrono::steady_clock::now() < end) {

@@ -1,3 +1,4 @@
+#include "support/Recordings.h"
 #include "support/RunningAgent.h"
 #include "support/TransitState.h"
 
@@ -126,6 +127,21 @@ TEST_F(Failure, AClosedStandardErrorChangesNoStatus) {
    auto const outcome = shell(agent("run examples/minimal.jsonc 2>&-"));
    EXPECT_EQ(outcome.status, 0);
    EXPECT_EQ(outcome.out, shell(agent("run examples/minimal.jsonc")).out);
+}
+
+TEST_F(Failure, AFullStandardErrorChangesNothingElse) {
+   auto const file =
+      recordedTo(folder_, "recording.jsonl",
+                 {"--state", "examples/minimal.jsonc", "examples/story.jsonl"});
+   auto const text = readText(file);
+   folder_.write("recording.jsonl", text.substr(0, text.size() - 20)); // it has no end
+   for (auto const* command : {"replay ", "timeline ", "explain "}) {
+      auto const told = shell(agent(command + file));
+      EXPECT_FALSE(told.err.empty()) << command;
+      auto const untold = shell(agent(command + file + " 2>/dev/full"));
+      EXPECT_EQ(untold.status, told.status) << command;
+      EXPECT_EQ(untold.out, told.out) << command;
+   }
 }
 
 TEST_F(Failure, AReaderThatIsGoneIsTold) {

@@ -1,4 +1,5 @@
 #include "agent/Descriptor.h"
+#include "agent/Host.h"
 #include "agent/observe/MetricTable.h"
 
 #include "support/TransitState.h"
@@ -79,7 +80,8 @@ class Metrics : public WatchingAgent {
       std::map<std::string, double> samples;
       for (std::string line; std::getline(text, line);) {
          auto const blank = line.rfind(' ');
-         if (!line.starts_with('#') && line.find("mcastvpn_") == 0 &&
+         if (!line.starts_with('#') &&
+             (line.starts_with("mcastvpn_") || line.starts_with("process_")) &&
              blank != std::string::npos) {
             samples[line.substr(0, blank)] = std::stod(line.substr(blank + 1));
          }
@@ -138,6 +140,59 @@ TEST_F(Metrics, HaveEachAHelpAndATypeAndNoMoreLabelsThanTheyShow) {
    }
    // However many VLANs there are.
    EXPECT_LT(samples().size(), 120u);
+}
+
+TEST_F(Metrics, TellOfWhatIsLostAndWhatItTakes) {
+   startOver(transitState({}));
+   EXPECT_EQ(samples()["mcastvpn_trace_records_lost_total"], 0);
+   for (int const vlans :
+        {4094, 0, 4093, 0, 4094}) { // more than the ring holds is traced
+      replace(manyTransitVlans(vlans));
+      samplesWith("mcastvpn_transit_vlans", vlans);
+   }
+   auto after = samples();
+   EXPECT_GT(after["mcastvpn_trace_records_lost_total"], 0);
+   EXPECT_LT(after["mcastvpn_trace_records_lost_total"],
+             after["mcastvpn_trace_records_total"]);
+   auto const resident = static_cast<double>(agent_->residentKilobytes()) * 1024;
+   EXPECT_NEAR(samples()["process_resident_memory_bytes"], resident, resident / 5);
+}
+
+TEST_F(Metrics, TellOfTasksThatWait) {
+   Agent::Host host({});
+   auto const document = nlohmann::json::parse(manyTransitVlans(20).dump());
+   host.state().assign(host.state().canonical(document, Agent::Checks::plausible));
+   host.start();
+   Agent::Statistics statistics;
+   auto const pending = [&] {
+      statistics.look(host);
+      for (auto const& family : Agent::familiesOf(statistics)) {
+         if (family.name == "mcastvpn_pending_tasks") {
+            return family.metric.front().gauge.value;
+         }
+      }
+      return -1.0;
+   };
+   EXPECT_EQ(pending(), static_cast<double>(host.pending()));
+   EXPECT_GT(pending(), 0);
+   while (host.slice(1) != 0) {
+   }
+   EXPECT_EQ(pending(), 0);
+}
+
+// As Prometheus has it: counters end with what is counted, and base units stand last.
+TEST_F(Metrics, HaveTheirUnitsInTheirNames) {
+   for (auto const& metric : Agent::metrics()) {
+      std::string const name(metric.name);
+      EXPECT_EQ(metric.type == prometheus::MetricType::Counter,
+                name.ends_with("_total"))
+         << name;
+      std::string const help(metric.help);
+      bool const isTime = help.find("ow long") != std::string::npos ||
+                          help.find("When ") != std::string::npos;
+      EXPECT_EQ(isTime, name.ends_with("_seconds")) << name;
+      EXPECT_EQ(help.starts_with("Memory"), name.ends_with("_bytes")) << name;
+   }
 }
 
 TEST_F(Metrics, AreServedToOthersWhileSomeAskForNothingOrDoNotRead) {

@@ -1,3 +1,5 @@
+#include "agent/record/Recording.h"
+
 #include "support/AgentProcess.h"
 #include "support/LineReader.h"
 #include "support/Recordings.h"
@@ -333,6 +335,34 @@ TEST_F(Record, IsTakenFromAPipeAsOtherFilesAre) {
       EXPECT_EQ(piped.out, plain.out) << command;
       EXPECT_EQ(contentsOf(output), made) << command;
    }
+}
+
+TEST_F(Record, TheNineThatCameBeforeAreKept) {
+   auto const held = [](int number) {
+      return "{\"recording\":1}\n{\"number\":" + std::to_string(number) + "}\n";
+   };
+   for (int number = 1; number <= 11; ++number) {
+      auto const file = folder_.write("recording.jsonl", held(number));
+      EXPECT_EQ(Agent::keepRecording(file),
+                file + ": what stood here is kept as " + file + ".1");
+      EXPECT_FALSE(std::filesystem::exists(file));
+      for (int kept = 1; kept <= std::min(number, 9); ++kept) {
+         EXPECT_EQ(readText(file + '.' + std::to_string(kept)),
+                   held(number + 1 - kept));
+      }
+   }
+   EXPECT_FALSE(std::filesystem::exists(recording() + ".10"));
+}
+
+TEST_F(Record, WhatIsNotInTheFileYetCanBeRescued) {
+   Agent::State const state;
+   Agent::Recorder recorder(recording(), {}, state);
+   recorder.stepBegins(R"({"host":"start"})");
+   recorder.wrote(R"({"op":"test"})", 0);
+   EXPECT_THAT(recorded("play"), IsEmpty());
+   recorder.rescue();
+   EXPECT_THAT(recorded("play"), SizeIs(1));
+   EXPECT_THAT(recorded("wrote"), SizeIs(1));
 }
 
 TEST_F(Record, AFileThatCannotBeWrittenIsTold) {

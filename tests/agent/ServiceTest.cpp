@@ -182,8 +182,9 @@ TEST_F(Service, KeepsWhatStoodThereWhileTheDiskIsFull) {
    auto const before = readText(kept());
    agent_->mostFileSizeIs(1);
    replace(transitState({10, 20}));
-   EXPECT_TRUE(messages_->nextWith(kept() + ".next: it cannot be written: "
-                                            "File too large"));
+   EXPECT_TRUE(messages_->nextWith(kept() +
+                                   ": the outputs could not be kept: " + kept() +
+                                   ".next: it cannot be written: File too large"));
    EXPECT_EQ(readText(kept()), before);
    agent_->mostFileSizeIs(RLIM_INFINITY);
    EXPECT_TRUE(isKept("Vlan20")) << "it is tried again";

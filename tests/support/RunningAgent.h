@@ -82,6 +82,7 @@ class RunningAgent {
       int out = -1;
       int err = -1;
       std::string terminal = {}; // that controls it; none if empty
+      uid_t user = 0;            // whose it is; the test's own if 0
    };
 
    RunningAgent(std::vector<std::string> args, Streams const& streams,
@@ -108,6 +109,9 @@ class RunningAgent {
          for (auto& each : environment) {
             putenv(each.data());
          }
+         if (streams.user != 0 && setuid(streams.user) != 0) {
+            _exit(127);
+         }
          execv(arguments.front(), arguments.data());
          _exit(127);
       }
@@ -123,10 +127,9 @@ class RunningAgent {
 
    void signal(int number) const { kill(child_, number); }
    // What it writes to files fails from there on, as if a disk were full.
-   void mostFileSizeIs(rlim_t bytes) const {
-      rlimit const limit{bytes, RLIM_INFINITY};
-      prlimit(child_, RLIMIT_FSIZE, &limit, nullptr);
-   }
+   void mostFileSizeIs(rlim_t bytes) const { mostIs(RLIMIT_FSIZE, bytes); }
+   // It, and each process that it makes, gets no more memory than it has.
+   void noMoreMemory() const { mostIs(RLIMIT_AS, kilobytes("VmSize:") * 1024); }
    // The processes that it has made and that are there yet.
    std::vector<pid_t> children() const {
       auto const number = std::to_string(child_);
@@ -135,16 +138,7 @@ class RunningAgent {
       return {std::istream_iterator<pid_t>(text), {}};
    }
    // How much memory it has at present; 0 if it is not there.
-   uint64_t residentKilobytes() const {
-      std::istringstream status(
-         readText("/proc/" + std::to_string(child_) + "/status"));
-      for (std::string line; std::getline(status, line);) {
-         if (line.starts_with("VmRSS:")) {
-            return std::strtoull(line.c_str() + 6, nullptr, 10);
-         }
-      }
-      return 0;
-   }
+   uint64_t residentKilobytes() const { return kilobytes("VmRSS:"); }
 
    // How it ended; 128 + N when signal N ended it, -1 when it did not in that time.
    int status(std::chrono::seconds patience = std::chrono::seconds(60)) {
@@ -161,6 +155,20 @@ class RunningAgent {
    }
 
  private:
+   uint64_t kilobytes(std::string const& name) const {
+      std::istringstream status(
+         readText("/proc/" + std::to_string(child_) + "/status"));
+      for (std::string line; std::getline(status, line);) {
+         if (line.starts_with(name)) {
+            return std::strtoull(line.c_str() + name.size(), nullptr, 10);
+         }
+      }
+      return 0;
+   }
+   void mostIs(__rlimit_resource resource, rlim_t most) const {
+      rlimit const limit{most, RLIM_INFINITY};
+      prlimit(child_, resource, &limit, nullptr);
+   }
    static void streamIs(int stream, int descriptor, int mode) {
       dup2(descriptor >= 0 ? descriptor : open("/dev/null", mode), stream);
    }
