@@ -59,8 +59,9 @@ run left behind: the dataflow machine keeps what is right, and removes the rest.
 With --watch it stays: whenever something new stands in the file it publishes what is
 different in the inputs, and prints each change of an output with the change of an
 input that it comes of. A document that is refused is told, and the last good one
-goes on. SIGHUP has the file read again; SIGINT or SIGTERM ends it, and leaves the
-outputs as they are. Then it can be asked (--control), measured (--metrics) and
+goes on. SIGHUP has the file read again, unless the agent was started at a terminal,
+which ends it when it goes; SIGINT or SIGTERM ends it, and leaves the outputs as they
+are. Then it can be asked (--control), measured (--metrics) and
 supervised: it tells systemd when it is ready, and what it is doing. With --state-dir
 its outputs stand in a file, which the next start keeps what is right of; outputs in
 STATE are not allowed then.

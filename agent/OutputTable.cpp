@@ -41,8 +41,9 @@ class Report {
                          "  MLAG state    {} ({})\n"
                          "  VTEP address  {}\n"
                          "  Transit VRFs  {}\n\n",
-                         options_.state, options_.af, machineName(options_.machine),
-                         mlag, static_cast<uint32_t>(mlag), vtepAddr(), transitVrfs());
+                         options_.state == "-" ? "standard input" : options_.state,
+                         options_.af, machineName(options_.machine), mlag,
+                         static_cast<uint32_t>(mlag), vtepAddr(), transitVrfs());
    }
 
    Table table() const {

@@ -169,8 +169,10 @@ class PlanTable {
                     step.place.output(), step.place.entry(options_.af), step.vtep,
                     step.why});
       }
-      return fmt::format("A start of {} over the outputs in {} ({})\n\n{}{}{}",
-                         machineName(options_.machine), options_.state, options_.af,
+      auto const where =
+         options_.state == "-" ? "these outputs" : "the outputs in " + options_.state;
+      return fmt::format("A start of {} over {} ({})\n\n{}{}{}",
+                         machineName(options_.machine), where, options_.af,
                          table.text(colour), steps_.empty() ? "" : "\n", summary());
    }
 

@@ -18,6 +18,7 @@ function(mcast_consumer_test name step)
 endfunction()
 
 mcast_consumer_test(Install.FillsAnEmptyPrefix install)
+mcast_consumer_test(Install.PlaysTheDemonstration demo)
 mcast_consumer_test(Install.PublicHeadersNeedNothingElse headers)
 mcast_consumer_test(Install.LibrariesOfferNothingOfOthers exports)
 mcast_consumer_test(Install.ConsumerIsBuiltByFindPackage find-package)
@@ -27,6 +28,7 @@ mcast_consumer_test(Install.PrefixCanBeMoved move)
 set_tests_properties(Install.FillsAnEmptyPrefix
   PROPERTIES FIXTURES_SETUP installation)
 set_tests_properties(
+  Install.PlaysTheDemonstration
   Install.PublicHeadersNeedNothingElse
   Install.LibrariesOfferNothingOfOthers
   Install.ConsumerIsBuiltByFindPackage

@@ -39,7 +39,7 @@ constexpr int kNiceness = 10;   // what is asked never competes with what is don
    sigset_t none;
    sigemptyset(&none);
    sigprocmask(SIG_SETMASK, &none, nullptr);
-   static_cast<void>(nice(kNiceness));
+   [[maybe_unused]] int const niceness = nice(kNiceness);
    rlimit const noCore{0, 0};
    setrlimit(RLIMIT_CORE, &noCore);
    dup2(results, STDOUT_FILENO);

@@ -32,6 +32,15 @@ case $1 in
       "$prefix/$BIN/mcastvpn-agent" --version
       ;;
 
+   # The two commands of the demonstration, from there.
+   demo)
+      cd "$here/../.."
+      "$prefix/$BIN/mcastvpn-agent" run --verify examples/leaf-pair.jsonc |
+         grep -F '8 of 13 SBD VLANs have a transit interface, 8 a join.'
+      "$prefix/$BIN/mcastvpn-agent" replay --verify --state examples/minimal.jsonc \
+         examples/story.jsonl | tail -n 1 | grep -F '"tests":2,"failed":0}}'
+      ;;
+
    # No installed header includes fmt, and each that one of them names is installed.
    headers)
       cd "$prefix/$INCLUDE"
@@ -65,6 +74,11 @@ case $1 in
          if grep -vE "^_Z(T[VIS]|GV)?Z?N[KVRO]*($ours)" "$work/$library.offered" |
             c++filt | grep .; then
             fail "lib$library.so offers these, which are not this project's"
+         fi
+         # And they need the C++ runtime and fmt, which may be a part of them.
+         if readelf -d "$prefix/$LIB/lib$library.so" | grep NEEDED |
+            grep -vE '\[(lib(McastVpnRuntime|fmt|stdc\+\+|m|gcc_s|c)|ld-linux[^]]*)\.so'; then
+            fail "lib$library.so needs these besides the C++ runtime and fmt"
          fi
       done
       ;;

@@ -1,3 +1,4 @@
+#include "explore/Alone.h"
 #include "explore/Exhaustive.h"
 #include "explore/Player.h"
 #include "explore/Schedule.h"
@@ -8,6 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
 #include <string>
 
 using namespace Explore;
@@ -69,6 +72,19 @@ TEST(Explore, ShrinksAScheduleToWhatStillFails) {
    });
    EXPECT_EQ(small.lines, std::vector<json>{line});
    EXPECT_EQ(small.document, (json{{"mlagStatus", json::object()}}));
+}
+
+TEST(Explore, TakesTheEndOfItsProcessForAFailure) {
+   EXPECT_EQ(aloneStatus([] { return 3; }), 3);
+   EXPECT_EQ(aloneStatus([]() -> int { std::abort(); }), 128 + SIGABRT);
+   auto schedule = oneVrf();
+   EXPECT_EQ(playedAlone(schedule), "");
+   schedule.lines.push_back({{"host", 3}}); // which the player takes for a text
+   EXPECT_EQ(playedAlone(schedule), "ends the process: Aborted");
+   auto const small = shrunk(
+      schedule, [](Schedule const& tried) { return !playedAlone(tried).empty(); });
+   EXPECT_EQ(small.lines.size(), 1U);
+   EXPECT_TRUE(small.document.empty());
 }
 
 TEST(Explore, WritesFilesThatTheAgentPlaysAsThePlayerDid) {

@@ -1,3 +1,4 @@
+#include "explore/Alone.h"
 #include "explore/Exhaustive.h"
 #include "explore/Player.h"
 #include "zin/Hash.h"
@@ -5,9 +6,14 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <new>
 #include <string>
 
 // explore: plays random schedules for a time, or every schedule of some small systems.
@@ -27,8 +33,7 @@ struct Options {
 };
 
 bool fails(Schedule const& schedule) {
-   Figures ignored;
-   return !Explore::Player(schedule, ignored).play().empty();
+   return !Explore::playedAlone(schedule).empty();
 }
 
 void write(std::string const& file, std::string const& text) {
@@ -37,27 +42,25 @@ void write(std::string const& file, std::string const& text) {
 
 void report(Schedule const& schedule, std::string const& name, Options const& options) {
    auto const smallest = Explore::shrunk(schedule, fails);
-   Figures ignored;
-   Explore::Player player(smallest, ignored);
-   auto const problems = player.play();
+   auto const problem = Explore::playedAlone(smallest);
    auto const state = fmt::format("{}/{}.json", options.out, name);
    auto const events = fmt::format("{}/{}.jsonl", options.out, name);
    write(state, smallest.documentText());
-   write(events, smallest.linesText(player.leftOut()));
+   write(events, smallest.linesText());
    fmt::print("{}: {}\n  {}\n", name,
-              problems.empty() ? "fails, but not when it is played again"
-                               : problems.front(),
+              problem.empty() ? "fails, but not when it is played again" : problem,
               smallest.command(state, events));
 }
 
 void printFigures(char const* what, Figures const& figures, size_t failures,
                   double seconds) {
-   fmt::print("{}: {} schedules, {} lines, {} slices, {} states; {} comparisons with "
-              "the plain rule, {} starts with every member counted; {} failures; "
-              "{:.1f} s\n",
-              what, figures.schedules, figures.lines, figures.slices,
-              figures.states.size(), figures.comparisons, figures.scans, failures,
-              seconds);
+   fmt::print(
+      "{}: {} schedules, {} lines, {} slices, {} states; {} comparisons with "
+      "the plain rule, {} starts with every member counted, {} with those that nobody "
+      "touched; {} failures; "
+      "{:.1f} s\n",
+      what, figures.schedules, figures.lines, figures.slices, figures.states.size(),
+      figures.comparisons, figures.scans, figures.disturbedScans, failures, seconds);
 }
 
 using Clock = std::chrono::steady_clock;
@@ -66,20 +69,48 @@ double since(Clock::time_point begin) {
    return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-size_t exploreAtRandom(Options const& options) {
-   auto const begin = Clock::now();
+// What the process that explores has come to, as the one sees that waits for it.
+struct Reached {
+   std::atomic<uint32_t> seed; // of the schedule that is played
+   std::atomic<uint32_t> failures;
+};
+
+void reportSeed(uint32_t seed, Options const& options) {
+   report(Explore::randomSchedule(seed, options.hashSeed),
+          fmt::format("explore-{}", seed), options);
+}
+
+void exploreFrom(uint32_t seed, Reached& reached, Options const& options,
+                 Clock::time_point begin) {
    Figures figures;
-   size_t failures = 0;
-   for (uint32_t seed = options.seed;
-        since(begin) < options.seconds && failures < options.mostFailures; ++seed) {
+   for (; since(begin) < options.seconds && reached.failures < options.mostFailures;
+        ++seed) {
+      reached.seed = seed;
       auto const schedule = Explore::randomSchedule(seed, options.hashSeed);
       if (!Explore::Player(schedule, figures).play().empty()) {
-         ++failures;
-         report(schedule, fmt::format("explore-{}", seed), options);
+         ++reached.failures;
+         reportSeed(seed, options);
       }
    }
-   printFigures("at random", figures, failures, since(begin));
-   return failures;
+   printFigures("at random", figures, reached.failures, since(begin));
+}
+
+// A schedule that ends its process is a failure as others are.
+size_t exploreAtRandom(Options const& options) {
+   auto const begin = Clock::now();
+   auto& reached = *new (mmap(nullptr, sizeof(Reached), PROT_READ | PROT_WRITE,
+                              MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Reached{};
+   for (uint32_t seed = options.seed;; seed = reached.seed + 1) {
+      auto const status = Explore::aloneStatus([&] {
+         exploreFrom(seed, reached, options, begin);
+         return 0;
+      });
+      if (status == 0) {
+         return reached.failures;
+      }
+      ++reached.failures;
+      reportSeed(reached.seed, options);
+   }
 }
 
 size_t exploreExhaustively() {
@@ -118,7 +149,13 @@ int main(int argc, char** argv) {
       failures += exploreAtRandom(options);
    }
    if (options.exhaustively) {
-      failures += exploreExhaustively();
+      auto const status = Explore::aloneStatus(
+         [] { return static_cast<int>(std::min<size_t>(exploreExhaustively(), 100)); });
+      if (status > 100) {
+         fmt::print(
+            "exhaustively: the system behind the last one here ended the process\n");
+      }
+      failures += static_cast<size_t>(status);
    }
    return failures == 0 ? 0 : 1;
 }

@@ -51,12 +51,14 @@ becomes() { # expected command...
 
 # Starts a systemd in the other root, which goes when this script does.
 boot() {
+   unshare -fpmiuC mount -t cgroup2 cgroup2 /sys/fs/cgroup 2>/dev/null ||
+      skip "there may be no namespaces with control groups of their own"
    unshare -fpmiuC --kill-child "$SOURCE/tests/packaging/boot.sh" "$root" \
       >"$BUILD/boot.log" 2>&1 &
    namespaces=$!
    trap 'kill -KILL "$namespaces"' EXIT
    until systemd=$(pgrep -x -P "$namespaces" systemd); do
-      kill -0 "$namespaces" 2>/dev/null || skip "$(tail -n 1 "$BUILD/boot.log")"
+      kill -0 "$namespaces" 2>/dev/null || fail "$(cat "$BUILD/boot.log")"
       sleep 0.1
    done
    becomes running has_booted
