@@ -21,10 +21,13 @@ struct Form {
    Kind kind;
    std::array<std::string_view, 2> members; // besides "host"
 };
-constexpr std::array kForms = {
-   Form{"drain", Kind::drain, {}},     Form{"slice", Kind::slice, {"count", "items"}},
-   Form{"stop", Kind::stop, {}},       Form{"start", Kind::start, {}},
-   Form{"restart", Kind::restart, {}}, Form{"flag", Kind::flag, {"want", "value"}}};
+constexpr std::array kForms = {Form{"drain", Kind::drain, {}},
+                               Form{"slice", Kind::slice, {"count", "items"}},
+                               Form{"stop", Kind::stop, {}},
+                               Form{"start", Kind::start, {}},
+                               Form{"restart", Kind::restart, {}},
+                               Form{"flag", Kind::flag, {"want", "value"}},
+                               Form{"inside", Kind::inside, {"count", "event"}}};
 
 constexpr std::array<std::pair<std::string_view, bool Flags::*>, 3> kFlags = {
    {{"ready", &Flags::ready},
@@ -36,7 +39,7 @@ Form const& formOf(json const& given) {
    auto const form = std::ranges::find(kForms, name, &Form::name);
    if (form == kForms.end()) {
       throw BadInput(Pointer() / "host", excerpt(given),
-                     "one of drain, slice, stop, start, restart, flag");
+                     "one of drain, slice, stop, start, restart, flag, inside");
    }
    return *form;
 }
@@ -66,6 +69,19 @@ void readFlag(json const& event, HostLine& line) {
       throw BadInput(Pointer() / "value", textOf(value), "true or false");
    }
    line.value = value.get<bool>();
+}
+
+void readInside(json const& event, HostLine& line) {
+   auto const count = memberOf(event, "count");
+   if (!count.is_number_unsigned() || count.get<uint64_t>() == 0) {
+      throw BadInput(Pointer() / "count", textOf(count),
+                     "a whole number of notifications, from 1");
+   }
+   line.count = count.get<uint64_t>();
+   line.event = memberOf(event, "event");
+   if (!line.event.is_object() || !line.event.contains("op")) {
+      throw BadInput(Pointer() / "event", textOf(line.event), "an operation");
+   }
 }
 
 void checkSituation(std::string const& name, Kind kind, Situation const& situation) {
@@ -118,6 +134,8 @@ HostLine hostLineOf(json const& event, Situation const& situation) {
    checkSituation(std::string(form.name), form.kind, situation);
    if (form.kind == Kind::flag) {
       readFlag(event, line);
+   } else if (form.kind == Kind::inside) {
+      readInside(event, line);
    }
    return line;
 }
@@ -139,6 +157,7 @@ uint64_t play(HostLine const& line, Host& host) {
          host.start();
          break;
       case Kind::flag:
+      case Kind::inside:
          break;
    }
    return 0;

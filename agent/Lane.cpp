@@ -3,6 +3,9 @@
 #include "agent/BadInput.h"
 #include "agent/ExitStatus.h"
 #include "agent/OutOfMemory.h"
+#include "agent/Streams.h"
+
+#include <fmt/format.h>
 
 #include <utility>
 
@@ -34,7 +37,7 @@ void Lane::keepWrites() {
 void Lane::begin(bool isStopped) {
    records_ = std::make_unique<Records>(sm_);
    if (options_.record.empty()) {
-      records_->follow(host_.state());
+      records_->follow(host_.state(), [this](std::string const&) { notified(); });
    } else {
       record();
    }
@@ -69,7 +72,12 @@ Lane::Step Lane::checked(json const& event, bool isFirst) {
       // Beside a dataflow machine the other one has no flags, and plays no such line.
       bool const hasFlags =
          options_.both || options_.machine == Verify::Machine::dataflow;
-      return hostLineOf(event, {host_.isRunning(), hasFlags, isFirst});
+      auto line = hostLineOf(event, {host_.isRunning(), hasFlags, isFirst});
+      if (line.kind == HostLine::Kind::inside && recorder_) {
+         throw BadInput(json::json_pointer() / "host", "\"inside\"",
+                        "what can be recorded (--record)");
+      }
+      return line;
    }
    return Patch(host_.state(), event, options_.checks);
 }
@@ -102,7 +110,29 @@ void Lane::playHost(HostLine const& line) {
    if (line.kind == HostLine::Kind::flag &&
        options_.machine == Verify::Machine::dataflow) {
       testFlag(line);
+   } else if (line.kind == HostLine::Kind::inside) {
+      insides_.push_back({line.count, line.event, line_});
    }
+}
+
+// Somebody who follows the outputs changes something. Inside notifications, which no
+// exception may leave.
+void Lane::notified() {
+   if (insides_.empty() || --insides_.front().left != 0) {
+      return;
+   }
+   auto const inside = std::move(insides_.front());
+   insides_.pop_front();
+   bool const isByAnotherWriter = host_.isByAnotherWriter();
+   host_.byAnotherWriterIs(false);
+   try {
+      tests_ += Patch(host_.state(), inside.event, options_.checks).apply(*this);
+   } catch (BadInput const& error) {
+      ++failed_;
+      printMessage(fmt::format("mcastvpn-agent: {}/event{}\n",
+                               location(options_.events, inside.line), error.what()));
+   }
+   host_.byAnotherWriterIs(isByAnotherWriter);
 }
 
 void Lane::testFlag(HostLine const& line) {

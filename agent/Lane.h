@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -56,6 +57,7 @@ class Lane final : private Patch::Observer {
    void afterwards(size_t line);
    void playHost(HostLine const& line);
    void testFlag(HostLine const& line);
+   void notified();
    void writing(bool toOutput) override { host_.byAnotherWriterIs(toOutput); }
    void written() override { host_.byAnotherWriterIs(false); }
    void failed(FailedTest const& test) override;
@@ -71,7 +73,13 @@ class Lane final : private Patch::Observer {
    std::vector<std::unique_ptr<EntityTree>> inputs_; // followed while that is recorded
    uint64_t inputChanges_ = 0;                       // and counted
    std::vector<PlayedWrite> writes_;
-   size_t line_ = 0; // that is being played
+   struct Inside {
+      uint64_t left; // notifications until it is done
+      nlohmann::json event;
+      size_t line;
+   };
+   std::deque<Inside> insides_; // the first counts, the others wait
+   size_t line_ = 0;            // that is being played
    uint64_t slices_ = 0;
    uint64_t tests_ = 0;
    uint64_t failed_ = 0;

@@ -92,7 +92,8 @@ skipped:
   {"host":"restart"}
 
 Operations are JSON Patch (RFC 6902), alone or in an array. Host lines: drain, slice
-(with "count"), stop, start, restart, flag (with "want" and "value").
+(with "count"), stop, start, restart, flag (with "want" and "value"), inside (with
+"count" and "event": an operation inside that notification of an output).
 
 With --sm both each record says which machine it is of ("sm"), and the table of the
 end, side by side, goes to standard error.

@@ -309,7 +309,12 @@ INSTANTIATE_TEST_SUITE_P(
       BadEvent{
          "UnknownHostLine", R"({"host":"reboot"})",
          "/host: \"reboot\" stands here; allowed is one of drain, slice, stop, start, "
-         "restart, flag"},
+         "restart, flag, inside"},
+      {R"({"host":"inside","event":{"op":"add"}})",
+       "/count: nothing stands here; allowed is a whole number of notifications, from "
+       "1"},
+      {R"({"host":"inside","count":1,"event":3})",
+       "/event: 3 stands here; allowed is an operation"},
       BadEvent{
          "StartWhileRunning", R"({"host":"start"})",
          "/host: a start while a machine runs stands here; allowed is a start after "

@@ -150,6 +150,9 @@ Player::Player(Schedule const& schedule, Figures& figures,
    }
    scheduler_->shareIs(std::move(share));
    state_.assign(state_.canonical(schedule.document, Agent::Checks::plausible));
+   recorder_.emplace(state_, [this](auto const& operation) {
+      notified(operation.at("path").template get<std::string>());
+   });
    ++figures_.schedules;
 }
 
@@ -166,10 +169,8 @@ std::vector<std::string> Player::play() {
 }
 
 void Player::start() {
+   isStarted_ = true;
    verifier_.starting();
-   recorder_.emplace(state_, [this](auto const& operation) {
-      notified(operation.at("path").template get<std::string>());
-   });
    scanCount_ = std::make_unique<ScanCount>();
    Vorn::SmControl control;
    control.taskSchedulerIs(scheduler_);
@@ -184,15 +185,13 @@ void Player::start() {
 void Player::stop() {
    scanCount_.reset();
    machine_ = nullptr;
-   recorder_.reset();
+   isStarted_ = false;
    verifier_.stopped();
 }
 
 void Player::line(json const& event) {
    ++figures_.lines;
-   if (event.contains("inside")) {
-      insides_.push_back({event["inside"].get<uint64_t>(), event["event"]});
-   } else if (event.contains("host")) {
+   if (event.contains("host")) {
       host(event);
    } else if (!patch(event)) {
       leftOut_.insert(lineNumber_);
@@ -204,6 +203,8 @@ void Player::host(json const& event) {
    auto const what = event["host"].get<std::string>();
    if (what == "drain") {
       drain();
+   } else if (what == "inside") {
+      insides_.push_back({event["count"].get<uint64_t>(), event["event"]});
    } else if (what == "slice") {
       if (sliceShare_ != nullptr) {
          sliceShare_->items = event["items"].get<uint64_t>();
@@ -261,14 +262,14 @@ void Player::failed(Agent::FailedTest const&) {
 }
 
 void Player::notified(std::string const& path) {
-   if (!byAnother_.empty() && byAnother_.back()) {
+   if (isStarted_ && !byAnother_.empty() && byAnother_.back()) {
       verifier_.written(Agent::outputKeyOf(path));
    }
    if (!insides_.empty() && --insides_.front().left == 0) {
       auto const operation = std::move(insides_.front().operation);
       insides_.pop_front();
       byAnother_.push_back(false);
-      patch(operation);
+      insidesLeftOut_ += patch(operation) ? 0 : 1;
       byAnother_.pop_back();
    }
 }

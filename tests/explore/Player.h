@@ -60,6 +60,8 @@ class Player final : private Agent::Patch::Observer {
    std::vector<std::string> const& problems() const noexcept { return problems_; }
    // The numbers of the lines that could not be played: they change what is not there.
    std::set<size_t> const& leftOut() const noexcept { return leftOut_; }
+   // How many changes inside notifications could not be made.
+   uint64_t insidesLeftOut() const noexcept { return insidesLeftOut_; }
    Agent::State& state() noexcept { return state_; }
 
  private:
@@ -90,12 +92,14 @@ class Player final : private Agent::Patch::Observer {
    Verify::Verifier verifier_;
    std::optional<Agent::OutputsRecorder> recorder_;
    Pelk::Ptr<Irb::Multicast::Evpn::TransitIntfSm> machine_;
+   bool isStarted_ = false; // the machine, or it is being constructed
    std::unique_ptr<ScanCount> scanCount_;
    struct Inside {
       uint64_t left;
       nlohmann::json operation;
    };
    std::deque<Inside> insides_;
+   uint64_t insidesLeftOut_ = 0;
    std::vector<bool> byAnother_; // the writes that go on, the innermost last
    size_t lineNumber_ = 0;
    std::set<size_t> leftOut_;

@@ -16,8 +16,7 @@ std::string Schedule::documentText() const {
 std::string Schedule::linesText(std::set<size_t> const& leftOut) const {
    std::string text;
    for (size_t i = 0; i < lines.size(); ++i) {
-      bool const isComment = lines[i].contains("inside") || leftOut.contains(i + 1);
-      text += (isComment ? "# " : "") + lines[i].dump() + '\n';
+      text += (leftOut.contains(i + 1) ? "# " : "") + lines[i].dump() + '\n';
    }
    return text;
 }
@@ -51,7 +50,8 @@ class Generator {
          }
          auto const event = events.next();
          if (below(6) == 0 && event.contains("op")) {
-            schedule.lines.push_back({{"inside", 1 + below(6)}, {"event", event}});
+            schedule.lines.push_back(
+               {{"host", "inside"}, {"count", 1 + below(6)}, {"event", event}});
          } else if (below(24) == 0) {
             schedule.lines.push_back({{"host", "stop"}});
             schedule.lines.push_back(event.contains("op") ? event : json());

@@ -13,13 +13,7 @@ namespace Explore {
 
 // What happens to a dataflow machine, from its start on: a state document that it
 // starts over, and the lines of an event file that is played by hand (--manual), so
-// that slices run where a line says so and end where it says so. Besides the lines of
-// an event file there is
-//
-//    {"inside": N, "event": OPERATION}
-//
-// which has somebody who follows the outputs carry the operation out inside the Nth
-// notification from there on. The agent has no such line; all others it can play.
+// that slices run where a line says so and end where it says so.
 struct Schedule {
    nlohmann::json document;
    std::vector<nlohmann::json> lines;
@@ -28,8 +22,7 @@ struct Schedule {
 
    // As files for "mcastvpn-agent replay --manual".
    std::string documentText() const;
-   // leftOut: the numbers, from 1, of lines that become comments, as those do that the
-   // agent has not.
+   // leftOut: the numbers, from 1, of lines that become comments.
    std::string linesText(std::set<size_t> const& leftOut = {}) const;
    // The command that plays the files.
    std::string command(std::string const& state, std::string const& events) const;
