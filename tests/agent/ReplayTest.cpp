@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -145,6 +147,36 @@ TEST_F(Replay, PrintsTheTraceBetweenTheOutputsInTheOrderInWhichThingsHappen) {
                "updateTransitIntf( ipv4 ), create transit intf: Vlan10"),
          trace("vtepAddr", "vtepAddr for transit interface : 10.0.0.1"),
          R"({"end":{"slices":0,"tests":0,"failed":0}})"));
+}
+
+// The second of what the reactor does when the VRF goes is told only after that.
+TEST_F(Replay, ChangesWhatAnInsideLineSaysInsideThatNotification) {
+   auto const inside = [](std::string const& path) {
+      return R"({"host":"inside","count":2,"event":{"op":"remove","path":")" + path +
+             "\"}}\n";
+   };
+   std::string const go =
+      "{\"op\":\"remove\",\"path\":\"/mcastEvpnConfig/transitVrf/red\"}\n";
+   auto const plain = lines(playOverRed(go).out);
+   auto const foreign = "/transitIntfColl/intf/Vlan99";
+   auto const put = std::string(R"({"op":"add","path":")") + foreign +
+                    R"(","value":{"ipAddr":"10.0.0.9"}})" + '\n';
+   auto const played = playOverRed(put + inside(foreign) + go);
+   EXPECT_EQ(played.status, 0) << played.err;
+   auto const printed = lines(played.out);
+   auto const first = std::ranges::find(printed, R"({"line":3})");
+   ASSERT_GT(std::distance(first, printed.end()), 4);
+   auto const& second = *(first + 2);
+   EXPECT_EQ(std::ranges::count(plain, second), 1) << second;
+   EXPECT_EQ(*(first + 3), std::string(R"({"op":"remove","path":")") + foreign + "\"}");
+   auto const impossible = playOverRed(inside(foreign) + go);
+   EXPECT_EQ(impossible.status, 1);
+   EXPECT_THAT(impossible.err, AllOf(HasSubstr("events.jsonl:1: /event"),
+                                     HasSubstr("nothing stands here")));
+   auto const recorded =
+      playOverRed(inside(foreign), {"--record", folder_.file("recording")});
+   EXPECT_EQ(recorded.status, 2);
+   EXPECT_THAT(recorded.err, HasSubstr("allowed is what can be recorded (--record)"));
 }
 
 TEST_F(Replay, ReadsEventsFromStandardInput) {
@@ -310,11 +342,12 @@ INSTANTIATE_TEST_SUITE_P(
          "UnknownHostLine", R"({"host":"reboot"})",
          "/host: \"reboot\" stands here; allowed is one of drain, slice, stop, start, "
          "restart, flag, inside"},
-      {R"({"host":"inside","event":{"op":"add"}})",
-       "/count: nothing stands here; allowed is a whole number of notifications, from "
-       "1"},
-      {R"({"host":"inside","count":1,"event":3})",
-       "/event: 3 stands here; allowed is an operation"},
+      BadEvent{
+         "InsideWithoutACount", R"({"host":"inside","event":{"op":"add"}})",
+         "/count: nothing stands here; allowed is a whole number of notifications, from "
+         "1"},
+      BadEvent{"InsideWithoutAnOperation", R"({"host":"inside","count":1,"event":3})",
+               "/event: 3 stands here; allowed is an operation"},
       BadEvent{
          "StartWhileRunning", R"({"host":"start"})",
          "/host: a start while a machine runs stands here; allowed is a start after "
