@@ -55,6 +55,9 @@ cppcheck: setup-checks ## look for faults with cppcheck, which takes its time
 	   -D__x86_64__ '-D__VA_OPT__(...)=' -I. -Iruntime --suppressions-list=.cppcheck \
 	   --error-exitcode=1 --quiet -j $(JOBS) runtime McastVpnLib agent
 
+headers: setup ## compile every header alone
+	$(call build,release,--target every_header)
+
 report-test: setup-browser ## look at the agent's reports with a browser
 	$(call build,release,--target browser_tests)
 	ctest --preset release -L browser_tests
@@ -145,6 +148,6 @@ space := $(subst ,, )
 .PHONY: help demo test asan tsan threads memcheck clang tidy coverage cppcheck fuzz
 .PHONY: soak mutation proof bench packages packages-test abi abi-keep docs
 .PHONY: format format-check clean
-.PHONY: report-test bench-recording
+.PHONY: report-test bench-recording headers
 .PHONY: setup setup-checks setup-bench setup-packages setup-docs setup-mutation
 .PHONY: setup-browser

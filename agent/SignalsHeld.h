@@ -1,6 +1,7 @@
 #pragma once
 
 #include <csignal>
+#include <initializer_list>
 
 namespace Agent {
 

@@ -123,10 +123,11 @@ function(mcast_library name)
       DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${ARG_INSTALL_FOLDER})
 endfunction()
 
-# mcast_check_headers(<target> <root> <header>...): target <target>_headers
-# compiles each header alone, as <target> would.
+# mcast_check_headers(<target> <root> <source>...): target <target>_headers
+# compiles each header alone, as <target> would; the target every_header all of them.
 function(mcast_check_headers target root)
   set(units "")
+  list(FILTER ARGN INCLUDE REGEX "\\.h$")
   foreach(header IN LISTS ARGN)
     file(RELATIVE_PATH name "${root}" "${header}")
     set(unit "${CMAKE_CURRENT_BINARY_DIR}/${target}_headers/${name}.cpp")
@@ -137,9 +138,14 @@ function(mcast_check_headers target root)
     add_library(${target}_headers OBJECT EXCLUDE_FROM_ALL ${units})
     target_include_directories(${target}_headers PRIVATE
       "${root}" $<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>)
+    target_compile_definitions(${target}_headers PRIVATE
+      $<TARGET_PROPERTY:${target},COMPILE_DEFINITIONS>)
     target_link_libraries(${target}_headers PRIVATE
       $<TARGET_PROPERTY:${target},LINK_LIBRARIES>)
-    set_property(GLOBAL APPEND PROPERTY MCAST_HEADER_CHECKS ${target}_headers)
+    if(NOT TARGET every_header)
+      add_custom_target(every_header)
+    endif()
+    add_dependencies(every_header ${target}_headers)
   endif()
 endfunction()
 

@@ -54,6 +54,7 @@ part soak build/release/tests/soak/soak --seconds "$seconds"
 part fuzz make --silent fuzz SECONDS="$seconds"
 part threads make --silent threads
 part memcheck make --silent memcheck
+part headers make --silent headers
 part cppcheck make --silent cppcheck
 part coverage make --silent coverage
 part mutation make --silent mutation
