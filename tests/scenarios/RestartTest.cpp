@@ -50,6 +50,8 @@ class Changes {
    std::array<Tree, 2> trees_;
 };
 
+constexpr uint16_t kVlans[] = {1, 10, 20, 30, 40, 4094};
+
 // Inputs at random; three times in four most VLANs are transit VLANs, so that much
 // stands in the outputs that is right.
 class BusyWorld : public World {
@@ -61,7 +63,7 @@ class BusyWorld : public World {
       }
       auto const status = Pelk::makePtr<Vxlan::VtiStatus>(Lidra::IntfId("Vxlan1"));
       status->localVtepAddrIs(Lidra::IpAddr(std::string_view("10.0.0.1")));
-      for (uint16_t const vlan : {1, 10, 20, 30, 40, 4094}) {
+      for (auto const vlan : kVlans) {
          if (!inputs.oneIn(4)) {
             L3::VrfName const vrf("vrf-" + std::to_string(vlan));
             config->transitVrfIs(vrf);
@@ -83,7 +85,7 @@ void leaveSomeOfTheRight(Side& side, uint32_t seed) {
    side.scheduler->runUntilIdle();
    side.stop();
    std::mt19937 random(seed);
-   for (uint16_t const vlan : {1, 10, 20, 30, 40, 4094}) {
+   for (auto const vlan : kVlans) {
       if (random() % 4 == 0) {
          side.joins->vlanDel(vlan);
       }
