@@ -149,7 +149,7 @@ void Recorder::stepEnds(SliceEnds const& ends, Slice const* slice) {
    if (slice != nullptr) {
       auto const time =
          std::chrono::duration_cast<std::chrono::microseconds>(slice->time);
-      gather(",\"slice\":{\"task\":", json(slice->task).dump(),
+      gather(R"(,"slice":{"task":)", json(slice->task).dump(),
              ",\"items\":", slice->items, ",\"time\":", time.count(), "}");
    }
    gather("}\n");
