@@ -246,8 +246,10 @@ void Player::finish() {
 
 // A schedule that was shrunk may remove what is not there.
 bool Player::patch(json const& operation) {
-   if (scanCount_) {
-      scanCount_->touched(operation.at("path").get<std::string>());
+   for (auto const* place : {"path", "from"}) {
+      if (scanCount_ && operation.contains(place)) {
+         scanCount_->touched(operation[place].get<std::string>());
+      }
    }
    try {
       Agent::Patch(state_, operation, Agent::Checks::plausible).apply(*this);
