@@ -142,7 +142,7 @@ UNCOUNTED = ^(Failure|HugeInput)[.]
 LINTED = $(CURDIR)/(build/tidy/)?(runtime|McastVpnLib|agent)/(?!.*_headers).*
 
 # The programs whose tests have threads of their own.
-THREADED = pelk_tests values_tests
+THREADED = file_writer_tests pelk_tests values_tests
 space := $(subst ,, )
 
 .PHONY: help demo test asan tsan threads memcheck clang tidy coverage cppcheck fuzz

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """What --record costs: two agents replay the same events, one of them recording. They are
 fed in blocks, each of them in turn, so that whatever else the machine does in a moment
-meets both; compared is the processor time that each takes for a block.
+meets both; compared is the processor time that each takes for a block: that of its event
+thread, which decides how many changes it can follow, and that of all its threads, since
+another one writes the file.
 
     benchmarks/recording.py build/release/agent/mcastvpn-agent [BLOCKS]
 """
@@ -64,25 +66,35 @@ class Agent:
         self._input = self._process.stdin.fileno()
 
     def nanoseconds(self, block):
-        """The processor time that it takes to play a block."""
+        """The processor time that it takes to play a block: of its event thread, and of
+        all threads."""
         begin = self._idle_at()
         left = memoryview(block)
         while left:
             left = left[os.write(self._input, left):]
-        return self._idle_at() - begin
+        return [after - before for after, before in zip(self._idle_at(), begin)]
 
     def _idle_at(self):
-        """Its processor time once it has read all and waits for more."""
+        """Its processor times once it has read all and waits for more."""
+        threads = sorted(int(name) for name in os.listdir(self._of_system("task")))
         while True:
             unread = struct.unpack(
                 "i", fcntl.ioctl(self._input, termios.FIONREAD, bytes(4)))[0]
-            if unread == 0 and self._of_system("stat").rpartition(")")[2].split()[0] == "S":
-                return int(self._of_system("schedstat").split()[0])
+            if unread == 0 and all(self._waits(thread) for thread in threads):
+                times = [int(self._read(thread, "schedstat").split()[0])
+                         for thread in threads]
+                return times[0], sum(times)
             time.sleep(0.0002)
 
-    def _of_system(self, name):
-        with open(f"/proc/{self._process.pid}/{name}", encoding="utf-8") as text:
+    def _waits(self, thread):
+        return self._read(thread, "stat").rpartition(")")[2].split()[0] == "S"
+
+    def _read(self, thread, name):
+        with open(self._of_system(f"task/{thread}/{name}"), encoding="utf-8") as text:
             return text.read()
+
+    def _of_system(self, name):
+        return f"/proc/{self._process.pid}/{name}"
 
     def end(self):
         self._process.stdin.close()
@@ -100,17 +112,20 @@ def main():
         plain = Agent(program, state_file, [])
         recorded = Agent(program, state_file,
                          ["--record", os.path.join(folder, "recording.jsonl")])
-        ratios = []
+        ratios = {"the event thread": [], "all threads": []}
         for number, block in enumerate(blocks(count)):
             # Each of the two is the first one in turn.
             order = (plain, recorded) if number % 2 else (recorded, plain)
             took = {agent: agent.nanoseconds(block) for agent in order}
-            ratios.append(took[recorded] / took[plain])
+            for of, more, less in zip(ratios, took[recorded], took[plain]):
+                ratios[of].append(more / less)
         for agent in (plain, recorded):
             agent.end()
-    quarters = statistics.quantiles(ratios, n=4)
-    print(f"{count} blocks of {BLOCK} events: {quarters[1]:.3f} in the median, "
-          f"half of them between {quarters[0]:.3f} and {quarters[2]:.3f}")
+    print(f"{count} blocks of {BLOCK} events, with a recording to without one:")
+    for of, values in ratios.items():
+        quarters = statistics.quantiles(values, n=4)
+        print(f"{of}: {quarters[1]:.3f} in the median, "
+              f"half of them between {quarters[0]:.3f} and {quarters[2]:.3f}")
 
 
 if __name__ == "__main__":

@@ -28,7 +28,18 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr size_t kGathered = size_t{1} << 16; // written at once
+constexpr size_t kGathered = size_t{1} << 16;   // written at once
+constexpr size_t kMostBehind = size_t{1} << 24; // kept for a disk that is slow
+
+Descriptor opened(std::string const& file) {
+   Descriptor descriptor(
+      open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+   if (!descriptor) {
+      throw InputError(location(file, 0) +
+                       "cannot be written: " + std::generic_category().message(errno));
+   }
+   return descriptor;
+}
 
 ordered_json optionsToJson(Options const& options) {
    ordered_json json{
@@ -82,24 +93,19 @@ std::string keepRecording(std::string const& file) {
 }
 
 Recorder::Recorder(std::string file, Options const& options, State const& state)
-   : file_(std::move(file)),
-     descriptor_(open(file_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)),
+   : file_(std::move(file)), writer_(opened(file_)),
      begin_(std::chrono::steady_clock::now()) {
-   if (!descriptor_) {
-      throw InputError(location(file_, 0) +
-                       "cannot be written: " + std::generic_category().message(errno));
-   }
    line(ordered_json{{"recording", kRecordingVersion},
                      {"agent", kVersion},
                      {"time", timeText()},
                      {"options", optionsToJson(options)},
                      {"state", state.toJson()}}
            .dump());
-   flush();
+   finish();
 }
 
 Recorder::~Recorder() {
-   static_cast<void>(writeOut()); // end() has told what went wrong
+   handOverAll(); // end() has told what went wrong
 }
 
 // Format strings would cost most of what recording costs.
@@ -161,20 +167,61 @@ void Recorder::end(uint64_t inputs) {
       {"t", now()},
       {"end", {{"steps", steps_}, {"inputs", inputs}, {"writes", writes_}}}}
            .dump());
-   flush();
+   finish();
 }
 
 void Recorder::flush() {
-   if (int const error = writeOut(); error != 0) {
-      hasFailed_ = true; // and is told once: what ends for it is not stopped again
-      gathered_.clear();
-      auto const message = location(file_, 0) + "cannot be written: " +
-                           std::generic_category().message(error);
-      if (!told_) {
-         throw InputError(message);
-      }
-      told_(message);
+   if (!told_) {
+      handOverAll();
+   } else if (!handOver() && gathered_.size() > kMostBehind) {
+      failed("the disk is too slow");
    }
+   lookForErrors();
+}
+
+void Recorder::newsCame() {
+   writer_.newsAreRead();
+   flush();
+}
+
+// Of what can wait for a disk.
+void Recorder::finish() {
+   handOverAll();
+   writer_.waitForAll();
+   lookForErrors();
+}
+
+void Recorder::handOverAll() {
+   while (!handOver()) {
+      writer_.waitForRoom();
+   }
+}
+
+// False if what was gathered is not taken now.
+bool Recorder::handOver() {
+   if (hasFailed_) {
+      gathered_.clear();
+   }
+   return gathered_.empty() || writer_.take(gathered_);
+}
+
+void Recorder::lookForErrors() {
+   if (int const error = writer_.error(); error != 0) {
+      failed(std::generic_category().message(error));
+   }
+}
+
+// Told once: what ends for it is not stopped again.
+void Recorder::failed(std::string const& why) {
+   if (std::exchange(hasFailed_, true)) {
+      return;
+   }
+   gathered_.clear();
+   auto const message = location(file_, 0) + "cannot be written: " + why;
+   if (!told_) {
+      throw InputError(message);
+   }
+   told_(message);
 }
 
 int64_t Recorder::now() const {
@@ -192,16 +239,6 @@ void Recorder::flushIfFull() {
    if (gathered_.size() >= kGathered) {
       flush();
    }
-}
-
-// Returns the number of what went wrong, or 0.
-int Recorder::writeOut() noexcept {
-   if (hasFailed_) {
-      gathered_.clear();
-   }
-   int const error = writeAll(descriptor_.number(), gathered_);
-   gathered_.clear();
-   return error;
 }
 
 } // namespace Agent

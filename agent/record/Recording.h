@@ -1,9 +1,9 @@
 #pragma once
 
-#include "agent/Descriptor.h"
 #include "agent/Options.h"
 #include "agent/Provenance.h"
 #include "agent/State.h"
+#include "agent/record/FileWriter.h"
 #include "agent/record/StepShare.h"
 
 #include <chrono>
@@ -36,21 +36,24 @@ namespace Agent {
 // The version of the form. A reader refuses what it does not know.
 inline constexpr int kRecordingVersion = 1;
 
-// Keeps what a file holds when it is to hold a recording, under its name with the first
-// of ".1" to ".9" that is free: an agent that was killed and starts again so leaves
-// what was recorded of it. Returns what people are to be told of it; empty if nothing
-// was recorded there. InputError if it cannot be kept for another reason than that all
-// nine stand there, which is no reason not to start.
+// Keeps what a file holds when it is to hold a recording, under its name with ".1": an
+// agent that was killed and starts again so leaves what was recorded of it. Those that
+// came before move on, up to ".9", whose place the last but one takes. Returns what
+// people are to be told of it; empty if nothing was recorded there. InputError if it
+// cannot be kept.
 std::string keepRecording(std::string const& file);
 
-// Writes one while a machine runs. Event thread only.
+// Writes one while a machine runs, by a thread that waits for the disk. Event thread
+// only.
 class Recorder {
  public:
    // Begins with what the state holds. InputError if the file cannot be written, here
-   // and below.
+   // and below, some time after it could not be.
    Recorder(std::string file, Options const& options, State const& state);
-   // Who is told, once, from here on that the file cannot be written, in the place of
-   // the exception; what happens next is not recorded then.
+   // Of an agent that goes on whatever becomes of its recording: who is told, once,
+   // from here on that the file cannot be written, in the place of the exception; what
+   // happens next is not recorded then. It never waits for a disk that is slow, but
+   // keeps what is to be written, until that is too much.
    void failuresGoTo(std::function<void(std::string const& error)> told) {
       told_ = std::move(told);
    }
@@ -61,7 +64,7 @@ class Recorder {
    // Something is done to the machine from outside: an operation, a host line. The text
    // is one JSON value.
    void stepBegins(std::string_view play);
-   // Called from inside notifications, so nothing is written to the file here.
+   // Called from inside notifications, so nothing is handed over here.
    void wrote(std::string_view operation, uint64_t cause);
    // What the step was, once it is done.
    struct Slice {
@@ -71,13 +74,15 @@ class Recorder {
    };
    void stepEnds(SliceEnds const& ends, Slice const* slice = nullptr);
 
-   void end(uint64_t inputs);
    // What was recorded is in the file then.
+   void end(uint64_t inputs);
+   // What was recorded will be in the file soon.
    void flush();
+   // Can be read from when newsCame() is to be called.
+   int news() const noexcept { return writer_.news(); }
+   void newsCame();
    // When the process aborts, wherever it is: may be called by a signal handler.
-   void rescue() const noexcept {
-      static_cast<void>(writeAll(descriptor_.number(), gathered_));
-   }
+   void rescue() const noexcept { writer_.rescue(gathered_); }
 
  private:
    int64_t now() const;
@@ -87,10 +92,14 @@ class Recorder {
    void gatherList(auto const& items, Each const& each);
    void line(std::string_view text);
    void flushIfFull();
-   int writeOut() noexcept;
+   void finish();
+   bool handOver();
+   void handOverAll();
+   void lookForErrors();
+   void failed(std::string const& why);
 
    std::string file_;
-   Descriptor descriptor_;
+   FileWriter writer_;
    std::string gathered_;
    std::chrono::steady_clock::time_point begin_;
    std::function<void(std::string const&)> told_;

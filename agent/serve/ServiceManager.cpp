@@ -20,7 +20,7 @@ constexpr auto kNextTry = std::chrono::seconds(1);
 } // namespace
 
 ServiceManager::ServiceManager(EventLoop& loop, Host& host)
-   : host_(host), watchdog_(loop, [this] { goesOn(); }),
+   : host_(host), slicesSeen_(host.slices()), watchdog_(loop, [this] { goesOn(); }),
      again_(loop, [] {}) { // the end of that turn tells
    if (char const* const path = std::getenv("NOTIFY_SOCKET")) {
       std::string_view const name = path;

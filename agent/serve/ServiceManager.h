@@ -37,8 +37,8 @@ class ServiceManager {
    socklen_t addressSize_ = 0;
    bool isSupervised_ = false;
    bool isReadyTold_ = false;
-   std::string told_;        // the status
-   uint64_t slicesSeen_ = 0; // when it was told last that this goes on
+   std::string told_;    // the status
+   uint64_t slicesSeen_; // when it was told last that this goes on
    EventLoop::Timer watchdog_;
    EventLoop::Timer again_; // while something could not be told
 };

@@ -122,6 +122,8 @@ class Watch {
       // What is looked at later is no reason to end what forwards now.
       recorder_->failuresGoTo(
          [](std::string const& error) { say(error + "; nothing more is recorded"); });
+      recordersNews_.emplace(loop_, recorder_->news(), EventLoop::Interest::reading,
+                             [this] { recorder_->newsCame(); });
       machines_[0]->host.recorderIs(recorder_.get());
    }
 
@@ -349,6 +351,7 @@ class Watch {
    WantedSignals const signals_;
    EventLoop loop_;
    std::unique_ptr<Recorder> recorder_; // of the one machine
+   std::optional<EventLoop::Follower> recordersNews_;
    // Of all that follows, until it is gone.
    LiveMessages messages_{loop_, [this] {
                              if (recorder_) {

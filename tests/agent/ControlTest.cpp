@@ -1,3 +1,4 @@
+#include "support/ComesTrue.h"
 #include "support/LineReader.h"
 #include "support/RunningAgent.h"
 #include "support/TransitState.h"
@@ -43,14 +44,9 @@ class Control : public WatchingAgent {
    json ask(json const& question) const { return UnixClient(path()).ask(question); }
    // Whether there come to be so many transit VLANs.
    bool comesTo(int vlans) const {
-      auto const end = std::chrono::steady_clock::now() + 60s;
-      while (ask({{"ask", "stats"}}).at("answer").at("transitVlans") != vlans) {
-         if (std::chrono::steady_clock::now() > end) {
-            return false;
-         }
-         std::this_thread::sleep_for(10ms);
-      }
-      return true;
+      return comesTrue([&] {
+         return ask({{"ask", "stats"}}).at("answer").at("transitVlans") == vlans;
+      });
    }
    // Whether there is such a process that has not ended.
    static bool isRunning(pid_t process) {
@@ -423,11 +419,7 @@ TEST_F(Control, EndsInTheMiddleOfAnswers) {
    ASSERT_GT(answering, 0);
    kill(answering, SIGSTOP); // it does not end by itself
    EXPECT_EQ(stop(), 0);
-   auto const end = std::chrono::steady_clock::now() + 60s;
-   while (isRunning(answering) && std::chrono::steady_clock::now() < end) {
-      std::this_thread::sleep_for(1ms);
-   }
-   EXPECT_FALSE(isRunning(answering));
+   EXPECT_TRUE(comesTrue([&] { return !isRunning(answering); }));
 }
 
 TEST_F(Control, ProcessesThatAnswerHaveNothingOfTheAgentsOpen) {

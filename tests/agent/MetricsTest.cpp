@@ -3,6 +3,7 @@
 #include "agent/observe/MetricTable.h"
 #include "fennlog/TraceHandle.h"
 
+#include "support/ComesTrue.h"
 #include "support/TransitState.h"
 #include "support/WatchingAgent.h"
 
@@ -19,7 +20,6 @@
 #include <regex>
 #include <set>
 #include <sstream>
-#include <thread>
 #include <vector>
 
 using namespace TestSupport;
@@ -92,12 +92,11 @@ class Metrics : public WatchingAgent {
    // Samples in which this one has this value.
    std::map<std::string, double> samplesWith(std::string const& name,
                                              double value) const {
-      auto const end = std::chrono::steady_clock::now() + 60s;
-      auto found = samples();
-      while (found[name] != value && std::chrono::steady_clock::now() < end) {
-         std::this_thread::sleep_for(10ms);
+      std::map<std::string, double> found;
+      EXPECT_TRUE(comesTrue([&] {
          found = samples();
-      }
+         return found[name] == value;
+      })) << name;
       return found;
    }
 

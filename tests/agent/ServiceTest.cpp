@@ -1,6 +1,7 @@
 #include "agent/Host.h"
 #include "agent/serve/EventLoop.h"
 #include "agent/serve/ServiceManager.h"
+#include "support/ComesTrue.h"
 #include "support/TransitState.h"
 #include "support/UnixSocket.h"
 #include "support/WatchingAgent.h"
@@ -13,7 +14,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <map>
-#include <thread>
 
 using namespace TestSupport;
 using namespace std::chrono_literals;
@@ -68,14 +68,8 @@ class Service : public WatchingAgent {
    std::string kept() const { return folder_.file("kept/outputs.json"); }
    // Whether this comes to stand among the outputs that are kept.
    bool isKept(std::string const& text) const {
-      auto const end = std::chrono::steady_clock::now() + 60s;
-      while (readText(kept()).find(text) == std::string::npos) {
-         if (std::chrono::steady_clock::now() > end) {
-            return false;
-         }
-         std::this_thread::sleep_for(10ms);
-      }
-      return true;
+      return comesTrue(
+         [&] { return readText(kept()).find(text) != std::string::npos; });
    }
 };
 

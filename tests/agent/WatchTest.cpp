@@ -1,4 +1,5 @@
 #include "agent/Descriptor.h"
+#include "support/ComesTrue.h"
 #include "support/TransitState.h"
 #include "support/WatchingAgent.h"
 
@@ -8,7 +9,9 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -18,6 +21,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using namespace TestSupport;
@@ -46,8 +50,49 @@ class Terminal {
    Descriptor descriptor_;
 };
 
+// Holds what a pipe does until it is read.
+class SlowDisk {
+ public:
+   explicit SlowDisk(std::string file) : file_(std::move(file)) {
+      EXPECT_EQ(mkfifo(file_.c_str(), 0600), 0);
+      pipe_ = Descriptor::made(open(file_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC),
+                               "open");
+   }
+   std::string const& file() const { return file_; }
+   // All that is written until its writer goes.
+   std::string read() const {
+      fcntl(pipe_.number(), F_SETFL, 0);
+      std::string text;
+      std::array<char, 4096> part;
+      for (ssize_t size = 0;
+           (size = ::read(pipe_.number(), part.data(), part.size())) > 0;) {
+         text.append(part.data(), static_cast<size_t>(size));
+      }
+      return text;
+   }
+
+ private:
+   std::string const file_;
+   Descriptor pipe_;
+};
+
 class Watch : public WatchingAgent {
  protected:
+   void startOn(SlowDisk const& disk) {
+      write(transitState({}));
+      start({"--record", disk.file()});
+      nextDocument();
+   }
+   // Outputs do, and each of their changes is printed.
+   void comeAndGo(int times) {
+      constexpr int kVlans = 4000;
+      for (int i = 0; i < times; ++i) {
+         replace(i % 2 == 0 ? manyTransitVlans(kVlans) : transitState({}));
+         for (int line = 0; line < 5 * kVlans; ++line) {
+            ASSERT_TRUE(results_->next()) << line << " of " << i;
+         }
+      }
+   }
    std::string const changesSaid(int changes) const {
       return "mcastvpn-agent: " + file() + ": " + std::to_string(changes) +
              (changes == 1 ? " change" : " changes") + " of the inputs";
@@ -412,9 +457,11 @@ TEST_F(Watch, WhatAnAgentHasRecordedIsKeptWhenTheNextOneBegins) {
                                   ": what stood here is kept as " + recording + ".1");
       }
       nextDocument();
+      // It is written a moment later, by another thread.
+      EXPECT_TRUE(comesTrue(
+         [&] { return readText(recording).find("Vlan10") != std::string::npos; }));
       EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
       recorded.push_back(readText(recording));
-      EXPECT_THAT(recorded.back(), HasSubstr("Vlan10"));
    }
    EXPECT_NE(recorded[0], recorded[1]);
    EXPECT_EQ(readText(recording + ".1"), recorded[0]);
@@ -468,6 +515,35 @@ TEST_F(Watch, ARecordingThatIsOutOfRoomIsToldOnceAndEndsNothing) {
    EXPECT_FALSE(messages_->nextWith(told));
    EXPECT_EQ(agent_->status(), 0);
    EXPECT_EQ(fs::file_size(folder_.file("recording")), 16384u);
+}
+
+TEST_F(Watch, ADiskThatIsSlowHoldsUpNothing) {
+   SlowDisk disk(folder_.file("pipe"));
+   startOn(disk);
+   comeAndGo(2);
+   agent_->signal(SIGTERM);
+   auto const recording = folder_.write("recording", disk.read());
+   EXPECT_EQ(agent_->status(), 0);
+   auto const played = runAgent(folder_, {"replay", recording});
+   EXPECT_EQ(played.status, 0);
+   EXPECT_THAT(played.err, IsEmpty()) << "nothing is missing";
+}
+
+TEST_F(Watch, ADiskThatIsTooSlowIsToldOnceAndEndsNothing) {
+   SlowDisk disk(folder_.file("pipe"));
+   startOn(disk);
+   comeAndGo(12); // of which more than 16 MiB are to be recorded
+   auto const told =
+      disk.file() +
+      ": cannot be written: the disk is too slow; nothing more is recorded";
+   EXPECT_TRUE(messages_->nextWith(told));
+   agent_->signal(SIGTERM);
+   auto const recording = folder_.write("recording", disk.read());
+   EXPECT_FALSE(messages_->nextWith(told));
+   EXPECT_EQ(agent_->status(), 0);
+   auto const played = runAgent(folder_, {"replay", recording});
+   EXPECT_EQ(played.status, 0) << "what was recorded before is right";
+   EXPECT_THAT(played.err, HasSubstr("the recording has no end"));
 }
 
 TEST_F(Watch, ARecordingThatCannotBeBegunIsRefused) {

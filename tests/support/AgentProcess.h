@@ -1,50 +1,16 @@
 #pragma once
 
+#include "support/TemporaryFolder.h"
+
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 // The agent as people run it: a process with files, standard streams and a status.
 // AGENT_PROGRAM and SOURCE_FOLDER come from the build.
 namespace TestSupport {
-
-// A folder of its own for each test, gone afterwards.
-class TemporaryFolder {
- public:
-   TemporaryFolder() {
-      // mkdtemp() puts characters of its own in the place of the last six.
-      auto pattern = (std::filesystem::temp_directory_path() / "mcastvpn-").string() +
-                     std::string(6, 'X');
-      path_ = mkdtemp(pattern.data());
-   }
-   TemporaryFolder(TemporaryFolder const&) = delete;
-   TemporaryFolder& operator=(TemporaryFolder const&) = delete;
-   ~TemporaryFolder() {
-      std::error_code ignored;
-      std::filesystem::remove_all(path_, ignored);
-   }
-
-   std::string file(std::string const& name) const { return (path_ / name).string(); }
-   std::string write(std::string const& name, std::string const& text) const {
-      std::ofstream(file(name), std::ios::binary) << text;
-      return file(name);
-   }
-
- private:
-   std::filesystem::path path_;
-};
-
-inline std::string readText(std::string const& file) {
-   std::ostringstream text;
-   text << std::ifstream(file, std::ios::binary).rdbuf();
-   return text.str();
-}
 
 struct Outcome {
    int status; // the exit status; 128 + N when signal N ended the process

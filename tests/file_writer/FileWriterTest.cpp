@@ -1,0 +1,168 @@
+#include "agent/record/FileWriter.h"
+
+#include "support/Pipe.h"
+#include "support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+
+using namespace TestSupport;
+using Agent::Descriptor;
+using Agent::FileWriter;
+using testing::IsEmpty;
+
+// A file that is written by a thread of its own.
+namespace {
+
+constexpr size_t kPart = size_t{1} << 16; // as much as a pipe holds
+
+Descriptor forWriting(std::string const& file) {
+   return Descriptor(
+      open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+}
+
+constexpr std::chrono::seconds kLong{60};
+constexpr std::chrono::milliseconds kNotLong{50};
+
+bool hasNews(FileWriter const& writer, std::chrono::milliseconds patience) {
+   pollfd wanted{writer.news(), POLLIN, 0};
+   return poll(&wanted, 1, static_cast<int>(patience.count())) == 1;
+}
+
+// A writer into a pipe, whose reader is slow.
+class PipeWriter {
+ public:
+   PipeWriter() : writer_(Descriptor(dup(pipe_.writing()))) { pipe_.closeWriting(); }
+
+   FileWriter& writer() { return *writer_; }
+   // Takes parts, each of another letter, until no more is taken and none is written.
+   std::string fill() {
+      std::string all;
+      for (char letter = 'a'; letter <= 'z'; ++letter) {
+         std::string text(kPart, letter);
+         while (!writer_->take(text)) {
+            if (!hasNews(*writer_, kNotLong)) {
+               return all;
+            }
+            writer_->newsAreRead();
+         }
+         EXPECT_THAT(text, IsEmpty());
+         all.append(kPart, letter);
+      }
+      ADD_FAILURE() << "there is no end";
+      return all;
+   }
+   std::string read(size_t size) const { return pipe_.read(size); }
+   // All that comes until the writer has gone.
+   std::string readToEnd() {
+      std::string text;
+      std::thread reader([&] { text = pipe_.read(); });
+      writer_.reset();
+      reader.join();
+      return text;
+   }
+
+ private:
+   Pipe pipe_;
+   std::optional<FileWriter> writer_;
+};
+
+class AFileWriter : public testing::Test {
+ protected:
+   std::string file() const { return folder_.file("written"); }
+
+   TemporaryFolder folder_;
+};
+
+} // namespace
+
+TEST_F(AFileWriter, WritesAllTextsInTheirOrder) {
+   std::mt19937 random(1);
+   std::string all;
+   {
+      FileWriter writer(forWriting(file()));
+      std::string text;
+      for (int i = 0; i < 20'000; ++i) {
+         text.append(1 + random() % 300, static_cast<char>('a' + i % 26));
+         auto const whole = text;
+         if (writer.take(text)) {
+            EXPECT_THAT(text, IsEmpty());
+            all += whole;
+         } else {
+            EXPECT_EQ(text, whole);
+            if (random() % 2 == 0) {
+               writer.waitForRoom();
+            }
+         }
+      }
+      writer.waitForRoom();
+      all += text;
+      EXPECT_TRUE(text.empty() || writer.take(text));
+      writer.waitForAll();
+      EXPECT_EQ(readText(file()), all);
+      text = "the end";
+      EXPECT_TRUE(writer.take(text));
+      EXPECT_EQ(writer.error(), 0);
+   }
+   EXPECT_EQ(readText(file()), all + "the end") << "it has gone";
+}
+
+TEST_F(AFileWriter, RefusesWhatItHasNoRoomForAndTellsWhenThereIsSome) {
+   PipeWriter pipe;
+   auto& writer = pipe.writer();
+   auto all = pipe.fill();
+   EXPECT_FALSE(hasNews(writer, kNotLong));
+   auto read = pipe.read(2 * kPart);
+   EXPECT_TRUE(hasNews(writer, kLong));
+   writer.newsAreRead();
+   EXPECT_FALSE(hasNews(writer, kNotLong)) << "it is told once";
+   std::string text = "more";
+   EXPECT_TRUE(writer.take(text));
+   all += "more";
+   read += pipe.readToEnd();
+   EXPECT_EQ(read, all);
+}
+
+TEST_F(AFileWriter, TellsOfAnErrorAndForgetsWhatComesAfterIt) {
+   FileWriter writer(forWriting("/dev/full"));
+   EXPECT_EQ(writer.error(), 0);
+   std::string text = "some";
+   EXPECT_TRUE(writer.take(text));
+   EXPECT_TRUE(hasNews(writer, kLong));
+   EXPECT_EQ(writer.error(), ENOSPC);
+   for (int i = 0; i < 100; ++i) {
+      text = "more";
+      writer.waitForRoom();
+      EXPECT_TRUE(writer.take(text));
+   }
+   writer.waitForAll();
+   EXPECT_EQ(writer.error(), ENOSPC);
+}
+
+TEST_F(AFileWriter, WhatIsRescuedComesAfterWhatWasTaken) {
+   PipeWriter pipe;
+   auto all = pipe.fill();
+   std::string read;
+   std::thread reader([&] { read = pipe.read(all.size()); });
+   pipe.writer().rescue("the last");
+   reader.join();
+   EXPECT_EQ(read, all);
+   EXPECT_EQ(pipe.readToEnd(), "the last");
+}
+
+TEST_F(AFileWriter, NothingIsRescuedInTheMiddleOfWhatIsNotWritten) {
+   PipeWriter pipe;
+   auto const all = pipe.fill();
+   pipe.writer().rescue("too late");
+   EXPECT_EQ(pipe.readToEnd(), all);
+}
