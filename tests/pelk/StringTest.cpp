@@ -1,9 +1,12 @@
 #include "pelk/String.h"
 
 #include "pelk/ThreadControl.h"
+#include "support/CountingHeap.h"
 
+#include <atomic>
 #include <compare>
 #include <gtest/gtest.h>
+#include <optional>
 #include <random>
 #include <sstream>
 #include <string>
@@ -187,6 +190,36 @@ TEST(String, CopiesInSeveralThreadsShareOneTextToTheEnd) {
       }
    }
    Pelk::ThreadControl::multiThreadedIs(false);
+}
+
+// Counts that were not atomic would miss each other: the text would live on, or go
+// early.
+TEST(String, WhatIsCopiedInSeveralThreadsAtOnceIsReleasedWithItsLastCopy) {
+   Pelk::ThreadControl::multiThreadedIs(true);
+   std::optional<String> shared(textOfSize(50));
+   std::atomic<int> waiting = 2;
+   std::vector<std::thread> threads;
+   for (int i = 0; i < 2; ++i) {
+      threads.emplace_back([&] {
+         --waiting;
+         while (waiting != 0) { // so that they run at the same time
+         }
+         for (int round = 0; round < 500'000; ++round) {
+            String const copy = *shared;
+            ASSERT_EQ(copy.size(), 50u);
+         }
+      });
+   }
+   for (auto& thread : threads) {
+      thread.join();
+   }
+   Pelk::ThreadControl::multiThreadedIs(false);
+   auto const before = TestSupport::heap().releases;
+   String last = *shared;
+   shared.reset();
+   EXPECT_EQ(TestSupport::heap().releases, before);
+   last = String();
+   EXPECT_EQ(TestSupport::heap().releases, before + 1);
 }
 
 } // namespace

@@ -140,6 +140,14 @@ TEST_F(TransitSmMemory, VlansThatComeAndGoTogetherTakeNoMoreThanTheirOutputs) {
    EXPECT_EQ(sm->sbdVlanToVrf().size(), kVrfs + 1u);
 }
 
+TEST_F(TransitSmMemory, AnEntryThatSomebodyMakesHasNoRoomForAnother) {
+   using Entry = TransitSm::SbdVlanToVrf;
+   auto const before = heap();
+   auto const entry = Pelk::makePtr<Entry>(Bridging::VlanId(10));
+   EXPECT_EQ(heap().allocations - before.allocations, 1u);
+   EXPECT_LT(heap().bytes - before.bytes, 2 * sizeof(Entry));
+}
+
 TEST_F(TransitSmMemory, AnEntryThatSomebodyHoldsIsNotUsedAgain) {
    auto const held = sm->sbdVlanToVrf(10);
    status->vrfToSBDVlanIs(red, 20);
