@@ -17,8 +17,13 @@ using nlohmann::ordered_json;
 Lane::Lane(Options options, std::string_view sm)
    : options_(std::move(options)), sm_(sm), host_(options_) {}
 
-// What the machine traces while it goes is this lane's.
+// What the machine traces and records while it goes is this lane's.
 Lane::~Lane() {
+   if (recorder_) {
+      recorder_->failuresGoTo([](std::string const& error) {
+         printMessage(fmt::format("mcastvpn-agent: {}\n", error));
+      });
+   }
    if (records_) {
       records_->takeTrace();
    }

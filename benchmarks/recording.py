@@ -75,15 +75,19 @@ class Agent:
         return [after - before for after, before in zip(self._idle_at(), begin)]
 
     def _idle_at(self):
-        """Its processor times once it has read all and waits for more."""
-        threads = sorted(int(name) for name in os.listdir(self._of_system("task")))
+        """Its processor times once it has read all and waits for more. A thread may wait
+        for one that is looked at before it, so all of them are seen to wait twice."""
+        seen = None
         while True:
             unread = struct.unpack(
                 "i", fcntl.ioctl(self._input, termios.FIONREAD, bytes(4)))[0]
+            threads = [int(name) for name in os.listdir(self._of_system("task"))]
             if unread == 0 and all(self._waits(thread) for thread in threads):
-                times = [int(self._read(thread, "schedstat").split()[0])
-                         for thread in threads]
-                return times[0], sum(times)
+                times = {thread: int(self._read(thread, "schedstat").split()[0])
+                         for thread in threads}
+                if times == seen:
+                    return times[self._process.pid], sum(times.values())
+                seen = times
             time.sleep(0.0002)
 
     def _waits(self, thread):

@@ -1,7 +1,6 @@
 #include "agent/record/FileWriter.h"
 
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <ctime>
@@ -9,10 +8,16 @@
 
 namespace Agent {
 
+namespace {
+
+constexpr size_t kMostKept = size_t{1} << 17; // memory for the next text
+
+} // namespace
+
 FileWriter::FileWriter(Descriptor file)
    : file_(std::move(file)),
      news_(Descriptor::made(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
-     thread_([this] { write(); }) {}
+     thread_([this] { writeTexts(); }) {}
 
 FileWriter::~FileWriter() {
    waitForAll();
@@ -22,12 +27,20 @@ FileWriter::~FileWriter() {
 }
 
 bool FileWriter::take(std::string& text) {
+   if (text.empty()) {
+      return true;
+   }
+   if (isOver_) {
+      text.clear();
+      return true;
+   }
    if (isFull()) {
       isRefused_ = true;
       if (isFull()) { // it may have changed before that
          return false;
       }
    }
+   left_ += text.size();
    texts_[taken_.load() % kTexts].swap(text);
    ++taken_;
    taken_.notify_one();
@@ -39,38 +52,54 @@ void FileWriter::newsAreRead() const noexcept {
    static_cast<void>(eventfd_read(news_.number(), &count));
 }
 
-// What a handler may do is little: it looks again and again.
-void FileWriter::rescue(std::string_view text) const noexcept {
+// The disk may hang, so the thread writes this, too. What a handler may do is little:
+// it looks again and again.
+void FileWriter::rescue(std::string_view text) noexcept {
    constexpr timespec kPause{0, 1'000'000};
-   for (int i = 0; i < 1000 && written_.load() != taken_.load(); ++i) {
+   isOver_ = true;
+   rescued_ = text;
+   bool isTaken = false;
+   for (int i = 0; i < 1000 && !(isTaken && written_.load() == taken_.load()); ++i) {
+      if (!isTaken && !isFull()) {
+         ++taken_; // an empty text
+         isTaken = true;
+      }
+      taken_.notify_one(); // of the one, too, that take() may have just taken
       nanosleep(&kPause, nullptr);
    }
-   if (written_.load() == taken_.load() && error_.load() == 0) {
-      static_cast<void>(writeAll(file_.number(), text));
+   if (!isTaken) {
+      rescued_ = {};
    }
 }
 
-void FileWriter::write() {
+void FileWriter::writeTexts() {
    // Signals are for the thread that knows what they mean.
    sigset_t all;
    sigfillset(&all);
    pthread_sigmask(SIG_BLOCK, &all, nullptr);
-   for (uint32_t number = 0;; ++number) {
+   for (bool isLast = false; !isLast;) {
+      auto const number = written_.load();
       taken_.wait(number);
       auto& text = texts_[number % kTexts];
-      if (text.empty()) {
-         return;
-      }
-      if (error_ == 0) {
-         error_ = writeAll(file_.number(), text);
-         if (error_ != 0) {
-            tell();
-         }
-      }
+      isLast = text.empty();
+      write(isLast ? rescued_ : text);
+      left_ -= text.size();
       text.clear();
+      if (text.capacity() > kMostKept) {
+         text = std::string();
+      }
       written_ = number + 1;
       written_.notify_all();
       if (isRefused_.exchange(false)) {
+         tell();
+      }
+   }
+}
+
+void FileWriter::write(std::string_view text) {
+   if (error_ == 0) {
+      error_ = writeAll(file_.number(), text);
+      if (error_ != 0) {
          tell();
       }
    }

@@ -31,14 +31,17 @@ namespace {
 constexpr size_t kGathered = size_t{1} << 16;   // written at once
 constexpr size_t kMostBehind = size_t{1} << 24; // kept for a disk that is slow
 
-Descriptor opened(std::string const& file) {
-   Descriptor descriptor(
-      open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-   if (!descriptor) {
-      throw InputError(location(file, 0) +
-                       "cannot be written: " + std::generic_category().message(errno));
+std::string cannotBeWritten(std::string const& file, std::string const& why) {
+   return location(file, 0) + "cannot be written: " + why;
+}
+
+FileWriter writerOf(std::string const& file) {
+   try {
+      return FileWriter(Descriptor::made(
+         open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), "open"));
+   } catch (std::system_error const& error) {
+      throw InputError(cannotBeWritten(file, error.code().message()));
    }
-   return descriptor;
 }
 
 ordered_json optionsToJson(Options const& options) {
@@ -93,7 +96,7 @@ std::string keepRecording(std::string const& file) {
 }
 
 Recorder::Recorder(std::string file, Options const& options, State const& state)
-   : file_(std::move(file)), writer_(opened(file_)),
+   : file_(std::move(file)), writer_(writerOf(file_)),
      begin_(std::chrono::steady_clock::now()) {
    line(ordered_json{{"recording", kRecordingVersion},
                      {"agent", kVersion},
@@ -105,7 +108,11 @@ Recorder::Recorder(std::string file, Options const& options, State const& state)
 }
 
 Recorder::~Recorder() {
-   handOverAll(); // end() has told what went wrong
+   if (told_) {
+      finish();
+   } else {
+      handOverAll(); // what ends for an error is not to throw another
+   }
 }
 
 // Format strings would cost most of what recording costs.
@@ -173,7 +180,7 @@ void Recorder::end(uint64_t inputs) {
 void Recorder::flush() {
    if (!told_) {
       handOverAll();
-   } else if (!handOver() && gathered_.size() > kMostBehind) {
+   } else if (!handOver() && writer_.left() + gathered_.size() > kMostBehind) {
       failed("the disk is too slow");
    }
    lookForErrors();
@@ -216,8 +223,8 @@ void Recorder::failed(std::string const& why) {
    if (std::exchange(hasFailed_, true)) {
       return;
    }
-   gathered_.clear();
-   auto const message = location(file_, 0) + "cannot be written: " + why;
+   gathered_ = std::string();
+   auto const message = cannotBeWritten(file_, why);
    if (!told_) {
       throw InputError(message);
    }

@@ -11,6 +11,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 // A recording: what happened to a machine and what it did, so that it can be played
@@ -74,15 +75,20 @@ class Recorder {
    };
    void stepEnds(SliceEnds const& ends, Slice const* slice = nullptr);
 
-   // What was recorded is in the file then.
+   // What was recorded is in the file then, unless that has failed.
    void end(uint64_t inputs);
    // What was recorded will be in the file soon.
    void flush();
    // Can be read from when newsCame() is to be called.
    int news() const noexcept { return writer_.news(); }
    void newsCame();
-   // When the process aborts, wherever it is: may be called by a signal handler.
-   void rescue() const noexcept { writer_.rescue(gathered_); }
+   // When the process aborts, wherever it is: may be called by a signal handler. Does
+   // nothing in another thread, beside which this one may go on.
+   void rescue() noexcept {
+      if (std::this_thread::get_id() == thread_) {
+         writer_.rescue(hasFailed_ ? std::string_view() : gathered_);
+      }
+   }
 
  private:
    int64_t now() const;
@@ -104,6 +110,7 @@ class Recorder {
    std::chrono::steady_clock::time_point begin_;
    std::function<void(std::string const&)> told_;
    bool hasFailed_ = false;
+   std::thread::id const thread_ = std::this_thread::get_id();
    uint64_t steps_ = 0;
    uint64_t writes_ = 0;
 };

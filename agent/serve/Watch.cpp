@@ -96,8 +96,8 @@ class Watch {
          loop_.run();
          return end();
       } catch (...) {
-         endRecording();
          keepOutputs();
+         endRecording();
          throw;
       }
    }
@@ -337,12 +337,12 @@ class Watch {
          machine->host.stop();
          status = machine->host.verified() == 0 ? status : kDisagrees;
       }
-      endRecording();
       keepOutputs();
       say(fmt::format("{}, {} of inputs, {} of outputs; {} refused",
                       numbered(documents_, "new document"),
                       numbered(inputChanges_, "change"), outputChanges_, refused_));
       results_.finish();
+      endRecording(); // when nothing else waits for a disk that hangs
       return areOutputsKept_ ? status : kBadInput;
    }
 

@@ -59,14 +59,24 @@ class SlowDisk {
                                "open");
    }
    std::string const& file() const { return file_; }
-   // All that is written until its writer goes.
-   std::string read() const {
+   // What is written until there is this in it so many times, or its writer goes.
+   std::string read(std::string_view wanted = {}, int times = 0) const {
       fcntl(pipe_.number(), F_SETFL, 0);
       std::string text;
       std::array<char, 4096> part;
-      for (ssize_t size = 0;
-           (size = ::read(pipe_.number(), part.data(), part.size())) > 0;) {
+      for (size_t seen = 0; wanted.empty() || times > 0;) {
+         auto const size = ::read(pipe_.number(), part.data(), part.size());
+         if (size <= 0) {
+            break;
+         }
          text.append(part.data(), static_cast<size_t>(size));
+         for (; !wanted.empty(); --times, seen += wanted.size()) {
+            auto const at = text.find(wanted, seen);
+            if (at == std::string::npos) {
+               break;
+            }
+            seen = at;
+         }
       }
       return text;
    }
@@ -78,6 +88,8 @@ class SlowDisk {
 
 class Watch : public WatchingAgent {
  protected:
+   static constexpr int kVlans = 4000;
+
    void startOn(SlowDisk const& disk) {
       write(transitState({}));
       start({"--record", disk.file()});
@@ -85,7 +97,6 @@ class Watch : public WatchingAgent {
    }
    // Outputs do, and each of their changes is printed.
    void comeAndGo(int times) {
-      constexpr int kVlans = 4000;
       for (int i = 0; i < times; ++i) {
          replace(i % 2 == 0 ? manyTransitVlans(kVlans) : transitState({}));
          for (int line = 0; line < 5 * kVlans; ++line) {
@@ -421,7 +432,8 @@ TEST_F(Watch, ATerminalThatNobodyReadsHoldsUpNothing) {
 
 TEST_F(Watch, WhatWasKeptIsWrittenWhereTheProcessAborts) {
    write(transitState({}));
-   start({"--trace", "7"});
+   auto const recording = folder_.file("recording");
+   start({"--trace", "7", "--record", recording});
    auto outputs = nextDocument();
    replace(manyTransitVlans(1000));
    std::vector<json> operations;
@@ -429,6 +441,11 @@ TEST_F(Watch, WhatWasKeptIsWrittenWhereTheProcessAborts) {
    agent_->signal(SIGABRT); // as a supervisor does whom nothing was told
    EXPECT_TRUE(messages_->nextWith("pegVlan[] ): vlanId=999")) << "the last one";
    EXPECT_EQ(agent_->status(), 128 + SIGABRT);
+   auto const played = runAgent(folder_, {"replay", recording});
+   EXPECT_EQ(played.status, 0);
+   EXPECT_THAT(played.err, HasSubstr("the recording has no end"));
+   EXPECT_THAT(played.out,
+               HasSubstr(operations.back().at("path").get<std::string>() + "\""));
 }
 
 TEST_F(Watch, APipeInThePlaceOfTheFileIsRefused) {
@@ -506,12 +523,12 @@ TEST_F(Watch, ARecordingThatIsOutOfRoomIsToldOnceAndEndsNothing) {
    std::vector<json> operations;
    replace(manyTransitVlans(200));
    follow(outputs, operations);
+   auto const told = folder_.file("recording") +
+                     ": cannot be written: File too large; nothing more is recorded";
+   EXPECT_TRUE(messages_->nextWith(told)) << "also if nothing happens any more";
    replace(manyTransitVlans(100));
    follow(outputs, operations);
    agent_->signal(SIGTERM);
-   auto const told = folder_.file("recording") +
-                     ": cannot be written: File too large; nothing more is recorded";
-   EXPECT_TRUE(messages_->nextWith(told));
    EXPECT_FALSE(messages_->nextWith(told));
    EXPECT_EQ(agent_->status(), 0);
    EXPECT_EQ(fs::file_size(folder_.file("recording")), 16384u);
@@ -521,8 +538,11 @@ TEST_F(Watch, ADiskThatIsSlowHoldsUpNothing) {
    SlowDisk disk(folder_.file("pipe"));
    startOn(disk);
    comeAndGo(2);
+   // What waits for the disk is written also if nothing happens any more.
+   auto recorded = disk.read("\"wrote\"", 2 * 5 * kVlans);
    agent_->signal(SIGTERM);
-   auto const recording = folder_.write("recording", disk.read());
+   recorded += disk.read();
+   auto const recording = folder_.write("recording", recorded);
    EXPECT_EQ(agent_->status(), 0);
    auto const played = runAgent(folder_, {"replay", recording});
    EXPECT_EQ(played.status, 0);
