@@ -10,7 +10,7 @@ namespace Agent {
 
 namespace {
 
-constexpr size_t kMostKept = size_t{1} << 17; // memory for the next text
+constexpr size_t kMostReserved = size_t{1} << 17; // memory for the next text
 
 } // namespace
 
@@ -85,7 +85,7 @@ void FileWriter::writeTexts() {
       write(isLast ? rescued_ : text);
       left_ -= text.size();
       text.clear();
-      if (text.capacity() > kMostKept) {
+      if (text.capacity() > kMostReserved) {
          text = std::string();
       }
       written_ = number + 1;

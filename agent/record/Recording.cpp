@@ -31,7 +31,7 @@ namespace {
 constexpr size_t kGathered = size_t{1} << 16;   // written at once
 constexpr size_t kMostBehind = size_t{1} << 24; // kept for a disk that is slow
 
-std::string cannotBeWritten(std::string const& file, std::string const& why) {
+std::string failureMessage(std::string const& file, std::string const& why) {
    return location(file, 0) + "cannot be written: " + why;
 }
 
@@ -40,7 +40,7 @@ FileWriter writerOf(std::string const& file) {
       return FileWriter(Descriptor::made(
          open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), "open"));
    } catch (std::system_error const& error) {
-      throw InputError(cannotBeWritten(file, error.code().message()));
+      throw InputError(failureMessage(file, error.code().message()));
    }
 }
 
@@ -224,7 +224,7 @@ void Recorder::failed(std::string const& why) {
       return;
    }
    gathered_ = std::string();
-   auto const message = cannotBeWritten(file_, why);
+   auto const message = failureMessage(file_, why);
    if (!told_) {
       throw InputError(message);
    }

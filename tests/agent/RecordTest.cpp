@@ -4,6 +4,7 @@
 #include "support/LineReader.h"
 #include "support/Recordings.h"
 #include "support/RunningAgent.h"
+#include "support/SlowDisk.h"
 #include "support/TransitState.h"
 
 #include <gmock/gmock.h>
@@ -13,6 +14,7 @@
 #include <csignal>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace TestSupport;
@@ -363,6 +365,35 @@ TEST_F(Record, WhatIsNotInTheFileYetCanBeRescued) {
    recorder.rescue();
    EXPECT_THAT(recorded("play"), SizeIs(1));
    EXPECT_THAT(recorded("wrote"), SizeIs(1));
+}
+
+TEST_F(Record, ADiskThatIsTooSlowIsToldOnce) {
+   SlowDisk const disk(folder_.file("pipe"));
+   Agent::State const state;
+   std::string const megabyte(size_t{1} << 20, ' ');
+   std::vector<std::string> told;
+   std::string recorded;
+   std::thread reader;
+   {
+      Agent::Recorder recorder(disk.file(), {}, state);
+      recorder.failuresGoTo([&](std::string const& error) { told.push_back(error); });
+      for (int i = 0; i < 16; ++i) { // a little in the pipe, and the others wait
+         recorder.stepBegins(megabyte + "16");
+      }
+      EXPECT_THAT(told, IsEmpty());
+      for (int i = 0; i < 16; ++i) {
+         recorder.stepBegins(megabyte + "17");
+      }
+      EXPECT_THAT(
+         told, ElementsAre(disk.file() + ": cannot be written: the disk is too slow"));
+      reader = std::thread([&] { recorded = disk.read(); });
+      recorder.end(0);
+   }
+   reader.join();
+   auto const lines = linesOfJson(recorded);
+   EXPECT_THAT(lines, SizeIs(1 + 16)) << "and none of those that were too much";
+   EXPECT_EQ(lines.back().at("play"), 16) << lines.back();
+   EXPECT_EQ(told.size(), 1u);
 }
 
 TEST_F(Record, AFileThatCannotBeWrittenIsTold) {
