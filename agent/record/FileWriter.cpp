@@ -59,7 +59,7 @@ void FileWriter::rescue(std::string_view text) noexcept {
    isOver_ = true;
    rescued_ = text;
    bool isTaken = false;
-   for (int i = 0; i < 1000 && !(isTaken && written_.load() == taken_.load()); ++i) {
+   for (int i = 0; i < 1000 && (!isTaken || written_.load() != taken_.load()); ++i) {
       if (!isTaken && !isFull()) {
          ++taken_; // an empty text
          isTaken = true;

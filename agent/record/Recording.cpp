@@ -108,10 +108,13 @@ Recorder::Recorder(std::string file, Options const& options, State const& state)
 }
 
 Recorder::~Recorder() {
-   if (told_) {
-      finish();
-   } else {
-      handOverAll(); // what ends for an error is not to throw another
+   handOverAll();
+   // Nobody but who is told hears of it: what ends for an error throws no other.
+   if (told_ && !hasFailed_) {
+      writer_.waitForAll();
+      if (int const error = writer_.error(); error != 0) {
+         told_(failureMessage(file_, std::generic_category().message(error)));
+      }
    }
 }
 
