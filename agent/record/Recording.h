@@ -86,7 +86,7 @@ class Recorder {
    // nothing in another thread, beside which this one may go on.
    void rescue() noexcept {
       if (std::this_thread::get_id() == thread_) {
-         writer_.rescue(hasFailed_ ? std::string_view() : gathered_);
+         writer_.rescue();
       }
    }
 
@@ -99,14 +99,12 @@ class Recorder {
    void line(std::string_view text);
    void flushIfFull();
    void finish();
-   bool handOver();
    void handOverAll();
    void lookForErrors();
    void failed(std::string const& why);
 
    std::string file_;
    FileWriter writer_;
-   std::string gathered_;
    std::chrono::steady_clock::time_point begin_;
    std::function<void(std::string const&)> told_;
    bool hasFailed_ = false;

@@ -1,5 +1,6 @@
 #include "agent/serve/Feed.h"
 
+#include "agent/JsonText.h"
 #include "agent/Patch.h"
 
 #include <string>
@@ -51,7 +52,7 @@ bool Feed::publish(size_t most) {
    for (; most > 0 && !operations_.empty(); --most) {
       auto const operation = std::move(operations_.front());
       operations_.pop_front();
-      auto const line = operation.dump();
+      auto const line = jsonText(operation);
       for (auto* const host : hosts_) {
          Patch const patch(host->state(), operation, checks_);
          host->stepBegins(line);

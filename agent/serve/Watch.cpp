@@ -4,6 +4,7 @@
 #include "agent/ComparisonText.h"
 #include "agent/ExitStatus.h"
 #include "agent/Host.h"
+#include "agent/JsonText.h"
 #include "agent/MachineNames.h"
 #include "agent/OutOfMemory.h"
 #include "agent/OutputTable.h"
@@ -251,7 +252,7 @@ class Watch {
    // What came to stand there until the outputs are shown is shown with them.
    void wrote(OutputChange const& change) {
       if (recorder_) {
-         recorder_->wrote(change.operation.dump(), change.cause.number);
+         recorder_->wrote(jsonText(change.operation), change.cause.number);
       }
       if (stateFolder_) {
          stateFolder_->changed();
@@ -262,7 +263,7 @@ class Watch {
       }
       if (isShown_) {
          ++outputChanges_;
-         results_.print(options_.json ? recordOf(change).dump() + '\n'
+         results_.print(options_.json ? jsonText(recordOf(change)) + '\n'
                                       : lineOf(change));
       }
    }
