@@ -3,6 +3,7 @@
 #include "pelk/ThreadControl.h"
 #include "support/CountingHeap.h"
 
+#include <array>
 #include <atomic>
 #include <compare>
 #include <gtest/gtest.h>
@@ -197,17 +198,25 @@ TEST(String, CopiesInSeveralThreadsShareOneTextToTheEnd) {
 TEST(String, WhatIsCopiedInSeveralThreadsAtOnceIsReleasedWithItsLastCopy) {
    Pelk::ThreadControl::multiThreadedIs(true);
    std::optional<String> shared(textOfSize(50));
-   std::atomic<int> waiting = 2;
+   // Until they ran at the same moment often enough, which on a busy machine takes
+   // long.
+   constexpr int kMeetings = 300'000;
+   constexpr int kMostRounds = 30'000'000;
+   std::array<std::atomic<int>, 2> rounds{};
+   std::atomic<bool> isEnough = false;
    std::vector<std::thread> threads;
-   for (int i = 0; i < 2; ++i) {
-      threads.emplace_back([&] {
-         --waiting;
-         while (waiting != 0) { // so that they run at the same time
-         }
-         for (int round = 0; round < 500'000; ++round) {
+   for (size_t i = 0; i < rounds.size(); ++i) {
+      threads.emplace_back([&, i] {
+         auto const& others = rounds[1 - i];
+         for (int meetings = 0; meetings < kMeetings && rounds[i] < kMostRounds &&
+                                !isEnough.load(std::memory_order_relaxed);
+              ++rounds[i]) {
+            int const before = others.load(std::memory_order_relaxed);
             String const copy = *shared;
             ASSERT_EQ(copy.size(), 50u);
+            meetings += others.load(std::memory_order_relaxed) != before ? 1 : 0;
          }
+         isEnough = true;
       });
    }
    for (auto& thread : threads) {
