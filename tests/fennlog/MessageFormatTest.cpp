@@ -57,6 +57,11 @@ TEST(FormatMessage, PrintsBracesAsFmtDoes) {
              "a=1 {b} {}|3");
 }
 
+TEST(FormatMessage, LeavesAPlaceWithoutAnArgumentEmptyAndASingleBraceAsItIs) {
+   EXPECT_EQ(Fennlog::formatMessage(brace("a={} b={}"), {"1"}), "a=1 b=");
+   EXPECT_EQ(Fennlog::formatMessage(brace("a } b }"), {}), "a } b }");
+}
+
 TEST(RingForm, OfATypeWithItsOwnKeepsTheRawValueAndPrintsItWhenRead) {
    auto const ring =
       Pelk::makePtr<Fennlog::TraceHandle>(Fennlog::TraceHandle::kMinBytes);
