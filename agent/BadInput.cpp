@@ -65,7 +65,7 @@ std::string excerpt(nlohmann::json const& value) {
 }
 
 std::string quote(std::string_view text) {
-   auto const json = jsonText(nlohmann::json(beginning(text, kExcerptMax)));
+   auto const json = jsonText(beginning(text, kExcerptMax));
    auto whole = Pelk::printable(json);
    if (whole.size() <= kExcerptMax && text.size() <= kExcerptMax) {
       return whole;

@@ -129,7 +129,8 @@ void Host::stepBegins(std::string_view line) {
 
 void Host::stepEnds(Recorder::Slice const* slice) {
    if (recorder_ != nullptr) {
-      recorder_->stepEnds(recordedShare_->takeEnds(), slice);
+      recorder_->stepEnds(recordedShare_->ends(), slice);
+      recordedShare_->forgetEnds();
    }
 }
 

@@ -195,12 +195,11 @@ bool isPlain(std::string_view text) {
       text, [](char each) { return kPlain[static_cast<unsigned char>(each)]; });
 }
 
-template <typename Json>
-void appendString(std::string& text, std::string const& string) {
+void appendString(std::string& text, std::string_view string) {
    if (isPlain(string)) {
       text.append(1, '"').append(string).append(1, '"');
    } else {
-      text += Json(string).dump(-1, ' ', false, Json::error_handler_t::replace);
+      text += json(string).dump(-1, ' ', false, json::error_handler_t::replace);
    }
 }
 
@@ -225,7 +224,7 @@ void appendValue(std::string& text, Json const& value) {
    using Array = typename Json::array_t;
    if (auto const* const object = value.template get_ptr<Object const*>()) {
       appendItems(text, "{}", *object, [&text](auto const& member) {
-         appendString<Json>(text, member.first);
+         appendString(text, member.first);
          text += ':';
          appendValue(text, member.second);
       });
@@ -233,7 +232,7 @@ void appendValue(std::string& text, Json const& value) {
       appendItems(text, "[]", *array,
                   [&text](Json const& item) { appendValue(text, item); });
    } else if (value.is_string()) {
-      appendString<Json>(text, value.template get_ref<std::string const&>());
+      appendString(text, value.template get_ref<std::string const&>());
    } else if (value.is_number_unsigned()) {
       fmt::format_int const digits(value.template get<uint64_t>());
       text.append(digits.data(), digits.size());
@@ -242,14 +241,32 @@ void appendValue(std::string& text, Json const& value) {
    }
 }
 
-} // namespace
-
-void appendJsonText(std::string& text, json const& value) {
+template <typename Json>
+std::string textOfValue(Json const& value, int indent) {
+   if (indent >= 0) {
+      return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+   }
+   constexpr size_t kLine = 128; // what most need, so that it is made room for once
+   std::string text;
+   text.reserve(kLine);
    appendValue(text, value);
+   return text;
 }
 
-void appendJsonText(std::string& text, nlohmann::ordered_json const& value) {
-   appendValue(text, value);
+} // namespace
+
+std::string jsonText(json const& value, int indent) {
+   return textOfValue(value, indent);
+}
+
+std::string jsonText(nlohmann::ordered_json const& value, int indent) {
+   return textOfValue(value, indent);
+}
+
+std::string jsonText(std::string_view string) {
+   std::string text;
+   appendString(text, string);
+   return text;
 }
 
 json parseJson(std::string_view text, std::string const& file, size_t firstLine) {

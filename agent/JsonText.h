@@ -25,22 +25,11 @@ size_t lineOf(std::string_view text, nlohmann::json::json_pointer const& pointer
 // The unescaped steps of a pointer.
 std::vector<std::string> tokensOf(nlohmann::json::json_pointer pointer);
 
-// Appends a value as text on one line. Bytes in it that are not UTF-8 are replaced.
-void appendJsonText(std::string& text, nlohmann::json const& value);
-void appendJsonText(std::string& text, nlohmann::ordered_json const& value);
-
 // A value as text: on one line, or each part on a line of its own, with so many blanks
-// for each level. Bytes in it that are not UTF-8 are replaced here, too.
-template <typename Json>
-std::string jsonText(Json const& value, int indent = -1) {
-   if (indent >= 0) {
-      return value.dump(indent, ' ', false, Json::error_handler_t::replace);
-   }
-   constexpr size_t kLine = 128; // what most need, so that it is made room for once
-   std::string text;
-   text.reserve(kLine);
-   appendJsonText(text, value);
-   return text;
-}
+// for each level. Bytes in it that are not UTF-8 are replaced.
+std::string jsonText(nlohmann::json const& value, int indent = -1);
+std::string jsonText(nlohmann::ordered_json const& value, int indent = -1);
+// The same of a string.
+std::string jsonText(std::string_view string);
 
 } // namespace Agent

@@ -69,7 +69,8 @@ bool holdsNothing(std::string const& file) {
           (line.starts_with("{\"recording\":") && !std::getline(in, line));
 }
 
-// What is gathered: numbers, texts, and texts of a size that is known beforehand.
+// What is gathered: numbers, texts, texts of a size that is known beforehand, and
+// lists.
 constexpr size_t mostSize(std::integral auto) {
    return std::numeric_limits<uint64_t>::digits10 + 2; // and a sign
 }
@@ -95,6 +96,29 @@ char* written(std::integral auto number, char* to) {
 template <size_t size>
 char* written(char const (&text)[size], char* to) {
    return std::copy_n(text, size - 1, to);
+}
+
+template <typename Item>
+constexpr size_t mostSize(std::vector<Item> const& items) {
+   size_t most = 2;
+   for (auto const& item : items) {
+      most += mostSize(item) + 1;
+   }
+   return most;
+}
+
+template <typename Item>
+char* written(std::vector<Item> const& items, char* to) {
+   *to++ = '[';
+   bool isFirst = true;
+   for (auto const& item : items) {
+      if (!std::exchange(isFirst, false)) {
+         *to++ = ',';
+      }
+      to = written(item, to);
+   }
+   *to++ = ']';
+   return to;
 }
 
 std::string timeText() {
@@ -127,8 +151,7 @@ std::string keepRecording(std::string const& file) {
 }
 
 Recorder::Recorder(std::string file, Options const& options, State const& state)
-   : file_(std::move(file)), writer_(writerOf(file_)),
-     begin_(std::chrono::steady_clock::now()) {
+   : file_(std::move(file)), writer_(writerOf(file_)) {
    line(ordered_json{{"recording", kRecordingVersion},
                      {"agent", kVersion},
                      {"time", timeText()},
@@ -164,17 +187,6 @@ void Recorder::gather(Parts const&... parts) {
    text.resize(static_cast<size_t>(to - text.data()));
 }
 
-template <typename Each>
-void Recorder::gatherList(auto const& items, Each const& each) {
-   gather("[");
-   std::string_view separator;
-   for (auto const& item : items) {
-      gather(std::exchange(separator, ","));
-      each(item);
-   }
-   gather("]");
-}
-
 void Recorder::stepBegins(std::string_view play) {
    ++steps_;
    gather("{\"t\":", now(), ",\"play\":", play, "}\n");
@@ -190,17 +202,15 @@ void Recorder::stepEnds(SliceEnds const& ends, Slice const* slice) {
    if (ends.empty() && slice == nullptr) {
       return;
    }
-   gather("{\"t\":", now(), ",\"ends\":");
-   gatherList(ends, [this](auto const& polls) {
-      gatherList(polls, [this](uint64_t poll) { gather(poll); });
-   });
-   if (slice != nullptr) {
+   if (slice == nullptr) {
+      gather("{\"t\":", now(), ",\"ends\":", ends, "}\n");
+   } else {
       auto const time =
          std::chrono::duration_cast<std::chrono::microseconds>(slice->time);
-      gather(R"(,"slice":{"task":)", jsonText(json(slice->task)),
-             ",\"items\":", slice->items, ",\"time\":", time.count(), "}");
+      gather("{\"t\":", now(), ",\"ends\":", ends,
+             ",\"slice\":{\"task\":", jsonText(slice->task),
+             ",\"items\":", slice->items, ",\"time\":", time.count(), "}}\n");
    }
-   gather("}\n");
    flushIfFull();
 }
 
@@ -257,12 +267,6 @@ void Recorder::failed(std::string const& why) {
       throw InputError(message);
    }
    told_(message);
-}
-
-int64_t Recorder::now() const {
-   return std::chrono::duration_cast<std::chrono::microseconds>(
-             std::chrono::steady_clock::now() - begin_)
-      .count();
 }
 
 void Recorder::line(std::string_view text) {

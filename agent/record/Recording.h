@@ -5,6 +5,7 @@
 #include "agent/State.h"
 #include "agent/record/FileWriter.h"
 #include "agent/record/StepShare.h"
+#include "agent/record/Stopwatch.h"
 
 #include <chrono>
 #include <cstdint>
@@ -91,11 +92,9 @@ class Recorder {
    }
 
  private:
-   int64_t now() const;
    template <typename... Parts>
    void gather(Parts const&... parts);
-   template <typename Each>
-   void gatherList(auto const& items, Each const& each);
+   int64_t now() { return stopwatch_.passed().count(); }
    void line(std::string_view text);
    void flushIfFull();
    void finish();
@@ -105,7 +104,7 @@ class Recorder {
 
    std::string file_;
    FileWriter writer_;
-   std::chrono::steady_clock::time_point begin_;
+   Stopwatch<> stopwatch_;
    std::function<void(std::string const&)> told_;
    bool hasFailed_ = false;
    std::thread::id const thread_ = std::this_thread::get_id();

@@ -24,9 +24,9 @@ size_t numberOf(std::vector<Kolm::Slice const*> const& slices,
 RecordedShare::RecordedShare(std::unique_ptr<Kolm::Share> inner)
    : inner_(std::move(inner)) {}
 
-SliceEnds RecordedShare::takeEnds() {
+void RecordedShare::forgetEnds() noexcept {
    slices_.clear();
-   return std::exchange(ends_, {});
+   ends_.clear();
 }
 
 void RecordedShare::sliceBegin(Kolm::Task const& task, Kolm::Slice& slice) {

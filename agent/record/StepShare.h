@@ -19,8 +19,9 @@ class RecordedShare final : public Kolm::Share {
  public:
    explicit RecordedShare(std::unique_ptr<Kolm::Share> inner);
 
-   // What was answered since the last call.
-   SliceEnds takeEnds();
+   // What was answered since that was forgotten last.
+   SliceEnds const& ends() const noexcept { return ends_; }
+   void forgetEnds() noexcept;
 
    void sliceBegin(Kolm::Task const& task, Kolm::Slice& slice) override;
    bool shouldYield(Kolm::Task const& task, Kolm::Slice& slice) override;
