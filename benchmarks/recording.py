@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""What --record costs: of two agents that are given the same changes, one records. They
-are given them in blocks, each of the two first in turn, so that whatever else the machine
-does in a moment meets both; compared is the processor time that each takes for a block:
-that of its event thread, which decides how many changes it can follow, and that of all its
-threads, since another one writes the file. Two processes of the same program differ, for
-where things happen to stand in memory, so there are many pairs of agents; besides, as many
-pairs of which none records tell what the method itself shows.
+"""What --record costs: of three agents that are given the same changes, one records. They
+are given them in blocks, each of the three first in turn, so that whatever else the machine
+does in a moment meets all; compared is the processor time that each takes for a block: that
+of the agent, which decides how many changes it can follow, and not that of the process
+that writes for it. The same blocks are given to new agents again and again, and of each
+block the quickest time and the median are taken: where other machines share the processor,
+the median shows as much of them as of the agent. The two agents that record nothing tell
+how far the method is to be trusted.
 
-    benchmarks/recording.py build/release/agent/mcastvpn-agent [PAIRS]
+    benchmarks/recording.py build/release/agent/mcastvpn-agent [ROUNDS]
 """
 
 import fcntl
@@ -23,8 +24,8 @@ import termios
 import time
 
 VLANS = 1000
-BLOCKS = 40  # that each pair of agents is given
-NAP = 0.015  # seconds; the thread that writes a recording looks more often
+BLOCKS = 40  # that each agent is given
+NAP = 0.015  # seconds; whoever writes a recording looks more often while it grows
 
 
 class Inputs:
@@ -54,46 +55,49 @@ class Inputs:
         })
 
 
+def read_of(process, name):
+    with open(f"/proc/{process}/{name}", encoding="utf-8") as text:
+        return text.read()
+
+
+def waits(process):
+    return read_of(process, "stat").rpartition(")")[2].split()[0] == "S"
+
+
+def time_of(process):
+    return int(read_of(process, "schedstat").split()[0])
+
+
 class Agent:
     """A process whose results go nowhere."""
 
     def __init__(self, command, **streams):
         self.process = subprocess.Popen(command, stdout=subprocess.DEVNULL, **streams)
-        self._times = {}
+        self._times = (0, 0)
 
     def nanoseconds(self):
-        """The processor time since the last call, once it has nothing left to do: of its
-        event thread, and of all threads."""
+        """The processor time since the last call, once it has nothing left to do: its own,
+        and that of the process that writes its recording."""
         times = None
         while times != (times := self._times_of_waiting()) or times is None:
             if self.process.poll() is not None:
                 sys.exit(f"the agent ended with {self.process.returncode}")
             time.sleep(NAP)
-        took = {thread: at - self._times.get(thread, 0) for thread, at in times.items()}
+        took = [at - before for at, before in zip(times, self._times)]
         self._times = times
-        return took[self.process.pid], sum(took.values())
+        return took
 
     def has_all(self):
         """Whether it has taken what it was given."""
         raise NotImplementedError
 
     def _times_of_waiting(self):
-        """The processor time of each thread; None unless all of them wait."""
-        threads = [int(name) for name in os.listdir(self._of_system("task"))]
-        if not self.has_all() or not all(self._waits(thread) for thread in threads):
+        """The processor time of it and of its children; None unless all of them wait."""
+        its = self.process.pid
+        children = read_of(its, f"task/{its}/children").split()
+        if not self.has_all() or not all(waits(each) for each in (its, *children)):
             return None
-        return {thread: int(self._read(thread, "schedstat").split()[0])
-                for thread in threads}
-
-    def _waits(self, thread):
-        return self._read(thread, "stat").rpartition(")")[2].split()[0] == "S"
-
-    def _read(self, thread, name):
-        with open(self._of_system(f"task/{thread}/{name}"), encoding="utf-8") as text:
-            return text.read()
-
-    def _of_system(self, name):
-        return f"/proc/{self.process.pid}/{name}"
+        return time_of(its), sum(time_of(child) for child in children)
 
     def is_ending(self):
         if self.process.wait() != 0:
@@ -186,56 +190,66 @@ class WatchingOne(Watching):
     CHANGES = 1
 
 
-def measure(kind, program, pairs):
-    """The ratios of pairs of agents, in the medians of their blocks: of those with and
-    without a recording, and of those that both have none."""
-    ratios = {(what, of): [] for what in ("recording", "the same")
-              for of in ("event thread", "all threads")}
-    for seed in range(pairs):
-        for what in ("recording", "the same"):
-            for of, values in ratios_of(kind, program, what == "recording", seed).items():
-                ratios[what, of].append(statistics.median(values))
-    print(f"{kind.NAME}: {pairs} pairs of agents, {BLOCKS} blocks each")
-    for (what, of), values in ratios.items():
-        quarters = statistics.quantiles(values, n=4)
-        print(f"  {what}, {of}: {quarters[1]:.3f} in the median, "
-              f"half of them between {quarters[0]:.3f} and {quarters[2]:.3f}", flush=True)
+AGENTS = {"none": [], "a recording": ["--record"], "none again": []}
 
 
-def ratios_of(kind, program, is_recorded, seed):
-    """Those of the second agent to the first, block by block."""
-    inputs = Inputs(seed)
-    ratios = {"event thread": [], "all threads": []}
-    with tempfile.TemporaryDirectory() as one, tempfile.TemporaryDirectory() as other:
-        options = ["--record", os.path.join(other, "recording.jsonl")] if is_recorded else []
-        agents = []
+def measure(kind, program, rounds):
+    """How long the agents take for all blocks, each block in its quickest time and in its
+    median, to the mean of the two that record nothing."""
+    print(f"{kind.NAME}: {BLOCKS} blocks, {rounds} rounds of new agents")
+    times = [times_of(kind, program, number) for number in range(rounds)]
+    changes = BLOCKS * kind.CHANGES
+    for how in (min, statistics.median):
+        taken = {name: sum(how(took[name][block][0] for took in times)
+                           for block in range(BLOCKS)) for name in AGENTS}
+        plain = (taken["none"] + taken["none again"]) / 2
+        ratios = ", ".join(f"{name} {time / plain:.3f}" for name, time in taken.items())
+        print(f"  {how.__name__}: {ratios}; {plain / changes / 1000:.1f} us a change "
+              "without", flush=True)
+    # It writes when the block is over as well, so no block has a time of it.
+    writer = sum(sum(column[1] for column in took["a recording"]) for took in times)
+    print(f"  the writer: {writer / changes / rounds / 1000:.1f} us a change", flush=True)
+
+
+def times_of(kind, program, number):
+    """Those of each agent for each block."""
+    inputs = Inputs(1)
+    times = {name: [] for name in AGENTS}
+    names = list(AGENTS)
+    with tempfile.TemporaryDirectory() as folder:
+        agents = {}
         try:
-            # Each of the two is the first one in turn.
-            for folder, its in ((one, []), (other, options))[::1 if seed % 2 else -1]:
-                agents.append(kind(program, folder, its))
-            first, second = agents[::1 if seed % 2 else -1]
-            for agent in agents:
+            for name in turned(names, number):
+                own = os.path.join(folder, name)
+                os.mkdir(own)
+                options = [*AGENTS[name], *([os.path.join(own, "recording.jsonl")]
+                                            if AGENTS[name] else [])]
+                agents[name] = kind(program, own, options)
+            for agent in agents.values():
                 agent.nanoseconds()  # of the start
-            for number in range(BLOCKS):
-                block = kind.block(inputs, kind.CHANGES)
-                took = {}
-                for agent in (first, second)[::1 if number % 2 else -1]:
-                    agent.give(block)
-                    took[agent] = agent.nanoseconds()
-                for of, more, less in zip(ratios, took[second], took[first]):
-                    ratios[of].append(more / less)
-            for agent in agents:
+            for block in range(BLOCKS):
+                given = kind.block(inputs, kind.CHANGES)
+                for name in turned(names, number + block):
+                    agents[name].give(given)
+                    times[name].append(agents[name].nanoseconds())
+            for agent in agents.values():
                 agent.end()
         finally:
-            for agent in agents:
+            for agent in agents.values():
                 agent.process.kill()
-    return ratios
+    return times
+
+
+def turned(names, number):
+    """Each is the first one in turn."""
+    first = number % len(names)
+    return names[first:] + names[:first]
 
 
 def main():
-    pairs = int(sys.argv[2]) if len(sys.argv) > 2 else 16
+    rounds = int(sys.argv[2]) if len(sys.argv) > 2 else 16
     for kind in (Replaying, Watching, WatchingOne):
-        measure(kind, sys.argv[1], pairs)
+        measure(kind, sys.argv[1], rounds)
 
 
 if __name__ == "__main__":

@@ -1,157 +1,207 @@
 #include "agent/record/FileWriter.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <csignal>
-#include <ctime>
-#include <utility>
+#include <new>
+#include <string_view>
 
 namespace Agent {
 
 namespace {
 
-constexpr size_t kReserved = size_t{1} << 17; // memory for each text
+constexpr size_t kPart = size_t{1} << 18; // written at once, so that there is room soon
 
-// To wake a thread costs whoever does it some 30 µs, and soon after a text another one
-// comes as a rule: it is found after a nap of so many milliseconds.
+// The process that writes looks for more by itself, since to wake it costs whoever does
+// it some 30 µs. In milliseconds: while more comes, and at most when nothing does.
 constexpr int kNap = 10;
+constexpr int kLongNap = 640;
 
-Descriptor eventDescriptor() {
-   return Descriptor::made(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
+void say(Descriptor const& connection) noexcept {
+   send(connection.number(), "", 1, MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
-void readEvents(Descriptor const& events) noexcept {
-   eventfd_t count = 0;
-   static_cast<void>(eventfd_read(events.number(), &count));
+// What was said. False if the other end has gone.
+bool hear(Descriptor const& connection) noexcept {
+   std::array<char, 64> heard;
+   for (;;) {
+      auto const size =
+         recv(connection.number(), heard.data(), heard.size(), MSG_DONTWAIT);
+      if (size == 0 || (size < 0 && errno != EAGAIN && errno != EINTR)) {
+         return false;
+      }
+      if (size < 0 && errno == EAGAIN) {
+         return true;
+      }
+   }
 }
+
+void waitFor(Descriptor const& connection, int milliseconds) noexcept {
+   pollfd wanted{connection.number(), POLLIN, 0};
+   poll(&wanted, 1, milliseconds);
+}
+
+// What others wait for to be closed is not held open here.
+void closeAllBut(Descriptor const& one, Descriptor const& other) noexcept {
+   auto const [low, high] = std::minmax({one.number(), other.number()});
+   if (low > 0) {
+      close_range(0, static_cast<unsigned>(low - 1), 0);
+   }
+   if (high - low > 1) {
+      close_range(static_cast<unsigned>(low + 1), static_cast<unsigned>(high - 1), 0);
+   }
+   close_range(static_cast<unsigned>(high + 1), ~0U, 0);
+}
+
+class SignalsBlocked {
+ public:
+   SignalsBlocked() noexcept {
+      sigset_t all;
+      sigfillset(&all);
+      pthread_sigmask(SIG_BLOCK, &all, &before_);
+   }
+   SignalsBlocked(SignalsBlocked const&) = delete;
+   SignalsBlocked& operator=(SignalsBlocked const&) = delete;
+   ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+   sigset_t before_;
+};
 
 } // namespace
 
-FileWriter::FileWriter(Descriptor file)
-   : file_(std::move(file)), news_(eventDescriptor()), hurried_(eventDescriptor()),
-     thread_([this] { writeTexts(); }) {}
+// What it does may be done between fork() and _exit(), in whatever state the other
+// process was.
+class FileWriter::Process {
+ public:
+   Process(FileWriter const& writer, Descriptor const& file,
+           Descriptor const& connection)
+      : shared_(*writer.shared_), file_(file), connection_(connection) {}
+
+   [[noreturn]] void run() noexcept {
+      prctl(PR_SET_NAME, "recorder");
+      closeAllBut(file_, connection_);
+      for (int nap = kNap;;) {
+         bool const isAlone = !hear(connection_); // before it looks for the last time
+         bool const hasWritten = writeAdded();
+         tellIfWanted();
+         if (isAlone) {
+            _exit(0);
+         }
+         nap = hasWritten ? kNap : std::min(2 * nap, kLongNap);
+         waitFor(connection_, nap);
+      }
+   }
+
+ private:
+   bool writeAdded() noexcept {
+      auto const before = written_;
+      for (uint64_t added = 0;
+           (added = shared_.added.load(std::memory_order_acquire)) != written_;) {
+         auto const* const place = shared_.place(written_);
+         write({place, std::min({static_cast<size_t>(added - written_), kPart,
+                                 static_cast<size_t>(shared_.end() - place)})});
+      }
+      return written_ != before;
+   }
+
+   void write(std::string_view text) noexcept {
+      bool const isFirst =
+         error_ == 0 && (error_ = writeAll(file_.number(), text)) != 0;
+      if (isFirst) {
+         shared_.error.store(error_, std::memory_order_relaxed);
+      }
+      written_ += text.size();
+      shared_.written.store(written_, std::memory_order_release);
+      if (isFirst) {
+         say(connection_);
+      }
+      tellIfWanted();
+   }
+
+   // It asks for it and then says so, which is heard before this looks again.
+   void tellIfWanted() noexcept {
+      auto const wanted = shared_.wanted.load();
+      if (wanted != 0 && written_ >= wanted && shared_.wanted.exchange(0) != 0) {
+         say(connection_);
+      }
+   }
+
+   Shared& shared_;
+   Descriptor const& file_;
+   Descriptor const& connection_;
+   uint64_t written_ = 0;
+   int error_ = 0;
+};
+
+FileWriter::SharedPtr FileWriter::makeShared() {
+   auto* const memory = mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE,
+                             MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+   if (memory == MAP_FAILED) {
+      systemFailed("mmap");
+   }
+   return SharedPtr(new (memory) Shared);
+}
+
+void FileWriter::Unmapped::operator()(Shared* shared) const noexcept {
+   munmap(shared, sizeof(Shared));
+}
+
+FileWriter::FileWriter(Descriptor file) : shared_(makeShared()) {
+   std::array<int, 2> ends{};
+   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+      systemFailed("socketpair");
+   }
+   connection_ = Descriptor(ends[0]);
+   Descriptor const others(ends[1]);
+   SignalsBlocked const blocked; // they are for the process that knows what they mean
+   process_ = fork();
+   if (process_ == 0) {
+      Process(*this, file, others).run();
+   }
+   if (process_ < 0) {
+      systemFailed("fork");
+   }
+}
 
 FileWriter::~FileWriter() {
-   while (!handOver()) {
-      waitForRoom();
-   }
-   waitForAll();
-   handOverLast();
-   thread_.join();
-}
-
-bool FileWriter::handOver() {
-   if (isOver_) {
-      text().clear();
-   }
-   if (text().size() == 0) {
-      return true;
-   }
-   if (isFull()) {
-      isRefused_ = true;
-      hurry();
-      if (isFull()) { // it may have changed before that
-         return false;
-      }
-   }
-   left_ += text().size();
-   ++taken_;
-   taken_.notify_one();
-   text().reserve(kReserved);
-   return true;
-}
-
-void FileWriter::newsAreRead() const noexcept {
-   readEvents(news_);
-}
-
-// The disk may hang, so the thread writes this, too. What a handler may do is little:
-// it looks again and again.
-void FileWriter::rescue() noexcept {
-   constexpr timespec kPause{0, 1'000'000};
-   isOver_ = true;
-   bool isEnded = false;
-   for (int i = 0; i < 1000 && (!isEnded || written_.load() != taken_.load()); ++i) {
-      if (!isEnded && !isFull()) {
-         isEnded = handOverLast();
-      }
-      hurry();
-      taken_.notify_one(); // of the one, too, that handOver() may have just counted
-      nanosleep(&kPause, nullptr);
+   waitUntilLeft(0);
+   connection_ = Descriptor();
+   while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
    }
 }
 
-// What stands in text(), if anything does, or the empty text that ends all. Returns
-// whether it was that one.
-bool FileWriter::handOverLast() noexcept {
-   auto const size = text().size();
-   left_ += size;
-   ++taken_;
-   taken_.notify_one();
-   hurry();
-   return size == 0;
+bool FileWriter::waitUntilLeft(size_t most) noexcept {
+   while (left() > most && !isGone_) {
+      shared_->wanted.store(added_ - most);
+      say(connection_);
+      waitFor(connection_, -1);
+      newsAreRead();
+   }
+   return !isGone_;
 }
 
-void FileWriter::writeTexts() {
-   // Signals are for the thread that knows what they mean.
-   sigset_t all;
-   sigfillset(&all);
-   pthread_sigmask(SIG_BLOCK, &all, nullptr);
-   for (bool isLast = false; !isLast;) {
-      auto const number = written_.load();
-      if (number != 0 && taken_.load() == number) { // there was one before
-         nap();
-      }
-      taken_.wait(number);
-      auto& text = texts_[number % kTexts];
-      isLast = text.size() == 0;
-      write({text.data(), text.size()});
-      left_ -= text.size();
-      text.clear();
-      if (text.capacity() > kReserved) {
-         text = Text();
-      }
-      written_ = number + 1;
-      written_.notify_all();
-      if (isRefused_.exchange(false)) {
-         tell();
-      }
+void FileWriter::goOnAtTheBeginning(char const* end) noexcept {
+   std::copy(static_cast<char const*>(shared_->end()), end, shared_->memory.data());
+}
+
+void FileWriter::hurry() noexcept {
+   if (added_ - hurried_ > kMuchLeft / 4) {
+      hurried_ = added_;
+      say(connection_);
    }
 }
 
-void FileWriter::nap() {
-   pollfd wanted{hurried_.number(), POLLIN, 0};
-   poll(&wanted, 1, kNap);
-   readEvents(hurried_);
-}
-
-void FileWriter::hurry() const noexcept {
-   static_cast<void>(eventfd_write(hurried_.number(), 1));
-}
-
-void FileWriter::write(std::string_view text) {
-   if (error_ == 0) {
-      error_ = writeAll(file_.number(), text);
-      if (error_ != 0) {
-         tell();
-      }
-   }
-}
-
-// While so many at least are to be written.
-void FileWriter::waitWhileLeft(uint32_t least) {
-   auto written = written_.load();
-   if (taken_.load() - written >= least) {
-      hurry();
-   }
-   for (; taken_.load() - written >= least; written = written_.load()) {
-      written_.wait(written);
-   }
-}
-
-void FileWriter::tell() const noexcept {
-   static_cast<void>(eventfd_write(news_.number(), 1));
+void FileWriter::newsAreRead() noexcept {
+   isGone_ = !hear(connection_) || isGone_;
 }
 
 } // namespace Agent

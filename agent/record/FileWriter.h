@@ -2,81 +2,120 @@
 
 #include "agent/Descriptor.h"
 
-#include <fmt/format.h>
+#include <sys/types.h>
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
-#include <thread>
+#include <memory>
 
 namespace Agent {
 
-// Writes texts to a file, in their order, by a thread of its own, so that whoever hands
-// them over can go on whatever the disk does. Belongs to one thread.
+// Writes to a file what is added, in its order, by a process of its own: so whoever
+// adds something goes on whatever the disk does, has no second thread, and may be
+// killed at any moment without anything of it being lost. Belongs to one thread.
 class FileWriter {
  public:
-   using Text = fmt::memory_buffer;
+   // How many bytes wait for the disk at most.
+   static constexpr size_t kMostLeft = size_t{1} << 24;
 
-   // std::system_error if there can be no thread.
+   // std::system_error if there can be no process.
    explicit FileWriter(Descriptor file);
    FileWriter(FileWriter const&) = delete;
    FileWriter& operator=(FileWriter const&) = delete;
-   // Hands over what stands in text(), and waits until all is written.
+   // Waits until all is written.
    ~FileWriter();
 
-   // What is to be handed over next; empty after that.
-   Text& text() noexcept { return texts_[taken_.load() % kTexts]; }
-   // Has text() written. False if no more is taken now, for too many are to be written;
-   // news() tells when there is room again.
-   bool handOver();
-   // The bytes that were handed over and are not written.
-   size_t left() const { return left_.load(); }
-   // Waits until a text can be handed over.
-   void waitForRoom() { waitWhileLeft(kMostLeft); }
-   // Waits until all that was handed over is written.
-   void waitForAll() { waitWhileLeft(1); }
-   // The number of what went wrong first, or 0. What was handed over after that is not
+   // Where so many bytes can be put, to be added then; null if so many are left to be
+   // written that there is no room now.
+   char* room(size_t most) noexcept {
+      auto const left = this->left();
+      if (left == 0) {
+         beginsAnew();
+      }
+      if (left + most > kMuchLeft) {
+         hurry();
+      }
+      return left + most <= kMostLeft ? place() : nullptr;
+   }
+   // The first bytes that stand there are to be written, whatever happens from here on.
+   void added(size_t bytes) noexcept {
+      if (char* const end = place() + bytes; end > shared_->end()) {
+         goOnAtTheBeginning(end);
+      }
+      added_ += bytes;
+      shared_->added.store(added_, std::memory_order_release);
+   }
+   // The bytes that were added and are not written.
+   size_t left() const noexcept {
+      return added_ - shared_->written.load(std::memory_order_acquire);
+   }
+   // Waits until no more than so many are left. False if that will never be, since the
+   // process has gone.
+   bool waitUntilLeft(size_t most) noexcept;
+   // The number of what went wrong first, or 0. What was added after that is not
    // written.
-   int error() const { return error_.load(); }
+   int error() const noexcept {
+      return isGone_ ? EOWNERDEAD : shared_->error.load(std::memory_order_relaxed);
+   }
 
-   // Can be read from once there is an error, or room again after a text was refused.
-   int news() const noexcept { return news_.number(); }
-   void newsAreRead() const noexcept;
-
-   // Where the process ends: has all written that was handed over, and then text(), and
-   // waits for a second at most. What is handed over later is lost. May be called by a
-   // signal handler in the middle of anything else, text() being changed included, as
-   // long as its size is what changes last.
-   void rescue() noexcept;
+   // Can be read from once there is an error.
+   int news() const noexcept { return connection_.number(); }
+   void newsAreRead() noexcept;
 
  private:
-   static constexpr uint32_t kTexts = 16; // a power of two, since counts go round
-   static constexpr uint32_t kMostLeft = kTexts - 1; // one is filled
+   static constexpr size_t kMuchLeft = size_t{1} << 20;
 
-   bool isFull() const { return taken_.load() - written_.load() >= kMostLeft; }
-   bool handOverLast() noexcept;
-   void waitWhileLeft(uint32_t least);
-   void writeTexts();
-   void nap();
-   void hurry() const noexcept;
-   void write(std::string_view text);
-   void tell() const noexcept;
+   // What both processes know. Atomics that had a lock would have one each.
+   static_assert(std::atomic<uint64_t>::is_always_lock_free);
+   struct Shared {
+      // By the one that adds.
+      alignas(64) std::atomic<uint64_t> added = 0;
+      std::atomic<uint64_t> begin = 0;  // the byte that the memory begins with
+      std::atomic<uint64_t> wanted = 0; // it is to be told when so many are written
+      // By the one that writes.
+      alignas(64) std::atomic<uint64_t> written = 0;
+      std::atomic<int> error = 0;
 
-   Descriptor const file_;
-   Descriptor const news_;
-   Descriptor const hurried_; // can be read from when the next nap is to end at once
-   // A ring, which one thread fills and the other one empties. An empty text is the
-   // last one.
-   std::array<Text, kTexts> texts_;
-   std::atomic<uint32_t> taken_ = 0;
-   std::atomic<uint32_t> written_ = 0;
-   std::atomic<size_t> left_ = 0;
-   std::atomic<int> error_ = 0;
-   std::atomic<bool> isRefused_ = false; // a text, since room was told of last
-   bool isOver_ = false;
-   std::thread thread_;
+      // Bytes go round in the first half. What begins there and ends in the other half
+      // is moved before it is told of.
+      alignas(4096) std::array<char, 2 * kMostLeft> memory;
+
+      char* place(uint64_t byte) noexcept {
+         return memory.data() +
+                (byte - begin.load(std::memory_order_relaxed)) % kMostLeft;
+      }
+      char* end() noexcept { return memory.data() + kMostLeft; }
+   };
+   struct Unmapped {
+      void operator()(Shared* shared) const noexcept;
+   };
+   using SharedPtr = std::unique_ptr<Shared, Unmapped>;
+   static SharedPtr makeShared();
+
+   // Of the next byte.
+   char* place() const noexcept { return shared_->place(added_); }
+   // All that was added is written: what comes next stands where the memory begins,
+   // which is in the cache yet.
+   void beginsAnew() noexcept {
+      shared_->begin.store(added_, std::memory_order_relaxed);
+   }
+   void goOnAtTheBeginning(char const* end) noexcept;
+
+   // The other process is to look at once.
+   void hurry() noexcept;
+
+   // The other process.
+   class Process;
+
+   SharedPtr const shared_;
+   Descriptor connection_; // can be read from when the other end wants something
+   uint64_t added_ = 0;
+   uint64_t hurried_ = 0; // the byte with which that was said last
+   bool isGone_ = false;
+   pid_t process_ = -1;
 };
 
 } // namespace Agent

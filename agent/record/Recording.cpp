@@ -14,7 +14,6 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <concepts>
 #include <cstdio>
@@ -31,8 +30,7 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr size_t kGathered = size_t{1} << 16;   // written at once
-constexpr size_t kMostBehind = size_t{1} << 24; // kept for a disk that is slow
+constexpr size_t kPart = size_t{1} << 20; // of what is more than can wait for the disk
 
 std::string failureMessage(std::string const& file, std::string const& why) {
    return location(file, 0) + "cannot be written: " + why;
@@ -152,20 +150,20 @@ std::string keepRecording(std::string const& file) {
 
 Recorder::Recorder(std::string file, Options const& options, State const& state)
    : file_(std::move(file)), writer_(writerOf(file_)) {
-   line(ordered_json{{"recording", kRecordingVersion},
-                     {"agent", kVersion},
-                     {"time", timeText()},
-                     {"options", optionsToJson(options)},
-                     {"state", state.toJson()}}
-           .dump());
+   gather(ordered_json{{"recording", kRecordingVersion},
+                       {"agent", kVersion},
+                       {"time", timeText()},
+                       {"options", optionsToJson(options)},
+                       {"state", state.toJson()}}
+             .dump(),
+          "\n");
    finish();
 }
 
 Recorder::~Recorder() {
-   handOverAll();
    // Nobody but who is told hears of it: what ends for an error throws no other.
    if (told_ && !hasFailed_) {
-      writer_.waitForAll();
+      writer_.waitUntilLeft(0);
       if (int const error = writer_.error(); error != 0) {
          told_(failureMessage(file_, std::generic_category().message(error)));
       }
@@ -176,21 +174,51 @@ Recorder::~Recorder() {
 // most of what recording costs.
 template <typename... Parts>
 void Recorder::gather(Parts const&... parts) {
-   if (hasFailed_) {
-      return;
+   size_t const most = (mostSize(parts) + ...);
+   if (most > FileWriter::kMostLeft && !told_) {
+      std::string text(most, ' ');
+      char* to = text.data();
+      ((to = written(parts, to)), ...);
+      gatherLong({text.data(), to});
+   } else if (char* const room = roomFor(most); room != nullptr) {
+      char* to = room;
+      ((to = written(parts, to)), ...);
+      writer_.added(static_cast<size_t>(to - room));
    }
-   auto& text = writer_.text();
-   text.reserve(text.size() + (mostSize(parts) + ...));
-   char* to = text.data() + text.size();
-   ((to = written(parts, to)), ...);
-   std::atomic_signal_fence(std::memory_order_release); // rescue() may be next
-   text.resize(static_cast<size_t>(to - text.data()));
+}
+
+// What is more than can wait for the disk at once.
+void Recorder::gatherLong(std::string_view text) {
+   while (!text.empty()) {
+      auto const part = text.substr(0, kPart);
+      char* const room = roomFor(part.size());
+      if (room == nullptr) {
+         return;
+      }
+      written(part, room);
+      writer_.added(part.size());
+      text.remove_prefix(part.size());
+   }
+}
+
+// Null if nothing is recorded any more.
+char* Recorder::roomFor(size_t most) {
+   if (hasFailed_ || isBehind_) {
+      return nullptr;
+   }
+   auto* room = writer_.room(most);
+   while (room == nullptr && !told_ && // who is told never waits
+          writer_.waitUntilLeft(FileWriter::kMostLeft - most)) {
+      room = writer_.room(most);
+   }
+   isBehind_ = room == nullptr;
+   return room;
 }
 
 void Recorder::stepBegins(std::string_view play) {
    ++steps_;
    gather("{\"t\":", now(), ",\"play\":", play, "}\n");
-   flushIfFull();
+   lookForErrors();
 }
 
 void Recorder::wrote(std::string_view operation, uint64_t cause) {
@@ -200,6 +228,7 @@ void Recorder::wrote(std::string_view operation, uint64_t cause) {
 
 void Recorder::stepEnds(SliceEnds const& ends, Slice const* slice) {
    if (ends.empty() && slice == nullptr) {
+      lookForErrors();
       return;
    }
    if (slice == nullptr) {
@@ -207,52 +236,38 @@ void Recorder::stepEnds(SliceEnds const& ends, Slice const* slice) {
    } else {
       auto const time =
          std::chrono::duration_cast<std::chrono::microseconds>(slice->time);
-      gather("{\"t\":", now(), ",\"ends\":", ends,
-             ",\"slice\":{\"task\":", jsonText(slice->task),
-             ",\"items\":", slice->items, ",\"time\":", time.count(), "}}\n");
+      gather("{\"t\":", now(), ",\"ends\":", ends, R"(,"slice":{"task":)",
+             jsonText(slice->task), ",\"items\":", slice->items,
+             ",\"time\":", time.count(), "}}\n");
    }
-   flushIfFull();
+   lookForErrors();
 }
 
 void Recorder::end(uint64_t inputs) {
-   line(ordered_json{
-      {"t", now()},
-      {"end", {{"steps", steps_}, {"inputs", inputs}, {"writes", writes_}}}}
-           .dump());
+   gather(ordered_json{{"t", now()},
+                       {"end",
+                        {{"steps", steps_}, {"inputs", inputs}, {"writes", writes_}}}}
+             .dump(),
+          "\n");
    finish();
-}
-
-void Recorder::flush() {
-   if (!told_) {
-      handOverAll();
-   } else if (!writer_.handOver() &&
-              writer_.left() + writer_.text().size() > kMostBehind) {
-      failed("the disk is too slow");
-   }
-   lookForErrors();
 }
 
 void Recorder::newsCame() {
    writer_.newsAreRead();
-   flush();
+   lookForErrors();
 }
 
 // Of what can wait for a disk.
 void Recorder::finish() {
-   handOverAll();
-   writer_.waitForAll();
+   writer_.waitUntilLeft(0);
    lookForErrors();
-}
-
-void Recorder::handOverAll() {
-   while (!writer_.handOver()) {
-      writer_.waitForRoom();
-   }
 }
 
 void Recorder::lookForErrors() {
    if (int const error = writer_.error(); error != 0) {
       failed(std::generic_category().message(error));
+   } else if (isBehind_) {
+      failed("the disk is too slow");
    }
 }
 
@@ -261,23 +276,11 @@ void Recorder::failed(std::string const& why) {
    if (std::exchange(hasFailed_, true)) {
       return;
    }
-   writer_.text() = FileWriter::Text();
    auto const message = failureMessage(file_, why);
    if (!told_) {
       throw InputError(message);
    }
    told_(message);
-}
-
-void Recorder::line(std::string_view text) {
-   gather(text, "\n");
-   flushIfFull();
-}
-
-void Recorder::flushIfFull() {
-   if (writer_.text().size() >= kGathered) {
-      flush();
-   }
 }
 
 } // namespace Agent

@@ -12,7 +12,6 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 
 // A recording: what happened to a machine and what it did, so that it can be played
@@ -45,8 +44,9 @@ inline constexpr int kRecordingVersion = 1;
 // cannot be kept.
 std::string keepRecording(std::string const& file);
 
-// Writes one while a machine runs, by a thread that waits for the disk. Event thread
-// only.
+// Writes one while a machine runs, by a process of its own that waits for the disk.
+// What was recorded will be in the file soon, even if this process ends in whatever
+// way. Event thread only.
 class Recorder {
  public:
    // Begins with what the state holds. InputError if the file cannot be written, here
@@ -66,7 +66,7 @@ class Recorder {
    // Something is done to the machine from outside: an operation, a host line. The text
    // is one JSON value.
    void stepBegins(std::string_view play);
-   // Called from inside notifications, so nothing is handed over here.
+   // Called from inside notifications, so nothing is told here.
    void wrote(std::string_view operation, uint64_t cause);
    // What the step was, once it is done.
    struct Slice {
@@ -78,27 +78,19 @@ class Recorder {
 
    // What was recorded is in the file then, unless that has failed.
    void end(uint64_t inputs);
-   // What was recorded will be in the file soon.
-   void flush();
-   // Can be read from when newsCame() is to be called.
+   // Can be read from when newsCame() is to be called, unless it has failed.
    int news() const noexcept { return writer_.news(); }
    void newsCame();
-   // When the process aborts, wherever it is: may be called by a signal handler. Does
-   // nothing in another thread, beside which this one may go on.
-   void rescue() noexcept {
-      if (std::this_thread::get_id() == thread_) {
-         writer_.rescue();
-      }
-   }
+   // Nothing is recorded any more.
+   bool hasFailed() const noexcept { return hasFailed_; }
 
  private:
    template <typename... Parts>
    void gather(Parts const&... parts);
    int64_t now() { return stopwatch_.passed().count(); }
-   void line(std::string_view text);
-   void flushIfFull();
+   void gatherLong(std::string_view text);
+   char* roomFor(size_t most);
    void finish();
-   void handOverAll();
    void lookForErrors();
    void failed(std::string const& why);
 
@@ -106,8 +98,8 @@ class Recorder {
    FileWriter writer_;
    Stopwatch<> stopwatch_;
    std::function<void(std::string const&)> told_;
+   bool isBehind_ = false; // more than can wait for the disk
    bool hasFailed_ = false;
-   std::thread::id const thread_ = std::this_thread::get_id();
    uint64_t steps_ = 0;
    uint64_t writes_ = 0;
 };

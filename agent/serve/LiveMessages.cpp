@@ -48,9 +48,8 @@ void say(std::string_view text) {
 // Standard error is replaced as the C library knows it, so that nobody who prints has
 // to know of this. Its memory is taken before there is none left, which is told here,
 // too.
-LiveMessages::LiveMessages(EventLoop& loop, std::function<void()> rescue)
-   : stream_(loop, STDERR_FILENO, kMost, [](int) {}), rescue_(std::move(rescue)),
-     owner_(getpid()),
+LiveMessages::LiveMessages(EventLoop& loop)
+   : stream_(loop, STDERR_FILENO, kMost, [](int) {}), owner_(getpid()),
      file_(fopencookie(this, "w", {nullptr, &LiveMessages::printed, nullptr, nullptr})),
      before_(stderr) {
    if (!file_) {
@@ -120,7 +119,6 @@ void LiveMessages::tellOfLeftOut() {
 // What stands there is written without being touched: it may be in any state but empty.
 void LiveMessages::aborting(int signal) {
    if (live != nullptr && getpid() == live->owner_) {
-      live->rescue_();
       static_cast<void>(live->stream_.outlet().writeAtEnd(live->stream_.kept()));
    }
    // By itself that ends the process where abort() was called, and nowhere else.

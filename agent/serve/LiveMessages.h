@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -24,9 +23,7 @@ void say(std::string_view text);
 // only.
 class LiveMessages {
  public:
-   // rescue: called when the process aborts, in a signal handler, so that others can
-   // write what they keep.
-   LiveMessages(EventLoop& loop, std::function<void()> rescue);
+   explicit LiveMessages(EventLoop& loop);
    LiveMessages(LiveMessages const&) = delete;
    LiveMessages& operator=(LiveMessages const&) = delete;
    // Standard error is as it was before.
@@ -50,7 +47,6 @@ class LiveMessages {
 
    LiveStream stream_;
    size_t leftOut_ = 0; // lines, since the last one that was kept
-   std::function<void()> const rescue_;
    pid_t const owner_;
    std::unique_ptr<std::FILE, Close> const file_; // null if there can be none
    std::FILE* const before_;

@@ -124,7 +124,12 @@ class Watch {
       recorder_->failuresGoTo(
          [](std::string const& error) { say(error + "; nothing more is recorded"); });
       recordersNews_.emplace(loop_, recorder_->news(), EventLoop::Interest::reading,
-                             [this] { recorder_->newsCame(); });
+                             [this] {
+                                recorder_->newsCame();
+                                if (recorder_->hasFailed()) {
+                                   recordersNews_.reset();
+                                }
+                             });
       machines_[0]->host.recorderIs(recorder_.get());
    }
 
@@ -166,9 +171,6 @@ class Watch {
    }
 
    void turnEnd() {
-      if (recorder_) {
-         recorder_->flush();
-      }
       results_.turnEnd();
       if (answers_) {
          isMoreToAnswer_ = answers_->turnEnd();
@@ -354,11 +356,7 @@ class Watch {
    std::unique_ptr<Recorder> recorder_; // of the one machine
    std::optional<EventLoop::Follower> recordersNews_;
    // Of all that follows, until it is gone.
-   LiveMessages messages_{loop_, [this] {
-                             if (recorder_) {
-                                recorder_->rescue();
-                             }
-                          }};
+   LiveMessages messages_{loop_};
    LiveResults results_{loop_};
    std::vector<std::unique_ptr<Machine>> machines_;
    std::optional<TwoMachines> twoMachines_;

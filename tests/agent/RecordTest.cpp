@@ -1,6 +1,7 @@
 #include "agent/record/Recording.h"
 
 #include "support/AgentProcess.h"
+#include "support/ComesTrue.h"
 #include "support/LineReader.h"
 #include "support/Recordings.h"
 #include "support/RunningAgent.h"
@@ -356,15 +357,49 @@ TEST_F(Record, TheNineThatCameBeforeAreKept) {
    EXPECT_FALSE(std::filesystem::exists(recording() + ".10"));
 }
 
-TEST_F(Record, WhatIsNotInTheFileYetCanBeRescued) {
+TEST_F(Record, WhatIsRecordedIsSoonInTheFile) {
    Agent::State const state;
    Agent::Recorder recorder(recording(), {}, state);
    recorder.stepBegins(R"({"host":"start"})");
    recorder.wrote(R"({"op":"test"})", 0);
-   EXPECT_THAT(recorded("play"), IsEmpty());
-   recorder.rescue();
+   EXPECT_TRUE(comesTrue([&] {
+      return readText(recording())
+         .ends_with("\"wrote\":{\"op\":\"test\"},\"cause\":0}\n");
+   }));
    EXPECT_THAT(recorded("play"), SizeIs(1));
-   EXPECT_THAT(recorded("wrote"), SizeIs(1));
+}
+
+TEST_F(Record, AStepMayBeMoreThanCanWaitForTheDisk) {
+   SlowDisk const disk(folder_.file("pipe"));
+   Agent::State const state;
+   std::string recorded;
+   std::thread reader;
+   std::string const long_(3 * Agent::FileWriter::kMostLeft, ' ');
+   {
+      Agent::Recorder recorder(disk.file(), {}, state);
+      reader = std::thread([&] { recorded = disk.read(); });
+      recorder.stepBegins(long_ + "1");
+      recorder.stepBegins("2");
+      recorder.end(0);
+   }
+   reader.join();
+   auto const lines = linesOfJson(recorded);
+   ASSERT_THAT(lines, SizeIs(4));
+   EXPECT_EQ(lines[1].at("play"), 1);
+   EXPECT_EQ(lines[2].at("play"), 2);
+}
+
+TEST_F(Record, AStepThatIsTooMuchIsNotRecordedInPart) {
+   Agent::State const state;
+   std::vector<std::string> told;
+   Agent::Recorder recorder(recording(), {}, state);
+   recorder.failuresGoTo([&](std::string const& error) { told.push_back(error); });
+   recorder.stepBegins(std::string(Agent::FileWriter::kMostLeft, ' ') + "1");
+   recorder.stepBegins("2");
+   recorder.end(0);
+   EXPECT_THAT(told,
+               ElementsAre(recording() + ": cannot be written: the disk is too slow"));
+   EXPECT_THAT(linesOfJson(readText(recording())), SizeIs(1));
 }
 
 TEST_F(Record, ADiskThatIsTooSlowIsToldOnce) {

@@ -413,6 +413,40 @@ TEST_F(Watch, WhatWasKeptIsWrittenWhereTheProcessAborts) {
                HasSubstr(operations.back().at("path").get<std::string>() + "\""));
 }
 
+TEST_F(Watch, ARecordingHasAllThatHappenedHoweverTheProcessEnds) {
+   for (int const signal : {SIGKILL, SIGSEGV}) {
+      write(transitState({}));
+      auto const recording = folder_.file("recording" + std::to_string(signal));
+      start({"--record", recording});
+      auto outputs = nextDocument();
+      replace(manyTransitVlans(200));
+      std::vector<json> operations;
+      follow(outputs, operations);
+      EXPECT_NE(stop(signal), 0);
+      auto const last = operations.back().at("path").get<std::string>() + "\"";
+      EXPECT_TRUE(comesTrue(
+         [&] { return readText(recording).find(last) != std::string::npos; }));
+      auto const played = runAgent(folder_, {"replay", recording});
+      EXPECT_EQ(played.status, 0);
+      EXPECT_THAT(played.err, HasSubstr("the recording has no end"));
+      EXPECT_THAT(played.out, HasSubstr(last));
+   }
+}
+
+TEST_F(Watch, ARecordingWhoseProcessIsKilledIsToldOnceAndEndsNothing) {
+   write(transitState({10}));
+   auto const recording = folder_.file("recording");
+   start({"--record", recording});
+   nextDocument();
+   auto const children = agent_->children();
+   ASSERT_EQ(children.size(), 1u);
+   kill(children.front(), SIGKILL);
+   EXPECT_THAT(nextSaid(), HasSubstr(recording + ": cannot be written: "));
+   replace(transitState({10, 20}));
+   EXPECT_EQ(nextSaid(), changesSaid(3));
+   EXPECT_EQ(stop(), 0);
+}
+
 TEST_F(Watch, APipeInThePlaceOfTheFileIsRefused) {
    write(transitState({10}));
    start();
@@ -439,7 +473,7 @@ TEST_F(Watch, WhatAnAgentHasRecordedIsKeptWhenTheNextOneBegins) {
                                   ": what stood here is kept as " + recording + ".1");
       }
       nextDocument();
-      // It is written a moment later, by another thread.
+      // It is written a moment later, by another process.
       EXPECT_TRUE(comesTrue(
          [&] { return readText(recording).find("Vlan10") != std::string::npos; }));
       EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);

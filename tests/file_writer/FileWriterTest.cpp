@@ -8,11 +8,14 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <fstream>
 #include <optional>
 #include <random>
 #include <string>
@@ -22,11 +25,12 @@ using namespace TestSupport;
 using Agent::Descriptor;
 using Agent::FileWriter;
 using testing::IsEmpty;
+using testing::SizeIs;
 
-// A file that is written by a thread of its own.
+// A file that is written by a process of its own.
 namespace {
 
-constexpr int kPart = 1 << 16; // as much as the pipe holds
+constexpr size_t kMebibyte = size_t{1} << 20;
 
 Descriptor forWriting(std::string const& file) {
    return Descriptor(
@@ -41,45 +45,34 @@ bool hasNews(FileWriter const& writer, std::chrono::milliseconds patience) {
    return poll(&wanted, 1, static_cast<int>(patience.count())) == 1;
 }
 
-// Hands a text over, or leaves it as it is.
-bool take(FileWriter& writer, std::string& text) {
-   auto const before = writer.text().size();
-   writer.text().append(text);
-   if (writer.handOver()) {
-      EXPECT_EQ(writer.text().size(), 0u);
-      text.clear();
-      return true;
+// Adds a text, if there is room.
+bool add(FileWriter& writer, std::string_view text) {
+   char* const room = writer.room(text.size());
+   if (room != nullptr) {
+      std::ranges::copy(text, room);
+      writer.added(text.size());
    }
-   EXPECT_EQ(fmt::to_string(writer.text()).substr(before), text);
-   writer.text().resize(before);
-   return false;
+   return room != nullptr;
 }
 
-// A writer into a pipe, whose reader is slow.
+// The processes that this one has made and that are there yet.
+std::vector<pid_t> children() {
+   std::ifstream list("/proc/self/task/" + std::to_string(getpid()) + "/children");
+   return {std::istream_iterator<pid_t>(list), {}};
+}
+
+// A writer into a pipe that nobody reads yet.
 class PipeWriter {
  public:
-   PipeWriter() : writer_(Descriptor(dup(pipe_.writing()))) {
-      EXPECT_EQ(fcntl(pipe_.reading(), F_SETPIPE_SZ, kPart), kPart);
-      pipe_.closeWriting();
-   }
+   PipeWriter() : writer_(Descriptor(dup(pipe_.writing()))) { pipe_.closeWriting(); }
 
    FileWriter& writer() { return *writer_; }
-   // Takes parts, each of another letter: one for the pipe, and then as many as can
-   // wait for it.
+   // Adds parts, each of another letter, as long as there is room.
    std::string fill() {
       std::string all;
-      for (char letter = 'a'; letter < 'a' + 1 + 15; ++letter) {
-         std::string text(kPart, letter);
-         EXPECT_TRUE(comesTrue([&] { return take(*writer_, text); }));
-         EXPECT_THAT(text, IsEmpty());
-         all.append(kPart, letter);
+      for (char letter = 'a'; add(*writer_, std::string(kMebibyte, letter)); ++letter) {
+         all.append(kMebibyte, letter);
       }
-      do { // it may have told late of what was refused before
-         writer_->newsAreRead();
-         std::string text = "no more";
-         EXPECT_FALSE(take(*writer_, text));
-         EXPECT_EQ(text, "no more");
-      } while (hasNews(*writer_, kNotLong));
       return all;
    }
    std::string read(size_t size) const { return pipe_.read(size); }
@@ -104,134 +97,176 @@ class AFileWriter : public testing::Test {
    TemporaryFolder folder_;
 };
 
+// Forks a process that does that, and returns how it ended.
+template <typename Work>
+int statusOf(Work const& work) {
+   pid_t const child = fork();
+   if (child == 0) {
+      work();
+      _exit(0);
+   }
+   int status = 0;
+   waitpid(child, &status, 0);
+   return status;
+}
+
 } // namespace
 
-TEST_F(AFileWriter, WritesAllTextsInTheirOrder) {
+TEST_F(AFileWriter, WritesWhatWasAddedInItsOrder) {
    std::mt19937 random(1);
    std::string all;
    {
       FileWriter writer(forWriting(file()));
-      std::string text;
-      for (int i = 0; i < 20'000; ++i) {
-         text.append(1 + random() % 300, static_cast<char>('a' + i % 26));
-         auto const whole = text;
-         if (take(writer, text)) {
-            EXPECT_THAT(text, IsEmpty());
-            all += whole;
-         } else {
-            EXPECT_EQ(text, whole);
-            if (random() % 2 == 0) {
-               writer.waitForRoom();
-            }
+      // Several times as much as has room at once.
+      while (all.size() < 5 * FileWriter::kMostLeft) {
+         std::string const text(1 + random() % (random() % 8 == 0 ? 300'000 : 300),
+                                static_cast<char>('a' + all.size() % 26));
+         while (!add(writer, text)) {
+            EXPECT_TRUE(writer.waitUntilLeft(FileWriter::kMostLeft - text.size()));
+         }
+         all += text;
+         if (random() % 4096 == 0) {
+            EXPECT_TRUE(writer.waitUntilLeft(0));
+            EXPECT_EQ(readText(file()), all);
          }
       }
-      writer.waitForRoom();
-      all += text;
-      EXPECT_TRUE(text.empty() || take(writer, text));
-      writer.waitForAll();
-      EXPECT_EQ(readText(file()), all);
-      text = "the end";
-      EXPECT_TRUE(take(writer, text));
+      EXPECT_TRUE(add(writer, "") && writer.waitUntilLeft(0));
+      EXPECT_TRUE(add(writer, "the end"));
       EXPECT_EQ(writer.error(), 0);
+      EXPECT_FALSE(hasNews(writer, kNotLong));
    }
-   EXPECT_EQ(readText(file()), all + "the end") << "it has gone";
+   EXPECT_TRUE(readText(file()) == all + "the end") << "it has gone";
+   EXPECT_THAT(children(), IsEmpty());
 }
 
-TEST_F(AFileWriter, RefusesWhatItHasNoRoomForAndTellsWhenThereIsSome) {
-   PipeWriter pipe;
-   auto& writer = pipe.writer();
-   auto all = pipe.fill();
-   // The one that is being written is partly in the pipe.
-   EXPECT_EQ(writer.left(), 15u * kPart);
-   auto read = pipe.read(2 * kPart);
-   EXPECT_TRUE(hasNews(writer, kLong));
-   writer.newsAreRead();
-   EXPECT_FALSE(hasNews(writer, kNotLong)) << "it is told once";
-   std::string text = "more";
-   EXPECT_TRUE(take(writer, text));
-   all += "more";
-   read += pipe.readToEnd();
-   EXPECT_EQ(read, all);
-}
-
-TEST_F(AFileWriter, TellsOfAnErrorAndForgetsWhatComesAfterIt) {
-   FileWriter writer(forWriting("/dev/full"));
-   EXPECT_EQ(writer.error(), 0);
-   std::string text = "some";
-   EXPECT_TRUE(take(writer, text));
-   EXPECT_TRUE(hasNews(writer, kLong));
-   EXPECT_EQ(writer.error(), ENOSPC);
-   for (int i = 0; i < 100; ++i) {
-      text = "more";
-      writer.waitForRoom();
-      EXPECT_TRUE(take(writer, text));
-   }
-   writer.waitForAll();
-   EXPECT_EQ(writer.error(), ENOSPC);
-}
-
-TEST_F(AFileWriter, WhatIsRescuedComesAfterWhatWasTaken) {
-   PipeWriter pipe;
-   auto all = pipe.fill();
-   std::string read;
-   std::thread reader([&] { read = pipe.read(all.size()); });
-   pipe.writer().text().append(std::string_view("the last"));
-   pipe.writer().rescue();
-   reader.join();
-   std::string text = "too late";
-   EXPECT_TRUE(take(pipe.writer(), text));
-   EXPECT_THAT(text, IsEmpty());
-   EXPECT_EQ(read, all);
-   EXPECT_EQ(pipe.readToEnd(), "the last");
-}
-
-TEST_F(AFileWriter, WhatIsRescuedIsWrittenThoughItsThreadSleeps) {
+TEST_F(AFileWriter, WritesWhatIsAddedSoonAlsoAfterAPause) {
    FileWriter writer(forWriting(file()));
-   std::string text = "before";
-   EXPECT_TRUE(take(writer, text));
-   writer.waitForAll();
-   writer.text().append(std::string_view(" and after"));
-   writer.rescue();
-   EXPECT_EQ(readText(file()), "before and after");
-}
-
-TEST_F(AFileWriter, WhatIsRescuedDoesNotWaitForEver) {
-   PipeWriter pipe;
-   auto const all = pipe.fill();
-   pipe.writer().text().append(std::string_view("it would be the last"));
-   pipe.writer().rescue();
-   EXPECT_EQ(pipe.readToEnd(), all);
+   std::string all;
+   for (auto const pause : {0, 1, 50, 2000}) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(pause));
+      all += std::to_string(pause);
+      EXPECT_TRUE(add(writer, std::to_string(pause)));
+      EXPECT_TRUE(comesTrue([&] { return readText(file()) == all; })) << pause;
+      EXPECT_EQ(writer.left(), 0u);
+   }
 }
 
 TEST_F(AFileWriter, HasWrittenWhatIsWaitedFor) {
    FileWriter writer(forWriting(file()));
    std::string all;
    for (int i = 0; i < 1000; ++i) {
-      auto text = std::to_string(i);
-      all += text;
-      EXPECT_TRUE(take(writer, text));
-      writer.waitForAll();
+      all += std::to_string(i);
+      EXPECT_TRUE(add(writer, std::to_string(i)));
+      EXPECT_TRUE(writer.waitUntilLeft(0));
       ASSERT_EQ(writer.left(), 0u);
       if (i % 100 == 0) {
          EXPECT_EQ(readText(file()), all);
-         std::this_thread::sleep_for(kNotLong); // so that its thread sleeps
+         std::this_thread::sleep_for(kNotLong);
       }
    }
 }
 
+TEST_F(AFileWriter, HasRoomForSoMuchAndNoMore) {
+   PipeWriter pipe;
+   auto& writer = pipe.writer();
+   auto all = pipe.fill();
+   EXPECT_EQ(all.size(), FileWriter::kMostLeft);
+   EXPECT_EQ(writer.left(), FileWriter::kMostLeft) << "a part of it is in the pipe";
+   EXPECT_EQ(writer.room(1), nullptr);
+   auto read = pipe.read(2 * kMebibyte);
+   EXPECT_TRUE(writer.waitUntilLeft(FileWriter::kMostLeft - kMebibyte));
+   EXPECT_TRUE(add(writer, std::string(kMebibyte, '+')));
+   all.append(kMebibyte, '+');
+   read += pipe.readToEnd();
+   EXPECT_TRUE(read == all);
+}
+
+TEST_F(AFileWriter, TellsOfAnErrorAndForgetsWhatComesAfterIt) {
+   FileWriter writer(forWriting("/dev/full"));
+   EXPECT_EQ(writer.error(), 0);
+   EXPECT_TRUE(add(writer, "some"));
+   EXPECT_TRUE(hasNews(writer, kLong));
+   EXPECT_EQ(writer.error(), ENOSPC);
+   writer.newsAreRead();
+   EXPECT_FALSE(hasNews(writer, kNotLong)) << "it is told once";
+   std::string const much(kMebibyte, ' ');
+   for (int i = 0; i < 100; ++i) {
+      EXPECT_TRUE(writer.waitUntilLeft(kMebibyte));
+      EXPECT_TRUE(add(writer, much));
+   }
+   EXPECT_TRUE(writer.waitUntilLeft(0));
+   EXPECT_EQ(writer.error(), ENOSPC);
+}
+
+TEST_F(AFileWriter, LosesNothingThoughTheProcessIsKilled) {
+   for (int const signal : {SIGKILL, SIGSEGV, SIGABRT, SIGTERM}) {
+      std::string const text(kMebibyte, static_cast<char>('A' + signal));
+      int const status = statusOf([&] {
+         FileWriter writer(forWriting(file()));
+         add(writer, "before ");
+         add(writer, text);
+         std::signal(signal, SIG_DFL);
+         raise(signal);
+      });
+      EXPECT_TRUE(WIFSIGNALED(status)) << signal;
+      EXPECT_TRUE(comesTrue([&] { return readText(file()) == "before " + text; }))
+         << signal;
+   }
+}
+
+TEST_F(AFileWriter, WritesWholeTextsOnly) {
+   statusOf([&] {
+      FileWriter writer(forWriting(file()));
+      add(writer, "whole");
+      std::ranges::copy(std::string_view("half"), writer.room(100));
+      raise(SIGKILL);
+   });
+   EXPECT_TRUE(comesTrue([&] { return readText(file()) == "whole"; }));
+   std::this_thread::sleep_for(kNotLong);
+   EXPECT_EQ(readText(file()), "whole");
+}
+
+TEST_F(AFileWriter, TellsThatItsProcessWasKilled) {
+   FileWriter writer(forWriting(file()));
+   ASSERT_THAT(children(), SizeIs(1));
+   kill(children().front(), SIGKILL);
+   EXPECT_TRUE(hasNews(writer, kLong));
+   EXPECT_EQ(writer.error(), 0) << "as long as it is not read";
+   writer.newsAreRead();
+   EXPECT_EQ(writer.error(), EOWNERDEAD);
+   EXPECT_TRUE(add(writer, "in vain"));
+   EXPECT_FALSE(writer.waitUntilLeft(0));
+   EXPECT_EQ(writer.left(), 7u);
+}
+
+TEST_F(AFileWriter, AWaitEndsWhenItsProcessIsKilled) {
+   PipeWriter pipe;
+   pipe.fill();
+   ASSERT_THAT(children(), SizeIs(1));
+   std::thread killer([child = children().front()] {
+      std::this_thread::sleep_for(kNotLong);
+      kill(child, SIGKILL);
+   });
+   EXPECT_FALSE(pipe.writer().waitUntilLeft(0));
+   EXPECT_EQ(pipe.writer().error(), EOWNERDEAD);
+   killer.join();
+}
+
 TEST_F(AFileWriter, LeavesSignalsToOthers) {
    FileWriter writer(forWriting(file()));
-   std::string text = "text";
-   EXPECT_TRUE(take(writer, text));
-   writer.waitForAll(); // so its thread has begun, and has the mask that it is to have
-   sigset_t signal;
-   sigset_t before;
-   sigemptyset(&signal);
-   sigaddset(&signal, SIGUSR1);
-   ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &signal, &before), 0);
-   // A thread that let it through would end the process.
-   ASSERT_EQ(kill(getpid(), SIGUSR1), 0);
-   timespec const now{};
-   EXPECT_EQ(sigtimedwait(&signal, nullptr, &now), SIGUSR1) << "it is still there";
-   ASSERT_EQ(pthread_sigmask(SIG_SETMASK, &before, nullptr), 0);
+   ASSERT_THAT(children(), SizeIs(1));
+   for (int const signal : {SIGINT, SIGTERM, SIGHUP, SIGUSR1}) {
+      kill(children().front(), signal); // as a terminal or a supervisor does to all
+   }
+   EXPECT_TRUE(add(writer, "text"));
+   EXPECT_TRUE(writer.waitUntilLeft(0));
+   EXPECT_EQ(readText(file()), "text");
+}
+
+TEST_F(AFileWriter, HoldsNothingOpenThatOthersWaitFor) {
+   Pipe pipe;
+   FileWriter writer(forWriting(file()));
+   FileWriter other(forWriting(folder_.file("other")));
+   pipe.closeWriting();
+   EXPECT_EQ(pipe.read(), "") << "its end comes";
 }
