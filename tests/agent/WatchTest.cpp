@@ -84,6 +84,14 @@ class Watch : public WatchingAgent {
          operations.push_back(operation);
       }
    }
+   // The process that writes the agent's recording, also what it did last.
+   pid_t recorder() const { return agent_->children().at(0); }
+   static void expectToEnd(pid_t process) {
+      EXPECT_TRUE(comesTrue([&] {
+         auto const stat = readText("/proc/" + std::to_string(process) + "/stat");
+         return stat.empty() || stat.find(") Z ") != std::string::npos;
+      }));
+   }
    void expectQuiet() { EXPECT_EQ(results_->next(200ms), std::nullopt); }
 };
 
@@ -403,9 +411,11 @@ TEST_F(Watch, WhatWasKeptIsWrittenWhereTheProcessAborts) {
    replace(manyTransitVlans(1000));
    std::vector<json> operations;
    follow(outputs, operations);
+   auto const writer = recorder();
    agent_->signal(SIGABRT); // as a supervisor does whom nothing was told
    EXPECT_TRUE(messages_->nextWith("pegVlan[] ): vlanId=999")) << "the last one";
    EXPECT_EQ(agent_->status(), 128 + SIGABRT);
+   expectToEnd(writer);
    auto const played = runAgent(folder_, {"replay", recording});
    EXPECT_EQ(played.status, 0);
    EXPECT_THAT(played.err, HasSubstr("the recording has no end"));
@@ -422,10 +432,10 @@ TEST_F(Watch, ARecordingHasAllThatHappenedHoweverTheProcessEnds) {
       replace(manyTransitVlans(200));
       std::vector<json> operations;
       follow(outputs, operations);
+      auto const writer = recorder();
       EXPECT_NE(stop(signal), 0);
+      expectToEnd(writer);
       auto const last = operations.back().at("path").get<std::string>() + "\"";
-      EXPECT_TRUE(comesTrue(
-         [&] { return readText(recording).find(last) != std::string::npos; }));
       auto const played = runAgent(folder_, {"replay", recording});
       EXPECT_EQ(played.status, 0);
       EXPECT_THAT(played.err, HasSubstr("the recording has no end"));
@@ -438,9 +448,7 @@ TEST_F(Watch, ARecordingWhoseProcessIsKilledIsToldOnceAndEndsNothing) {
    auto const recording = folder_.file("recording");
    start({"--record", recording});
    nextDocument();
-   auto const children = agent_->children();
-   ASSERT_EQ(children.size(), 1u);
-   kill(children.front(), SIGKILL);
+   kill(recorder(), SIGKILL);
    EXPECT_THAT(nextSaid(), HasSubstr(recording + ": cannot be written: "));
    replace(transitState({10, 20}));
    EXPECT_EQ(nextSaid(), changesSaid(3));
@@ -476,7 +484,9 @@ TEST_F(Watch, WhatAnAgentHasRecordedIsKeptWhenTheNextOneBegins) {
       // It is written a moment later, by another process.
       EXPECT_TRUE(comesTrue(
          [&] { return readText(recording).find("Vlan10") != std::string::npos; }));
+      auto const writer = recorder();
       EXPECT_EQ(stop(SIGKILL), 128 + SIGKILL);
+      expectToEnd(writer);
       recorded.push_back(readText(recording));
    }
    EXPECT_NE(recorded[0], recorded[1]);
