@@ -18,19 +18,20 @@ namespace Agent {
 
 namespace {
 
-constexpr size_t kPart = size_t{1} << 18; // written at once, so that there is room soon
+constexpr size_t kAtOnce = size_t{1}
+                           << 18; // written at once, so that there is room soon
 
 // The process that writes looks for more by itself, since to wake it costs whoever does
 // it some 30 µs. In milliseconds: while more comes, and at most when nothing does.
 constexpr int kNap = 10;
 constexpr int kLongNap = 640;
 
-void say(Descriptor const& connection) noexcept {
+void call(Descriptor const& connection) noexcept {
    send(connection.number(), "", 1, MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
-// What was said. False if the other end has gone.
-bool hear(Descriptor const& connection) noexcept {
+// Takes all calls. False if the other end has gone.
+bool hearsFrom(Descriptor const& connection) noexcept {
    std::array<char, 64> heard;
    for (;;) {
       auto const size =
@@ -90,7 +91,8 @@ class FileWriter::Process {
       prctl(PR_SET_NAME, "recorder");
       closeAllBut(file_, connection_);
       for (int nap = kNap;;) {
-         bool const isAlone = !hear(connection_); // before it looks for the last time
+         bool const isAlone =
+            !hearsFrom(connection_); // before it looks for the last time
          bool const hasWritten = writeAdded();
          tellIfWanted();
          if (isAlone) {
@@ -107,7 +109,7 @@ class FileWriter::Process {
       for (uint64_t added = 0;
            (added = shared_.added.load(std::memory_order_acquire)) != written_;) {
          auto const* const place = shared_.place(written_);
-         write({place, std::min({static_cast<size_t>(added - written_), kPart,
+         write({place, std::min({static_cast<size_t>(added - written_), kAtOnce,
                                  static_cast<size_t>(shared_.end() - place)})});
       }
       return written_ != before;
@@ -122,16 +124,16 @@ class FileWriter::Process {
       written_ += text.size();
       shared_.written.store(written_, std::memory_order_release);
       if (isFirst) {
-         say(connection_);
+         call(connection_);
       }
       tellIfWanted();
    }
 
-   // It asks for it and then says so, which is heard before this looks again.
+   // It asks for it and then calls, which is heard before this looks again.
    void tellIfWanted() noexcept {
       auto const wanted = shared_.wanted.load();
       if (wanted != 0 && written_ >= wanted && shared_.wanted.exchange(0) != 0) {
-         say(connection_);
+         call(connection_);
       }
    }
 
@@ -182,7 +184,7 @@ FileWriter::~FileWriter() {
 bool FileWriter::waitUntilLeft(size_t most) noexcept {
    while (left() > most && !isGone_) {
       shared_->wanted.store(added_ - most);
-      say(connection_);
+      call(connection_);
       waitFor(connection_, -1);
       newsAreRead();
    }
@@ -196,12 +198,12 @@ void FileWriter::goOnAtTheBeginning(char const* end) noexcept {
 void FileWriter::hurry() noexcept {
    if (added_ - hurried_ > kMuchLeft / 4) {
       hurried_ = added_;
-      say(connection_);
+      call(connection_);
    }
 }
 
 void FileWriter::newsAreRead() noexcept {
-   isGone_ = !hear(connection_) || isGone_;
+   isGone_ = !hearsFrom(connection_) || isGone_;
 }
 
 } // namespace Agent

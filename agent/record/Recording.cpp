@@ -30,7 +30,8 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr size_t kPart = size_t{1} << 20; // of what is more than can wait for the disk
+constexpr size_t kLongPart = size_t{1}
+                             << 20; // of what is more than can wait for the disk
 
 std::string failureMessage(std::string const& file, std::string const& why) {
    return location(file, 0) + "cannot be written: " + why;
@@ -190,7 +191,7 @@ void Recorder::gather(Parts const&... parts) {
 // What is more than can wait for the disk at once.
 void Recorder::gatherLong(std::string_view text) {
    while (!text.empty()) {
-      auto const part = text.substr(0, kPart);
+      auto const part = text.substr(0, kLongPart);
       char* const room = roomFor(part.size());
       if (room == nullptr) {
          return;
