@@ -177,7 +177,7 @@ FileWriter::FileWriter(Descriptor file) : shared_(makeShared()) {
 FileWriter::~FileWriter() {
    waitUntilLeft(0);
    connection_ = Descriptor();
-   while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
+   while (process_ > 0 && waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
    }
 }
 
@@ -185,7 +185,7 @@ bool FileWriter::waitUntilLeft(size_t most) noexcept {
    while (left() > most && !isGone_) {
       shared_->wanted.store(added_ - most);
       call(connection_);
-      waitFor(connection_, -1);
+      waitFor(connection_, kLongNap); // and asks again, should the call not come
       newsAreRead();
    }
    return !isGone_;
@@ -204,6 +204,9 @@ void FileWriter::hurry() noexcept {
 
 void FileWriter::newsAreRead() noexcept {
    isGone_ = !hearsFrom(connection_) || isGone_;
+   if (isGone_ && process_ > 0 && waitpid(process_, nullptr, WNOHANG) == process_) {
+      process_ = -1;
+   }
 }
 
 } // namespace Agent

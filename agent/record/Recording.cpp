@@ -12,6 +12,9 @@
 #include <nlohmann/json.hpp>
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -37,10 +40,31 @@ std::string failureMessage(std::string const& file, std::string const& why) {
    return location(file, 0) + "cannot be written: " + why;
 }
 
+// Whoever writes a recording has it locked: of an agent that was killed, its writer may
+// go on for a while.
+bool isLockedByAnother(Descriptor const& file) {
+   return flock(file.number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+// Empty, if it is a file and no device, and locked then.
+Descriptor openedToWrite(std::string const& file) {
+   auto opened = Descriptor::made(
+      open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666), "open");
+   struct stat status{};
+   if (fstat(opened.number(), &status) == 0 && S_ISREG(status.st_mode)) {
+      if (isLockedByAnother(opened)) {
+         throw InputError(failureMessage(file, "another process writes it"));
+      }
+      if (ftruncate(opened.number(), 0) != 0) {
+         systemFailed("ftruncate");
+      }
+   }
+   return opened;
+}
+
 FileWriter writerOf(std::string const& file) {
    try {
-      return FileWriter(Descriptor::made(
-         open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666), "open"));
+      return FileWriter(openedToWrite(file));
    } catch (std::system_error const& error) {
       throw InputError(failureMessage(file, error.code().message()));
    }
@@ -60,8 +84,12 @@ ordered_json optionsToJson(Options const& options) {
 // How many recordings of agents that were killed may stand beside each other.
 constexpr int kMostKept = 9;
 
-// Of a recording in which nothing happened yet, or an empty file.
+// Of a recording in which nothing happened yet, or an empty file, and nobody writes it.
 bool holdsNothing(std::string const& file) {
+   Descriptor const opened(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+   if (opened && isLockedByAnother(opened)) {
+      return false;
+   }
    std::ifstream in(file);
    std::string line;
    return !std::getline(in, line) ||

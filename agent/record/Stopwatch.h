@@ -40,7 +40,9 @@ class Stopwatch {
    }
 
  private:
-   // Processors count one to five in a nanosecond.
+   // Processors count one to five in a nanosecond, others nanoseconds.
+   static constexpr double kLeastRate = 0.05; // nanoseconds a tick
+   static constexpr double kMostRate = 2;
    static constexpr uint64_t kTrusted = uint64_t{1} << 20;  // without a clock
    static constexpr uint64_t kMeasured = uint64_t{1} << 24; // for the rate
    static constexpr uint64_t kAtOnce = uint64_t{1} << 12;   // while a clock is read
@@ -66,8 +68,10 @@ class Stopwatch {
    void readAndMeasure() noexcept {
       read_ = read();
       if (auto const ticks = read_.ticks - measured_.ticks; ticks >= kMeasured) {
-         rate_ = static_cast<double>((read_.time - measured_.time).count()) /
-                 static_cast<double>(ticks);
+         auto const rate = static_cast<double>((read_.time - measured_.time).count()) /
+                           static_cast<double>(ticks);
+         // One that stood still for a while, or jumped, tells nothing.
+         rate_ = rate > kLeastRate && rate < kMostRate ? rate : 0;
          measured_ = read_;
       }
    }

@@ -402,6 +402,34 @@ TEST_F(Record, AStepThatIsTooMuchIsNotRecordedInPart) {
    EXPECT_THAT(linesOfJson(readText(recording())), SizeIs(1));
 }
 
+TEST_F(Record, AFileThatIsBeingWrittenIsLeftToItsWriter) {
+   Agent::State const state;
+   {
+      Agent::Recorder recorder(recording(), {}, state);
+      auto const refused =
+         runAgent(folder_, {"replay", "--record", recording(), "/dev/null"});
+      EXPECT_EQ(refused.status, 2);
+      EXPECT_THAT(
+         refused.err,
+         HasSubstr(recording() + ": cannot be written: another process writes it"));
+      recorder.stepBegins("1");
+      recorder.end(0);
+      EXPECT_THAT(linesOfJson(readText(recording())), SizeIs(3));
+   }
+   {
+      Agent::Recorder recorder(recording(), {}, state);
+      // Nothing has happened in it yet, but may.
+      EXPECT_EQ(Agent::keepRecording(recording()),
+                recording() + ": what stood here is kept as " + recording() + ".1");
+      Agent::Recorder next(recording(), {}, state);
+      recorder.stepBegins("1");
+      recorder.end(0);
+      next.end(0);
+   }
+   EXPECT_THAT(linesOfJson(readText(recording() + ".1")), SizeIs(3));
+   EXPECT_THAT(linesOfJson(readText(recording())), SizeIs(2));
+}
+
 TEST_F(Record, ADiskThatIsTooSlowIsToldOnce) {
    SlowDisk const disk(folder_.file("pipe"));
    Agent::State const state;

@@ -136,6 +136,15 @@ TEST_F(StopwatchTest, ForgivesACounterThatJumps) {
    }
 }
 
+TEST_F(StopwatchTest, ForgivesACounterThatStandsStill) {
+   Agent::Stopwatch<Clocks> watch;
+   measure(watch);
+   Clocks::now += std::chrono::hours(1);
+   Clocks::pass(9ms);
+   expectToBeRight(watch);
+   readingsOf(watch, 1000, 100us);
+}
+
 // A thread that is interrupted between the two readings, the first time.
 struct InterruptedClocks : Clocks {
    static inline int interruptions = 0;
