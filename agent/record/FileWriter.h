@@ -47,6 +47,7 @@ class FileWriter {
       }
       added_ += bytes;
       shared_->added.store(added_, std::memory_order_release);
+      fetchToWrite(place());
    }
    // The bytes that were added and are not written.
    size_t left() const noexcept {
@@ -67,16 +68,18 @@ class FileWriter {
 
  private:
    static constexpr size_t kMuchLeft = size_t{1} << 20;
+   static constexpr size_t kCacheLine = 64;
+   static constexpr int kLinesFetched = 4; // more than most lines of a recording take
 
    // What both processes know. Atomics that had a lock would have one each.
    static_assert(std::atomic<uint64_t>::is_always_lock_free);
    struct Shared {
       // By the one that adds.
-      alignas(64) std::atomic<uint64_t> added = 0;
+      alignas(kCacheLine) std::atomic<uint64_t> added = 0;
       std::atomic<uint64_t> begin = 0;  // the byte that the memory begins with
       std::atomic<uint64_t> wanted = 0; // it is to be told when so many are written
       // By the one that writes.
-      alignas(64) std::atomic<uint64_t> written = 0;
+      alignas(kCacheLine) std::atomic<uint64_t> written = 0;
       std::atomic<int> error = 0;
 
       // Bytes go round in the first half. What begins there and ends in the other half
@@ -103,6 +106,18 @@ class FileWriter {
       shared_->begin.store(added_, std::memory_order_relaxed);
    }
    void goOnAtTheBeginning(char const* end) noexcept;
+
+   // The other process has read what stands there, so that each of its cache lines
+   // would be waited for with the next bytes: some are brought here meanwhile.
+   static void fetchToWrite(char const* place) noexcept {
+      for (int line = 0; line < kLinesFetched; ++line, place += kCacheLine) {
+#if defined(__x86_64__)
+         asm volatile("prefetchw %0" : : "m"(*place)); // the compiler's is but to read
+#else
+         __builtin_prefetch(place, 1);
+#endif
+      }
+   }
 
    // The other process is to look at once.
    void hurry() noexcept;

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <concepts>
 #include <cstdio>
 #include <filesystem>
@@ -116,8 +117,21 @@ char* written(std::string_view text, char* to) {
 }
 
 char* written(std::integral auto number, char* to) {
-   fmt::format_int const digits(number);
-   return std::copy_n(digits.data(), digits.size(), to);
+   return std::to_chars(to, to + mostSize(number), number).ptr;
+}
+
+// A number that is written again and again.
+struct Grown {
+   GrowingNumber& digits;
+   uint64_t number;
+};
+
+constexpr size_t mostSize(Grown const&) {
+   return GrowingNumber::kMostDigits;
+}
+
+char* written(Grown const& grown, char* to) {
+   return grown.digits.write(grown.number, to);
 }
 
 template <size_t size>
@@ -246,13 +260,14 @@ char* Recorder::roomFor(size_t most) {
 
 void Recorder::stepBegins(std::string_view play) {
    ++steps_;
-   gather("{\"t\":", now(), ",\"play\":", play, "}\n");
+   gather("{\"t\":", Grown{times_, now()}, ",\"play\":", play, "}\n");
    lookForErrors();
 }
 
 void Recorder::wrote(std::string_view operation, uint64_t cause) {
    ++writes_;
-   gather("{\"t\":", now(), ",\"wrote\":", operation, ",\"cause\":", cause, "}\n");
+   gather("{\"t\":", Grown{times_, now()}, ",\"wrote\":", operation,
+          ",\"cause\":", Grown{causes_, cause}, "}\n");
 }
 
 void Recorder::stepEnds(SliceEnds const& ends, Slice const* slice) {
@@ -261,12 +276,12 @@ void Recorder::stepEnds(SliceEnds const& ends, Slice const* slice) {
       return;
    }
    if (slice == nullptr) {
-      gather("{\"t\":", now(), ",\"ends\":", ends, "}\n");
+      gather("{\"t\":", Grown{times_, now()}, ",\"ends\":", ends, "}\n");
    } else {
       auto const time =
          std::chrono::duration_cast<std::chrono::microseconds>(slice->time);
-      gather("{\"t\":", now(), ",\"ends\":", ends, R"(,"slice":{"task":)",
-             jsonText(slice->task), ",\"items\":", slice->items,
+      gather("{\"t\":", Grown{times_, now()}, ",\"ends\":", ends,
+             R"(,"slice":{"task":)", jsonText(slice->task), ",\"items\":", slice->items,
              ",\"time\":", time.count(), "}}\n");
    }
    lookForErrors();

@@ -4,6 +4,7 @@
 #include "agent/Provenance.h"
 #include "agent/State.h"
 #include "agent/record/FileWriter.h"
+#include "agent/record/GrowingNumber.h"
 #include "agent/record/StepShare.h"
 #include "agent/record/Stopwatch.h"
 
@@ -87,7 +88,7 @@ class Recorder {
  private:
    template <typename... Parts>
    void gather(Parts const&... parts);
-   int64_t now() { return stopwatch_.passed().count(); }
+   uint64_t now() { return static_cast<uint64_t>(stopwatch_.passed().count()); }
    void gatherLong(std::string_view text);
    char* roomFor(size_t most);
    void finish();
@@ -97,6 +98,8 @@ class Recorder {
    std::string file_;
    FileWriter writer_;
    Stopwatch<> stopwatch_;
+   GrowingNumber times_;
+   GrowingNumber causes_;
    std::function<void(std::string const&)> told_;
    bool isBehind_ = false; // more than can wait for the disk
    bool hasFailed_ = false;
