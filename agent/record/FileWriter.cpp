@@ -18,8 +18,8 @@ namespace Agent {
 
 namespace {
 
-constexpr size_t kAtOnce = size_t{1}
-                           << 18; // written at once, so that there is room soon
+// Written at once, so that there is room soon.
+constexpr size_t kAtOnce = size_t{1} << 18;
 
 // The process that writes looks for more by itself, since to wake it costs whoever does
 // it some 30 µs. In milliseconds: while more comes, and at most when nothing does.

@@ -56,8 +56,8 @@ class FileWriter {
    // Waits until no more than so many are left. False if that will never be, since the
    // process has gone.
    bool waitUntilLeft(size_t most) noexcept;
-   // The number of what went wrong first, or 0. What was added after that is not
-   // written.
+   // The number of what went wrong first, or 0: EOWNERDEAD if the process has gone.
+   // What was added after that is not written.
    int error() const noexcept {
       return isGone_ ? EOWNERDEAD : shared_->error.load(std::memory_order_relaxed);
    }

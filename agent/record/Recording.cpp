@@ -34,11 +34,17 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr size_t kLongPart = size_t{1}
-                             << 20; // of what is more than can wait for the disk
+// Of what is more than can wait for the disk.
+constexpr size_t kLongPart = size_t{1} << 20;
 
 std::string failureMessage(std::string const& file, std::string const& why) {
    return location(file, 0) + "cannot be written: " + why;
+}
+
+// Of what FileWriter::error() has.
+std::string reasonOf(int error) {
+   return error == EOWNERDEAD ? "the process that writes it has ended"
+                              : std::generic_category().message(error);
 }
 
 // Whoever writes a recording has it locked: of an agent that was killed, its writer may
@@ -208,7 +214,7 @@ Recorder::~Recorder() {
    if (told_ && !hasFailed_) {
       writer_.waitUntilLeft(0);
       if (int const error = writer_.error(); error != 0) {
-         told_(failureMessage(file_, std::generic_category().message(error)));
+         told_(failureMessage(file_, reasonOf(error)));
       }
    }
 }
@@ -309,9 +315,10 @@ void Recorder::finish() {
 
 void Recorder::lookForErrors() {
    if (int const error = writer_.error(); error != 0) {
-      failed(std::generic_category().message(error));
+      failed(reasonOf(error));
    } else if (isBehind_) {
-      failed("the disk is too slow");
+      failed(fmt::format("more than {} MiB would wait for the disk",
+                         FileWriter::kMostLeft >> 20));
    }
 }
 

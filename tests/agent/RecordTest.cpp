@@ -397,8 +397,10 @@ TEST_F(Record, AStepThatIsTooMuchIsNotRecordedInPart) {
    recorder.stepBegins(std::string(Agent::FileWriter::kMostLeft, ' ') + "1");
    recorder.stepBegins("2");
    recorder.end(0);
-   EXPECT_THAT(told,
-               ElementsAre(recording() + ": cannot be written: the disk is too slow"));
+   EXPECT_THAT(
+      told,
+      ElementsAre(recording() +
+                  ": cannot be written: more than 16 MiB would wait for the disk"));
    EXPECT_THAT(linesOfJson(readText(recording())), SizeIs(1));
 }
 
@@ -448,7 +450,9 @@ TEST_F(Record, ADiskThatIsTooSlowIsToldOnce) {
          recorder.stepBegins(megabyte + "16");
       }
       EXPECT_THAT(
-         told, ElementsAre(disk.file() + ": cannot be written: the disk is too slow"));
+         told,
+         ElementsAre(disk.file() +
+                     ": cannot be written: more than 16 MiB would wait for the disk"));
       reader = std::thread([&] { recorded = disk.read(); });
       recorder.end(0);
    }

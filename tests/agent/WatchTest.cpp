@@ -449,7 +449,9 @@ TEST_F(Watch, ARecordingWhoseProcessIsKilledIsToldOnceAndEndsNothing) {
    start({"--record", recording});
    nextDocument();
    kill(recorder(), SIGKILL);
-   EXPECT_THAT(nextSaid(), HasSubstr(recording + ": cannot be written: "));
+   EXPECT_THAT(nextSaid(),
+               HasSubstr(recording +
+                         ": cannot be written: the process that writes it has ended"));
    replace(transitState({10, 20}));
    EXPECT_EQ(nextSaid(), changesSaid(3));
    EXPECT_EQ(stop(), 0);
