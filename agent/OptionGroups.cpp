@@ -5,6 +5,13 @@
 
 namespace Agent {
 
+namespace {
+
+// Where an agent listens that a supervisor starts.
+constexpr char const* kSupervisedControl = "/run/mcastvpn-agent/control";
+
+} // namespace
+
 void OptionGroups::addState(CLI::App& command, std::string const& description) {
    command.add_option("STATE", options_.state, description)
       ->required()
@@ -91,7 +98,7 @@ void OptionGroups::addRecord(CLI::App& command) {
 
 void OptionGroups::addService(CLI::App& command) {
    command
-      .add_option("--control", control_,
+      .add_option("--control", listenOn_,
                   "(--watch) answer \"ctl\" at this socket, which is made")
       ->check(CLI::Validator(checkName, ""))
       ->type_name("PATH");
@@ -106,6 +113,14 @@ void OptionGroups::addService(CLI::App& command) {
                   "(--watch) keep the outputs in this folder, for the next start")
       ->check(CLI::Validator(checkName, ""))
       ->type_name("FOLDER");
+}
+
+void OptionGroups::addControl(CLI::App& command) {
+   options_.control = kSupervisedControl;
+   command
+      .add_option("--control", options_.control,
+                  "the socket of the agent (/run/mcastvpn-agent/control)")
+      ->type_name("PATH");
 }
 
 void OptionGroups::addChoice(CLI::App& command) {
@@ -139,7 +154,7 @@ void OptionGroups::finish() {
    options_.af = Lidra::addressFamilyFromText(family_);
    options_.seed = numberOf(seed_);
    if (options_.command != Options::Command::ctl) {
-      options_.control = control_;
+      options_.control = listenOn_;
    }
    checkTogether(options_);
    options_.verify = verify_;

@@ -9,11 +9,11 @@
 
 namespace Agent {
 
-// The options that several commands have, each group written once, and the texts that
-// they are given until all of them are read. What may stand there is checked at once.
+// The options that commands share, each group written once, and those whose texts
+// finish() turns into values. What may stand in a text is checked at once.
 class OptionGroups {
  public:
-   // Those are filled.
+   // Fills these options, which outlive it.
    explicit OptionGroups(Options& options) : options_(options) {}
    OptionGroups(OptionGroups const&) = delete;
    OptionGroups& operator=(OptionGroups const&) = delete;
@@ -22,7 +22,7 @@ class OptionGroups {
                                        "the state document; - for standard input");
    // What any command that reads a state takes.
    void addInputs(CLI::App& command);
-   // One of the two machines, or, as the second has it, both of them.
+   // One of the two machines; with the second function also both of them.
    void addMachine(CLI::App& command);
    void addMachines(CLI::App& command);
    // What any command that runs a machine takes besides, the inputs included.
@@ -31,12 +31,14 @@ class OptionGroups {
    void addRecord(CLI::App& command);
    // What an agent that stays has beside the file.
    void addService(CLI::App& command);
+   // Of an agent that is asked.
+   void addControl(CLI::App& command);
    // Of what is explained.
    void addChoice(CLI::App& command);
    void addGraphFormat(CLI::App& command);
 
-   // What the options say together, once the command line was read:
-   // CLI::ValidationError if they are not allowed together.
+   // What the options say together. REQUIRES that the command line was read, the
+   // command included. CLI::ValidationError if they are not allowed together.
    void finish();
 
  private:
@@ -44,7 +46,7 @@ class OptionGroups {
                    std::string const& description);
 
    Options& options_;
-   std::string control_; // to listen on
+   std::string listenOn_; // empty for nowhere
    std::string machine_ = "dataflow";
    std::string family_ = "ipv4";
    std::string mode_;

@@ -16,9 +16,6 @@ namespace Agent {
 
 namespace {
 
-// Where an agent listens that a supervisor starts.
-constexpr char const* kDefaultControl = "/run/mcastvpn-agent/control";
-
 class CommandLine {
  public:
    CommandLine()
@@ -183,10 +180,7 @@ class CommandLine {
       ctl.add_option("LEVELS", options_.levels,
                      "(log-level) trace these from now on: 7, 6-9, all or none")
          ->type_name("LEVELS");
-      options_.control = kDefaultControl;
-      ctl.add_option("--control", options_.control,
-                     "the socket of the agent (/run/mcastvpn-agent/control)")
-         ->type_name("PATH");
+      groups_.addControl(ctl);
       groups_.addChoice(ctl);
       ctl.add_flag("--follow", options_.follow,
                    "(trace) go on with what is traced from now on");

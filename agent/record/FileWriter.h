@@ -69,7 +69,7 @@ class FileWriter {
  private:
    static constexpr size_t kMuchLeft = size_t{1} << 20;
    static constexpr size_t kCacheLine = 64;
-   static constexpr int kLinesFetched = 4; // more than most lines of a recording take
+   static constexpr int kLinesFetched = 4; // with the one begun; few texts take more
 
    // What both processes know. Atomics that had a lock would have one each.
    static_assert(std::atomic<uint64_t>::is_always_lock_free);
@@ -107,12 +107,13 @@ class FileWriter {
    }
    void goOnAtTheBeginning(char const* end) noexcept;
 
-   // The other process has read what stands there, so that each of its cache lines
-   // would be waited for with the next bytes: some are brought here meanwhile.
+   // Once the memory has begun anew, the other process has read what stands there, so
+   // that each of its cache lines would be waited for with the next bytes: some are
+   // brought here meanwhile. In vain, if it begins anew before those come.
    static void fetchToWrite(char const* place) noexcept {
       for (int line = 0; line < kLinesFetched; ++line, place += kCacheLine) {
 #if defined(__x86_64__)
-         asm volatile("prefetchw %0" : : "m"(*place)); // the compiler's is but to read
+         asm volatile("prefetchw %0" : : "m"(*place)); // what compilers take is to read
 #else
          __builtin_prefetch(place, 1);
 #endif

@@ -9,14 +9,14 @@
 namespace Agent {
 
 // Writes a number that mostly differs from the one before in its last three digits:
-// those in front of them are kept.
+// those in front of them are kept. Belongs to one thread.
 class GrowingNumber {
  public:
    // Of any number, in bytes.
    static constexpr size_t kMostDigits = 20;
 
-   // So many bytes may change at that place, of which the number takes the first.
-   // Returns their end.
+   // REQUIRES room for kMostDigits bytes there, each of which may be overwritten.
+   // Returns the end of the number.
    char* write(uint64_t number, char* to) noexcept {
       auto const front = number / 1000;
       if (front == 0) {
@@ -28,7 +28,8 @@ class GrowingNumber {
             std::to_chars(digits_.data(), digits_.data() + digits_.size(), front).ptr -
             digits_.data());
       }
-      std::memcpy(to, digits_.data(), digits_.size()); // more than that, but no loop
+      std::memcpy(to, digits_.data(),
+                  digits_.size()); // too many, but so without a loop
       to += size_;
       auto const last = static_cast<unsigned>(number % 1000);
       *to++ = static_cast<char>('0' + last / 100);

@@ -41,7 +41,7 @@ std::string failureMessage(std::string const& file, std::string const& why) {
    return location(file, 0) + "cannot be written: " + why;
 }
 
-// Of what FileWriter::error() has.
+// What people are told of FileWriter::error().
 std::string reasonOf(int error) {
    return error == EOWNERDEAD ? "the process that writes it has ended"
                               : std::generic_category().message(error);

@@ -19,7 +19,7 @@ std::string textOf(GrowingNumber& growing, uint64_t number) {
    return {text.data(), end};
 }
 
-TEST(GrowingNumberTest, HasTheDigitsOfEachNumberWhateverCameBefore) {
+TEST(GrowingNumberText, HasTheDigitsOfEachNumberWhateverCameBefore) {
    GrowingNumber growing;
    uint64_t const numbers[] = {
       0,     1,         999,       1000, 1001,  1999,      2000, 999999,       0, 1234,
@@ -29,7 +29,7 @@ TEST(GrowingNumberTest, HasTheDigitsOfEachNumberWhateverCameBefore) {
    }
 }
 
-TEST(GrowingNumberTest, HasTheDigitsOfNumbersThatGrow) {
+TEST(GrowingNumberText, HasTheDigitsOfNumbersThatGrow) {
    GrowingNumber growing;
    std::mt19937_64 random(1);
    for (uint64_t number = 0; number < kMost / 2; number += random() % (number + 2)) {

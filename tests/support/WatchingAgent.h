@@ -1,11 +1,14 @@
 #pragma once
 
 #include "support/AgentProcess.h"
+#include "support/ComesTrue.h"
 #include "support/LineReader.h"
 #include "support/RunningAgent.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include <sys/types.h>
 
 #include <csignal>
 #include <filesystem>
@@ -58,6 +61,12 @@ class WatchingAgent : public testing::Test {
    nlohmann::json nextDocument() {
       auto const line = results_->next();
       return line ? nlohmann::json::parse(*line) : nlohmann::json();
+   }
+   static void expectToEnd(pid_t process) {
+      EXPECT_TRUE(comesTrue([&] {
+         auto const stat = readText("/proc/" + std::to_string(process) + "/stat");
+         return stat.empty() || stat.find(") Z ") != std::string::npos;
+      }));
    }
    // What the agent says next on standard error.
    std::string nextSaid() { return messages_->next().value_or("nothing"); }
